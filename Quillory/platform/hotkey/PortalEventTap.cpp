@@ -25,7 +25,7 @@ void PortalEventTap::deliver(std::string activationToken)
         return;
     if (m_willDeliver)
         m_willDeliver(std::move(activationToken));
-    passes(TapEvent { keyCodeE, EventFlags::command | EventFlags::shift });
+    passes(TapEvent {keyCodeE, EventFlags::command | EventFlags::shift});
 }
 
 }

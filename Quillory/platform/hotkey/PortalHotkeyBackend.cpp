@@ -10,7 +10,7 @@ namespace quillory {
 namespace {
 
 // Enough for a desktop to find an earlier grant, and no noticeable delay of the launch.
-constexpr std::chrono::milliseconds patience { 250 };
+constexpr std::chrono::milliseconds patience {250};
 
 }
 

@@ -40,7 +40,7 @@ template <typename T> Glib::Variant<T> variant(const T& value) { return Glib::Va
 
 template <typename... T> Glib::VariantContainerBase arguments(const T&... values)
 {
-    return Glib::VariantContainerBase::create_tuple({ values... });
+    return Glib::VariantContainerBase::create_tuple({values...});
 }
 
 Glib::VariantBase child(const Glib::VariantContainerBase& parameters, gsize index)
@@ -72,10 +72,20 @@ private:
     Glib::RefPtr<Glib::MainContext> m_context;
 };
 
-int millisecondsUntil(Clock::time_point deadline)
+void iterateUntil(const Glib::RefPtr<Glib::MainContext>& context, Clock::time_point deadline,
+                  const std::function<bool()>& done)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    return std::max(1, static_cast<int>(left.count()));
+    const auto timeout = Glib::TimeoutSource::create(static_cast<unsigned>(std::max<long>(0, left.count())));
+    bool late = false;
+    timeout->connect([&late] {
+        late = true;
+        return false;
+    });
+    timeout->attach(context);
+    while (!done() && !late)
+        context->iteration(true);
+    timeout->destroy();
 }
 
 }
@@ -195,19 +205,13 @@ void PortalSession::waitForAnswer(Clock::time_point deadline)
 {
     const auto context = Glib::MainContext::create();
     const ThreadDefaultContext here(context);
-    const auto answers = subscribeToAnswers();
-    createSession();
-
-    bool late = false;
-    const auto timeout = Glib::TimeoutSource::create(static_cast<unsigned>(millisecondsUntil(deadline)));
-    timeout->connect([&late] {
-        late = true;
-        return false;
-    });
-    timeout->attach(context);
-    while (m_pending && !late)
-        context->iteration(true);
-    timeout->destroy();
+    {
+        const auto answers = subscribeToAnswers();
+        createSession();
+        iterateUntil(context, deadline, [this] { return !m_pending; });
+    }
+    // Ending a subscription frees its memory in the context's next turn.
+    while (context->iteration(false)) { }
 }
 
 // Where the portal does not know the interface, or the program is sandboxed, the error says just that.
@@ -221,16 +225,16 @@ void PortalSession::createSession()
 {
     const auto token = nextRequestToken();
     // Some portals register what comes here, others what comes with BindShortcuts.
-    const Options options { { "handle_token", variant(Glib::ustring(token)) },
-                            { "session_handle_token", variant(Glib::ustring(sessionToken)) },
-                            { "shortcuts", variant(PortalShortcut::list()) } };
+    const Options options {{"handle_token", variant(Glib::ustring(token))},
+                           {"session_handle_token", variant(Glib::ustring(sessionToken))},
+                           {"shortcuts", variant(PortalShortcut::list())}};
     call(Step::createSession, arguments(variant(options)), token);
 }
 
 void PortalSession::bindShortcuts()
 {
     const auto token = nextRequestToken();
-    const Options options { { "handle_token", variant(Glib::ustring(token)) } };
+    const Options options {{"handle_token", variant(Glib::ustring(token))}};
     call(Step::bindShortcuts,
          arguments(variant(ObjectPath(m_session)), variant(PortalShortcut::list()), variant(Glib::ustring()),
                    variant(options)),
@@ -243,7 +247,7 @@ void PortalSession::call(Step step, Glib::VariantContainerBase parameters, const
     std::string name = sender;
     std::replace(name.begin(), name.end(), '.', '_');
     const std::string path = std::string(portalPath) + "/request/" + name + "/" + requestToken;
-    m_pending = Request { step, path };
+    m_pending = Request {step, path};
 
     const ThreadDefaultContext mainContext(Glib::MainContext::get_default());
     const auto answered = [weak = weak_from_this(), connection = m_connection, path](const auto& result) {
@@ -327,7 +331,7 @@ PortalSession::Subscription PortalSession::subscribeToAnswers()
 {
     const auto answered = [this](const auto&, const auto&, const Glib::ustring& path, const auto&, const auto&,
                                  const Glib::VariantContainerBase& parameters) { requestAnswered(path, parameters); };
-    return { m_connection, m_connection->signal_subscribe(answered, portalName, requestInterface, "Response") };
+    return {m_connection, m_connection->signal_subscribe(answered, portalName, requestInterface, "Response")};
 }
 
 PortalSession::Subscription PortalSession::subscribe(const char* sender, const char* interface, const char* signal,
@@ -337,7 +341,7 @@ PortalSession::Subscription PortalSession::subscribe(const char* sender, const c
                                           const Glib::VariantContainerBase& parameters) {
         (this->*handler)(parameters);
     };
-    return { m_connection, m_connection->signal_subscribe(received, sender, interface, signal, {}, argument) };
+    return {m_connection, m_connection->signal_subscribe(received, sender, interface, signal, {}, argument)};
 }
 
 }

@@ -16,9 +16,9 @@ Glib::VariantBase string(const Glib::ustring& value) { return Glib::Variant<Glib
 
 List list()
 {
-    return { { identifier,
-               { { "description", string(localized("Bring Quillory to the front")) },
-                 { "preferred_trigger", string(preferredTrigger) } } } };
+    return {{identifier,
+             {{"description", string(localized("Bring Quillory to the front"))},
+              {"preferred_trigger", string(preferredTrigger)}}}};
 }
 
 bool isIn(const Glib::VariantBase& list)

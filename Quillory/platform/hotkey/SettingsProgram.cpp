@@ -21,9 +21,9 @@ struct SettingsProgram {
 const std::vector<SettingsProgram>& knownPrograms()
 {
     static const std::vector<SettingsProgram> programs {
-        { "GNOME", { "gnome-control-center", "keyboard" } },
-        { "KDE", { "systemsettings", "kcm_keys" } },
-        { "KDE", { "systemsettings5", "kcm_keys" } },
+        {"GNOME", {"gnome-control-center", "keyboard"}},
+        {"KDE", {"systemsettings", "kcm_keys"}},
+        {"KDE", {"systemsettings5", "kcm_keys"}},
     };
     return programs;
 }

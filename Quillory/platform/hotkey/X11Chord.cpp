@@ -27,9 +27,9 @@ Keymap currentKeymap(xcb_connection_t* connection)
     const Context context(xkb_context_new(XKB_CONTEXT_NO_FLAGS), &xkb_context_unref);
     const auto device = xkb_x11_get_core_keyboard_device_id(connection);
     if (!context || device < 0)
-        return { nullptr, &xkb_keymap_unref };
-    return { xkb_x11_keymap_new_from_device(context.get(), connection, device, XKB_KEYMAP_COMPILE_NO_FLAGS),
-             &xkb_keymap_unref };
+        return {nullptr, &xkb_keymap_unref};
+    return {xkb_x11_keymap_new_from_device(context.get(), connection, device, XKB_KEYMAP_COMPILE_NO_FLAGS),
+            &xkb_keymap_unref};
 }
 
 bool keyHasSymbol(xkb_keymap* keymap, xkb_keycode_t key, std::initializer_list<xkb_keysym_t> wanted)
@@ -115,18 +115,18 @@ std::optional<X11Chord> X11Chord::find(xcb_connection_t* connection)
 
     const ModifierMap modifiers(connection, keymap.get());
     constexpr unsigned fixed = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_LOCK | XCB_MOD_MASK_CONTROL;
-    const auto alt = modifiers.with({ XKB_KEY_Alt_L, XKB_KEY_Alt_R });
-    chord.commandModifiers = without(modifiers.with({ XKB_KEY_Super_L, XKB_KEY_Super_R }), fixed);
+    const auto alt = modifiers.with({XKB_KEY_Alt_L, XKB_KEY_Alt_R});
+    chord.commandModifiers = without(modifiers.with({XKB_KEY_Super_L, XKB_KEY_Super_R}), fixed);
     if (chord.commandModifiers == 0) {
         // Some keymaps call the same key Meta; where Alt is Meta too, it is not that key.
-        chord.commandModifiers = without(modifiers.with({ XKB_KEY_Meta_L, XKB_KEY_Meta_R }), fixed | alt);
+        chord.commandModifiers = without(modifiers.with({XKB_KEY_Meta_L, XKB_KEY_Meta_R}), fixed | alt);
     }
     if (chord.commandModifiers == 0)
         return std::nullopt;
     chord.optionModifiers = without(alt, fixed | chord.commandModifiers);
 
     const unsigned locks =
-        (modifiers.used() & XCB_MOD_MASK_LOCK) | modifiers.with({ XKB_KEY_Num_Lock, XKB_KEY_Scroll_Lock });
+        (modifiers.used() & XCB_MOD_MASK_LOCK) | modifiers.with({XKB_KEY_Num_Lock, XKB_KEY_Scroll_Lock});
     const auto ignored =
         without(locks, XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_CONTROL | chord.commandModifiers | chord.optionModifiers);
     for (const auto command : subsets(chord.commandModifiers)) {

@@ -48,7 +48,7 @@ std::shared_ptr<X11EventTap> X11EventTap::make(const std::string& displayName, E
     auto* self = tap.get();
     tap->m_source.emplace(
         tap->m_connection.get(),
-        XcbSource::Handlers { [self](const auto& event) { self->handle(event); }, [self] { self->followKeymap(); } });
+        XcbSource::Handlers {[self](const auto& event) { self->handle(event); }, [self] { self->followKeymap(); }});
     return tap;
 }
 
@@ -154,7 +154,7 @@ void X11EventTap::handleKeyPress(const xcb_key_press_event_t& press)
     if (delivers() && m_chord && press.detail == m_chord->key) {
         if (m_willDeliver)
             m_willDeliver(press.time);
-        pass = passes(TapEvent { keyCodeE, m_chord->flags(press.state) });
+        pass = passes(TapEvent {keyCodeE, m_chord->flags(press.state)});
     }
     answer(pass ? XCB_ALLOW_REPLAY_KEYBOARD : XCB_ALLOW_ASYNC_KEYBOARD, press.time);
 }

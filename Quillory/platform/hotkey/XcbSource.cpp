@@ -29,13 +29,13 @@ struct XcbSource::Functions {
 
     static gboolean dispatch(GSource* source, GSourceFunc, gpointer) { return owner(source).dispatch(); }
 
-    static inline GSourceFuncs table { &prepare, &check, &dispatch, nullptr, nullptr, nullptr };
+    static inline GSourceFuncs table {&prepare, &check, &dispatch, nullptr, nullptr, nullptr};
 };
 
 XcbSource::XcbSource(xcb_connection_t* connection, Handlers handlers)
     : m_connection(connection)
     , m_handlers(std::move(handlers))
-    , m_descriptor { xcb_get_file_descriptor(connection), G_IO_IN | G_IO_HUP | G_IO_ERR, 0 }
+    , m_descriptor {xcb_get_file_descriptor(connection), G_IO_IN | G_IO_HUP | G_IO_ERR, 0}
     , m_source(reinterpret_cast<Source*>(g_source_new(&Functions::table, sizeof(Source))))
 {
     m_source->owner = this;
