@@ -5,9 +5,9 @@
 #include <limits>
 #include <utility>
 
-#include <giomm/dbusaddress.h>
 #include <giomm/error.h>
 #include <glibmm/main.h>
+#include <glibmm/utility.h>
 
 #include "platform/hotkey/PortalShortcut.h"
 
@@ -49,6 +49,17 @@ Glib::VariantBase child(const Glib::VariantContainerBase& parameters, gsize inde
     if (index < parameters.get_n_children())
         parameters.get_child(value, index);
     return value;
+}
+
+// The binding's own call never frees the text.
+std::string sessionBusAddress()
+{
+    GError* error = nullptr;
+    const auto address =
+        Glib::make_unique_ptr_gfree(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+    if (error != nullptr)
+        Glib::Error::throw_exception(error);
+    return address.get();
 }
 
 void report(const Glib::Error& error)
@@ -161,9 +172,8 @@ bool PortalSession::configure()
 bool PortalSession::connect()
 {
     try {
-        const auto address = Gio::DBus::Address::get_for_bus_sync(Gio::DBus::BusType::SESSION);
         m_connection = Gio::DBus::Connection::create_for_address_sync(
-            address,
+            sessionBusAddress(),
             Gio::DBus::ConnectionFlags::AUTHENTICATION_CLIENT | Gio::DBus::ConnectionFlags::MESSAGE_BUS_CONNECTION);
     } catch (const Glib::Error& error) {
         report(error);
