@@ -1,0 +1,2 @@
+#include "hotkey/HotkeyManager.h"
+namespace quillory { std::shared_ptr<HotkeyManager> HotkeyManager::shared; }
