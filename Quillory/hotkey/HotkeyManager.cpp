@@ -17,7 +17,10 @@ bool isHotkey(const TapEvent& event)
     return event.keyCode == keyCodeE && (event.flags & examinedFlags) == requiredFlags;
 }
 
-std::string statusLine(std::string_view label, bool value) { return std::string(label) + (value ? "true" : "false"); }
+std::string statusLine(std::string_view label, bool value)
+{
+    return std::string(label) + (value ? "true" : "false");
+}
 
 }
 

@@ -36,9 +36,12 @@ constexpr auto configurePatience = 250ms;
 // A dialog may stay open for as long as the user likes.
 constexpr int noTimeout = std::numeric_limits<int>::max();
 
-template <typename T> Glib::Variant<T> variant(const T& value) { return Glib::Variant<T>::create(value); }
+template<typename T> Glib::Variant<T> variant(const T& value)
+{
+    return Glib::Variant<T>::create(value);
+}
 
-template <typename... T> Glib::VariantContainerBase arguments(const T&... values)
+template<typename... T> Glib::VariantContainerBase arguments(const T&... values)
 {
     return Glib::VariantContainerBase::create_tuple({values...});
 }
@@ -126,7 +129,10 @@ PortalSession::PortalSession(std::string applicationID)
 {
 }
 
-PortalSession::~PortalSession() { close(); }
+PortalSession::~PortalSession()
+{
+    close();
+}
 
 void PortalSession::ask(std::chrono::milliseconds patience)
 {
@@ -273,7 +279,10 @@ void PortalSession::call(Step step, Glib::VariantContainerBase parameters, const
                        parameters, answered, portalName, noTimeout);
 }
 
-std::string PortalSession::nextRequestToken() { return sessionToken + std::to_string(++m_requests); }
+std::string PortalSession::nextRequestToken()
+{
+    return sessionToken + std::to_string(++m_requests);
+}
 
 void PortalSession::forgetSession()
 {
@@ -309,8 +318,8 @@ void PortalSession::requestAnswered(const std::string& path, const Glib::Variant
 
 void PortalSession::shortcutActivated(const Glib::VariantContainerBase& parameters)
 {
-    const bool ours = m_bound && PortalShortcut::text(child(parameters, 0)) == m_session &&
-        PortalShortcut::isNamed(child(parameters, 1));
+    const bool ours = m_bound && PortalShortcut::text(child(parameters, 0)) == m_session
+        && PortalShortcut::isNamed(child(parameters, 1));
     if (ours && activated)
         activated(PortalShortcut::text(PortalShortcut::option(child(parameters, 3), "activation_token")));
 }

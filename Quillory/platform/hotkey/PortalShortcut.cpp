@@ -10,7 +10,10 @@ namespace {
 constexpr const char* identifier = "bring-to-front";
 constexpr const char* preferredTrigger = "LOGO+SHIFT+e";
 
-Glib::VariantBase string(const Glib::ustring& value) { return Glib::Variant<Glib::ustring>::create(value); }
+Glib::VariantBase string(const Glib::ustring& value)
+{
+    return Glib::Variant<Glib::ustring>::create(value);
+}
 
 }
 
@@ -32,7 +35,10 @@ bool isIn(const Glib::VariantBase& list)
     return false;
 }
 
-bool isNamed(const Glib::VariantBase& name) { return text(name) == identifier; }
+bool isNamed(const Glib::VariantBase& name)
+{
+    return text(name) == identifier;
+}
 
 std::string text(const Glib::VariantBase& value)
 {

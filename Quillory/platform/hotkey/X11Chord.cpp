@@ -87,7 +87,10 @@ private:
     std::array<std::vector<xcb_keycode_t>, 8> m_rows;
 };
 
-constexpr std::uint16_t without(unsigned mask, unsigned removed) { return static_cast<std::uint16_t>(mask & ~removed); }
+constexpr std::uint16_t without(unsigned mask, unsigned removed)
+{
+    return static_cast<std::uint16_t>(mask & ~removed);
+}
 
 // Every combination of the bits of `mask`, the empty one last.
 std::vector<std::uint16_t> subsets(std::uint16_t mask)

@@ -17,9 +17,10 @@ namespace {
 std::optional<std::uint8_t> setUpKeymapExtension(xcb_connection_t* connection)
 {
     std::uint8_t firstEvent = 0;
-    const bool there = xcb_connection_has_error(connection) == 0 &&
-        xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-                                    XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &firstEvent, nullptr) != 0;
+    const bool there = xcb_connection_has_error(connection) == 0
+        && xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &firstEvent, nullptr)
+            != 0;
     return there ? std::optional(firstEvent) : std::nullopt;
 }
 

@@ -12,7 +12,10 @@ X11HotkeyBackend::X11HotkeyBackend(HotkeyBackendOptions options)
 {
 }
 
-bool X11HotkeyBackend::isTrusted(bool) { return X11EventTap::isAvailable(m_options.displayName); }
+bool X11HotkeyBackend::isTrusted(bool)
+{
+    return X11EventTap::isAvailable(m_options.displayName);
+}
 
 std::shared_ptr<EventTap> X11HotkeyBackend::makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData)
 {
@@ -26,6 +29,9 @@ std::shared_ptr<RunLoopSource> X11HotkeyBackend::makeRunLoopSource(const std::sh
     return SessionRunLoopSource::make(tap);
 }
 
-void X11HotkeyBackend::openShortcutSettings() { openSettingsProgram(); }
+void X11HotkeyBackend::openShortcutSettings()
+{
+    openSettingsProgram();
+}
 
 }

@@ -16,6 +16,6 @@ using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
 struct XcbFree {
     void operator()(void* memory) const { std::free(memory); }
 };
-template <typename T> using XcbMemory = std::unique_ptr<T, XcbFree>;
+template<typename T> using XcbMemory = std::unique_ptr<T, XcbFree>;
 
 }
