@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "platform/gtk/X11Placement.h"
 

@@ -1,5 +1,6 @@
 #include "platform/gtk/FilePanel.h"
 
+#include <gtkmm/dialog.h>
 #include <gtkmm/filefilter.h>
 #include <gtkmm/window.h>
 

@@ -1,6 +1,7 @@
 #include "platform/gtk/GtkPlatform.h"
 
-#include <gdk/gdk.h>
+#include <gdk/wayland/gdkwayland.h>
+#include <gdk/x11/gdkx.h>
 
 #include "platform/gtk/Alert.h"
 #include "platform/gtk/GObjectPtr.h"
@@ -13,6 +14,25 @@
 #include "platform/gtk/X11Placement.h"
 
 namespace quillory::gtk {
+
+namespace {
+
+DisplayKind displayKind(GdkDisplay* display)
+{
+    if (GDK_IS_WAYLAND_DISPLAY(display))
+        return DisplayKind::wayland;
+    return GDK_IS_X11_DISPLAY(display) ? DisplayKind::x11 : DisplayKind::none;
+}
+
+// The next window that is presented takes the focus with it.
+void setActivationToken(const std::string& token)
+{
+    auto* display = gdk_display_get_default();
+    if (!token.empty() && GDK_IS_WAYLAND_DISPLAY(display))
+        gdk_wayland_display_set_startup_notification_id(display, token.c_str());
+}
+
+}
 
 GtkPlatform::GtkPlatform()
     : m_bundle(posix::InstalledBundle::ofThisProcess())
@@ -78,6 +98,31 @@ std::unique_ptr<quillory::Timer> GtkPlatform::scheduleTimer(std::chrono::millise
                                                             std::function<void()> block)
 {
     return std::make_unique<Timer>(m_application, interval, repeats, std::move(block));
+}
+
+std::shared_ptr<EventTap> GtkPlatform::makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData)
+{
+    return hotkeyBackend().makeEventTap(mask, callback, userData);
+}
+
+std::shared_ptr<RunLoopSource> GtkPlatform::makeRunLoopSource(const std::shared_ptr<EventTap>& tap)
+{
+    return hotkeyBackend().makeRunLoopSource(tap);
+}
+
+HotkeyBackend& GtkPlatform::hotkeyBackend()
+{
+    if (!m_hotkeyBackend) {
+        auto* display = gdk_display_get_default();
+        m_hotkeyBackend = makeHotkeyBackend({
+            .display = displayKind(display),
+            .displayName = display != nullptr ? gdk_display_get_name(display) : "",
+            .applicationID = m_bundle.bundleIdentifier().value_or(""),
+            .willDeliverX11Event = [this](std::uint32_t time) { m_application.noteUserTime(time); },
+            .willDeliverWaylandEvent = setActivationToken,
+        });
+    }
+    return *m_hotkeyBackend;
 }
 
 }

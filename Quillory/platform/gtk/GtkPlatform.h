@@ -4,7 +4,9 @@
 #include "platform/gtk/Application.h"
 #include "platform/gtk/MainQueue.h"
 #include "platform/gtk/Pasteboard.h"
+#include "platform/gtk/Accessibility.h"
 #include "platform/gtk/Workspace.h"
+#include "platform/hotkey/HotkeyBackend.h"
 #include "platform/posix/InstalledBundle.h"
 #include "platform/posix/StandardLog.h"
 
@@ -22,7 +24,7 @@ public:
     quillory::Application& application() override { return m_application; }
     quillory::Pasteboard& generalPasteboard() override { return m_pasteboard; }
     quillory::Workspace& sharedWorkspace() override { return m_workspace; }
-    Accessibility& accessibility() override;
+    quillory::Accessibility& accessibility() override { return m_accessibility; }
 
     std::optional<Screen> mainScreen() override;
     std::vector<std::unique_ptr<quillory::RunningApplication>>
@@ -41,12 +43,17 @@ public:
     std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>& tap) override;
 
 private:
+    // Made when it is first needed: the display is known then.
+    HotkeyBackend& hotkeyBackend();
+
     posix::StandardLog m_log;
     posix::InstalledBundle m_bundle;
     MainQueue m_mainQueue;
     Application m_application;
     Pasteboard m_pasteboard;
-    Workspace m_workspace;
+    std::unique_ptr<HotkeyBackend> m_hotkeyBackend;
+    Accessibility m_accessibility{[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
+    Workspace m_workspace{[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
 };
 
 }

@@ -2,6 +2,8 @@
 
 #include <glib.h>
 
+#include <memory>
+
 namespace quillory::gtk {
 
 namespace {

@@ -42,7 +42,9 @@ std::vector<std::unique_ptr<quillory::RunningApplication>> RunningApplication::w
                                 ->call_sync("/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
                                             Glib::Variant<std::tuple<Glib::ustring>>::create({identifier}),
                                             "org.freedesktop.DBus", timeoutMilliseconds);
-        if (Glib::VariantBase::cast_dynamic<Glib::Variant<std::tuple<bool>>>(answer).get_child(0))
+        Glib::Variant<bool> hasOwner;
+        answer.get_child(hasOwner, 0);
+        if (hasOwner.get())
             applications.push_back(std::make_unique<RunningApplication>(identifier));
     } catch (const Glib::Error&) {
     }

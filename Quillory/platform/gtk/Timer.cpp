@@ -20,6 +20,11 @@ Timer::Timer(const Application& application, std::chrono::milliseconds interval,
 {
 }
 
+Timer::~Timer()
+{
+    m_connection.disconnect();
+}
+
 void Timer::invalidate()
 {
     m_connection.disconnect();

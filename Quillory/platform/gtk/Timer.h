@@ -1,7 +1,7 @@
 #pragma once
 
 #include <glibmm/main.h>
-#include <sigc++/scoped_connection.h>
+#include <sigc++/connection.h>
 
 #include <chrono>
 #include <functional>
@@ -17,10 +17,14 @@ public:
     // `application` knows whether a modal alert is open.
     Timer(const Application& application, std::chrono::milliseconds interval, bool repeats, std::function<void()> block);
 
+    ~Timer() override;
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
     void invalidate() override;
 
 private:
-    sigc::scoped_connection m_connection;
+    sigc::connection m_connection;
 };
 
 }

@@ -169,7 +169,7 @@ void Window::placeWhenMapped()
 
 bool Window::isOnX11() const
 {
-    return isX11(m_window.get_display()->gobj());
+    return isX11(gtk_widget_get_display(GTK_WIDGET(const_cast<GtkApplicationWindow*>(m_window.gobj()))));
 }
 
 GdkSurface* Window::surface() const

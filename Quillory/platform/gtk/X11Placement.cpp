@@ -1,11 +1,17 @@
 #include "platform/gtk/X11Placement.h"
 
+#include <X11/Xatom.h>
 #include <gdk/x11/gdkx.h>
 
 #include <algorithm>
 #include <memory>
 
 namespace quillory::gtk {
+
+bool isX11(GdkDisplay* display)
+{
+    return GDK_IS_X11_DISPLAY(display);
+}
 
 namespace {
 
@@ -23,7 +29,7 @@ struct Frame {
 
 bool isX11(GdkSurface* surface)
 {
-    return surface != nullptr && isX11(gdk_surface_get_display(surface));
+    return surface != nullptr && quillory::gtk::isX11(gdk_surface_get_display(surface));
 }
 
 Frame frameExtents(GdkSurface* surface)
@@ -47,11 +53,6 @@ Frame frameExtents(GdkSurface* surface)
             static_cast<int>(values[3])};
 }
 
-}
-
-bool isX11(GdkDisplay* display)
-{
-    return GDK_IS_X11_DISPLAY(display);
 }
 
 std::uint32_t x11ServerTime(GdkSurface* surface)
