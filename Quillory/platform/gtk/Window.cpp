@@ -4,6 +4,7 @@
 #include <gtk/gtk.h>
 
 #include <cmath>
+#include <utility>
 
 #include "platform/gtk/Application.h"
 #include "platform/gtk/MenuBar.h"
@@ -39,7 +40,6 @@ bool hasActivationToken(GdkDisplay* display)
 
 Window::Window(Application& application, Size contentSize, unsigned styleMask)
     : m_application(application)
-    , m_contentSize(contentSize)
 {
     m_application.gtkApplication().add_window(m_window);
     m_window.set_show_menubar(false);
@@ -160,10 +160,14 @@ void Window::deminiaturize()
 
 void Window::placeWhenMapped()
 {
-    if (std::exchange(m_centerWhenMapped, false))
-        x11Center(surface());
-    else if (m_positionWhenMapped)
+    if (std::exchange(m_centerWhenMapped, false)) {
+        int width = 0;
+        int height = 0;
+        m_window.get_default_size(width, height);
+        x11Center(surface(), {static_cast<double>(width), static_cast<double>(height)});
+    } else if (m_positionWhenMapped) {
         x11MoveTo(surface(), *m_positionWhenMapped);
+    }
     m_positionWhenMapped.reset();
 }
 

@@ -45,7 +45,6 @@ private:
     Gtk::Box m_column{Gtk::Orientation::VERTICAL};
     std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
     RenderedView m_content;
-    Size m_contentSize;
     WindowDelegate* m_delegate = nullptr;
     // Done when the window is next mapped: a window manager places a window anew each time.
     bool m_centerWhenMapped = false;

@@ -1,10 +1,8 @@
 #include "platform/gtk/X11Placement.h"
 
-#include <X11/Xatom.h>
 #include <gdk/x11/gdkx.h>
 
 #include <algorithm>
-#include <memory>
 
 namespace quillory::gtk {
 
@@ -14,13 +12,6 @@ bool isX11(GdkDisplay* display)
 }
 
 namespace {
-
-struct Frame {
-    int left = 0;
-    int right = 0;
-    int top = 0;
-    int bottom = 0;
-};
 
 ::Display* displayOf(GdkSurface* surface)
 {
@@ -32,25 +23,21 @@ bool isX11(GdkSurface* surface)
     return surface != nullptr && quillory::gtk::isX11(gdk_surface_get_display(surface));
 }
 
-Frame frameExtents(GdkSurface* surface)
+void requestMove(GdkSurface* surface, Point position, long gravity)
 {
     auto* display = displayOf(surface);
-    Atom type = 0;
-    int format = 0;
-    unsigned long count = 0;
-    unsigned long rest = 0;
-    unsigned char* data = nullptr;
-    const auto property = XInternAtom(display, "_NET_FRAME_EXTENTS", False);
-    if (XGetWindowProperty(display, gdk_x11_surface_get_xid(surface), property, 0, 4, False, XA_CARDINAL, &type, &format,
-                           &count, &rest, &data)
-        != Success)
-        return {};
-    const std::unique_ptr<unsigned char, int (*)(void*)> owner(data, XFree);
-    if (format != 32 || count != 4)
-        return {};
-    const auto* values = reinterpret_cast<const long*>(data);
-    return {static_cast<int>(values[0]), static_cast<int>(values[1]), static_cast<int>(values[2]),
-            static_cast<int>(values[3])};
+    constexpr long hasX = 1 << 8;
+    constexpr long hasY = 1 << 9;
+    constexpr long fromApplication = 1 << 12;
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = gdk_x11_surface_get_xid(surface);
+    event.xclient.message_type = XInternAtom(display, "_NET_MOVERESIZE_WINDOW", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = gravity | hasX | hasY | fromApplication;
+    event.xclient.data.l[1] = position.x;
+    event.xclient.data.l[2] = position.y;
+    XSendEvent(display, DefaultRootWindow(display), False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
 }
 
 }
@@ -75,24 +62,11 @@ std::optional<Point> x11Position(GdkSurface* surface)
 
 void x11MoveTo(GdkSurface* surface, Point position)
 {
-    if (!isX11(surface))
-        return;
-    auto* display = displayOf(surface);
-    constexpr long hasX = 1 << 8;
-    constexpr long hasY = 1 << 9;
-    constexpr long fromApplication = 1 << 12;
-    XEvent event{};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = gdk_x11_surface_get_xid(surface);
-    event.xclient.message_type = XInternAtom(display, "_NET_MOVERESIZE_WINDOW", False);
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = StaticGravity | hasX | hasY | fromApplication;
-    event.xclient.data.l[1] = position.x;
-    event.xclient.data.l[2] = position.y;
-    XSendEvent(display, DefaultRootWindow(display), False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    if (isX11(surface))
+        requestMove(surface, position, StaticGravity);
 }
 
-void x11Center(GdkSurface* surface)
+void x11Center(GdkSurface* surface, Size size)
 {
     if (!isX11(surface))
         return;
@@ -103,13 +77,10 @@ void x11Center(GdkSurface* surface)
     GdkRectangle area;
     gdk_x11_monitor_get_workarea(monitor, &area);
     const int scale = gdk_surface_get_scale_factor(surface);
-    const auto frame = frameExtents(surface);
-    const int width = gdk_surface_get_width(surface) * scale + frame.left + frame.right;
-    const int height = gdk_surface_get_height(surface) * scale + frame.top + frame.bottom;
-    // The title bar of a window that is larger than the screen stays in reach.
-    const int x = std::max(0, (area.width * scale - width) / 2);
-    const int y = std::max(0, (area.height * scale - height) / 2);
-    x11MoveTo(surface, {area.x * scale + x + frame.left, area.y * scale + y + frame.top});
+    const int x = std::max(0, (area.width - static_cast<int>(size.width)) / 2);
+    const int y = std::max(0, (area.height - static_cast<int>(size.height)) / 2);
+    // The frame's corner: how thick the frame will be is not known yet.
+    requestMove(surface, {(area.x + x) * scale, (area.y + y) * scale}, NorthWestGravity);
 }
 
 GdkMonitor* mainMonitor(GdkDisplay* display)

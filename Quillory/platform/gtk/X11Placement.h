@@ -20,11 +20,12 @@ struct Point {
 bool isX11(GdkDisplay* display);
 // The server's own time, now.
 std::uint32_t x11ServerTime(GdkSurface* surface);
-// Where the content of a mapped window stands.
+// Where the content of a mapped window stands, and how to put it there again.
 std::optional<Point> x11Position(GdkSurface* surface);
 void x11MoveTo(GdkSurface* surface, Point position);
-// Puts a mapped window, with its frame, into the middle of its monitor's work area.
-void x11Center(GdkSurface* surface);
+// Puts a window that is being mapped, of a size in logical pixels, into the middle of its monitor's work
+// area. The title bar of one that is larger than that stays in reach.
+void x11Center(GdkSurface* surface, Size size);
 // The primary monitor, or the first one; null without any. The caller owns a reference.
 GdkMonitor* mainMonitor(GdkDisplay* display);
 // The part of a monitor that panels leave free, in logical pixels.
