@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Another program of the user's: one window, which prints what reaches it.
+"""A window of another program, which prints what reaches it.
 
   active | inactive         whenever the focus comes or goes
   press NAME                for each key press, with the key's name
