@@ -116,6 +116,8 @@ def test_a_window_out_of_sight_comes_back(desktop, app, other, state):
 
 def test_holding_the_chord_repeats_it(desktop, app, other):
     window = app.window()
+    # Twice a second, so that the other program has the focus for long enough to notice.
+    desktop.run("xset", "r", "rate", "300", "2")
     desktop.run("xdotool", "keydown", "super", "keydown", "shift", "keydown", "e")
     try:
         desktop.wait_active(window)
@@ -125,6 +127,7 @@ def test_holding_the_chord_repeats_it(desktop, app, other):
         desktop.wait_active(window)
     finally:
         desktop.run("xdotool", "keyup", "e", "keyup", "shift", "keyup", "super")
+        desktop.run("xset", "r", "rate")
     assert presses_until(desktop, other) == [*MODIFIERS, "k"]
 
 

@@ -94,11 +94,6 @@ void X11KeyGrab::selectKeymapEvents()
     details.affectNewKeyboard = details.newKeyboardDetails = XCB_XKB_NKN_DETAIL_KEYCODES;
     details.affectNames = details.namesDetails = XCB_XKB_NAME_DETAIL_KEY_NAMES;
     xcb_xkb_select_events_aux(connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, 0, mapParts, mapParts, &details);
-
-    // Without it each repeat comes with a release that never was, and would be answered in vain.
-    constexpr std::uint32_t flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
-    xcb_discard_reply(connection,
-                      xcb_xkb_per_client_flags(connection, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0).sequence);
 }
 
 bool X11KeyGrab::grab(const X11Chord& chord)
@@ -147,24 +142,21 @@ void X11KeyGrab::handle(const xcb_generic_event_t& event)
     const auto type = static_cast<std::uint8_t>(event.response_type & 0x7f);
     if (type == XCB_KEY_PRESS)
         handleKeyPress(reinterpret_cast<const xcb_key_press_event_t&>(event));
-    else if (type == XCB_KEY_RELEASE)
-        answer(XCB_ALLOW_ASYNC_KEYBOARD, reinterpret_cast<const xcb_key_release_event_t&>(event).time);
     else if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent)
         m_keymapChanged = true;
 }
 
-// Other keys arrive as well while the hotkey is held down.
+// Both answers end the grab that the press began. A window that gets the focus while a grab lasts is not
+// told so before its end, and the user may hold the key for long.
 void X11KeyGrab::handleKeyPress(const xcb_key_press_event_t& press)
 {
+    auto* connection = m_connection.get();
     const bool ours = m_chord && press.detail == m_chord->key;
-    const auto decision = ours ? m_decide({press.time, m_chord->flags(press.state)}) : Answer::pass;
-    answer(decision == Answer::pass ? XCB_ALLOW_REPLAY_KEYBOARD : XCB_ALLOW_ASYNC_KEYBOARD, press.time);
-}
-
-void X11KeyGrab::answer(std::uint8_t mode, xcb_timestamp_t time)
-{
-    xcb_allow_events(m_connection.get(), mode, time);
-    xcb_flush(m_connection.get());
+    if (ours && m_decide({press.time, m_chord->flags(press.state)}) == Answer::swallow)
+        xcb_ungrab_keyboard(connection, press.time);
+    else
+        xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press.time);
+    xcb_flush(connection);
 }
 
 // Typing on a second keyboard counts as a change as well, so most changes change nothing.

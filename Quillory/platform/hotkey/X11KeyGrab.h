@@ -17,8 +17,8 @@ namespace quillory {
 // whatever becomes of the process. The grabs follow the keymap.
 //
 // A grabbed press freezes the keyboard of the session until it is answered, so a thread of its own
-// answers each one: it is replayed to the focused window or swallowed. Between a swallowed press and its
-// release the keyboard is not frozen, and repeats are decided on like presses.
+// answers each one: it is replayed to the focused window or swallowed. Repeats are presses as well;
+// releases are never taken.
 class X11KeyGrab {
 public:
     struct Press {
@@ -55,7 +55,6 @@ private:
     void run();
     void handle(const xcb_generic_event_t& event);
     void handleKeyPress(const xcb_key_press_event_t& press);
-    void answer(std::uint8_t mode, xcb_timestamp_t time);
     void followKeymap();
 
     Decide m_decide;
