@@ -54,6 +54,11 @@ class Desktop:
             self.env["DISPLAY"] = ":" + number.readline().strip()
 
     def _start_bus(self):
+        # The system's portal takes its time to find that there is no desktop behind it, and programs wait.
+        services = os.path.join(self.runtime, "dbus-1", "services")
+        os.makedirs(services)
+        with open(os.path.join(services, "org.freedesktop.portal.Desktop.service"), "w", encoding="utf-8") as file:
+            file.write("[D-BUS Service]\nName=org.freedesktop.portal.Desktop\nExec=/bin/false\n")
         self.bus = self._spawn("dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1",
                                stdout=subprocess.PIPE, text=True)
         self.env["DBUS_SESSION_BUS_ADDRESS"] = self.bus.stdout.readline().strip()
