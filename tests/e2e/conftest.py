@@ -5,6 +5,7 @@ import pytest
 
 from application import DRIVER, Application, InstallTree
 from desktop import Desktop
+from file_portal import FilePortal
 
 
 @pytest.fixture(scope="session")
@@ -42,6 +43,14 @@ def launch(desktop, installed, tmp_path):
     yield start
     for app in reversed(running):
         app.kill()
+
+
+@pytest.fixture
+def portal(desktop):
+    """File panels that the test answers itself; the program needs `FilePortal.ENVIRONMENT`."""
+    portal = FilePortal(desktop)
+    yield portal
+    portal.close()
 
 
 @pytest.fixture

@@ -7,7 +7,7 @@ import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Application
+from application import LAUNCH, STATUS_REPORT, Application, InstallTree
 from desktop import Desktop, wait_for
 
 
@@ -99,11 +99,8 @@ def test_second_launch_raises_the_first(launch, desktop, state):
 
 
 @pytest.mark.parametrize("count", [2, 8])
-def test_started_at_once_there_is_one(launch, desktop, count):
-    tree = launch(ready=False).tree
-    for app in (launch(ready=False),):
-        app.kill()
-    desktop.wait_no_window("Quillory")
+def test_started_at_once_there_is_one(desktop, installed, tmp_path, count):
+    tree = InstallTree(installed, tmp_path / "installed")
     apps = [Application(desktop, tree.binary, tree.page_folder) for _ in range(count)]
     try:
         wait_for(lambda: sum(app.process.poll() is None for app in apps) == 1, "all but one to end")
@@ -126,7 +123,7 @@ def test_killed_instance_leaves_no_lock(launch):
     assert second.own_lines()[:2] == LAUNCH
 
 
-def test_lock_file_that_cannot_be_opened(launch, desktop, tmp_path):
+def test_lock_file_that_cannot_be_opened(launch, tmp_path):
     for directory in (tmp_path / "missing", tmp_path):
         if directory.exists():
             os.mkfifo(directory / "Quillory.lock")
@@ -153,7 +150,7 @@ def test_without_a_display(desktop, installed):
 
 
 @pytest.mark.parametrize("missing", ["page", "folder", "resources"])
-def test_without_a_page_the_rest_works(launch, desktop, missing, installed, tmp_path):
+def test_without_a_page_the_rest_works(launch, missing):
     app = launch(page=None, ready=False, folder="bare")
     app.kill()
     if missing == "folder":
