@@ -121,7 +121,7 @@ class Application:
         result = self._reported(line)
         if "error" in result:
             raise AssertionError(result["error"])
-        return result["value"]
+        return result.get("value")
 
     def run_script(self, script):
         """Runs a script in the page and returns its value."""
