@@ -192,6 +192,9 @@ class InstallTree:
             os.link(installed / "bin" / "quillory", self.binary)
         except OSError:
             shutil.copy2(installed / "bin" / "quillory", self.binary)
-        shutil.copy2(installed / "share" / "quillory" / "Info.json", self.page_folder.parent)
+        for file in ("Info.json", "icon.svg"):
+            shutil.copy2(installed / "share" / "quillory" / file, self.page_folder.parent)
+        for folder in ("icons", "locale"):
+            shutil.copytree(installed / "share" / folder, self.prefix / "share" / folder)
         if page is not None:
             (self.page_folder / "index.html").write_text(page, encoding="utf-8")
