@@ -38,6 +38,8 @@ def launch(desktop, installed, tmp_path):
         running.append(app)
         if ready:
             app.wait_ready()
+            # The status report, half a second after the launch: from here on the log is the test's own.
+            app.log.wait("=" * 28)
         return app
 
     yield start

@@ -44,10 +44,11 @@ def test_edit_menu_works_in_the_page(app, desktop):
     desktop.choose_from_menu(window, 2, 5)  # Select All
     app.run_script("while (document.getElementById('t').selectionEnd != 4) await new Promise(r => setTimeout(r, 10))")
     # Keys of the menu's items are the page's own.
-    seen = app.start_script("return await new Promise(r => addEventListener('keydown', "
-                            "(e) => { if (e.key == 'z' && e.ctrlKey) { e.preventDefault(); r('page'); } }))")
+    app.run_script("window.seen = new Promise(r => addEventListener('keydown', "
+                   "(e) => { if (e.key == 'z' && e.ctrlKey) { e.preventDefault(); r('page'); } }))")
+    app.run_script("while (!document.hasFocus()) await new Promise(r => setTimeout(r, 10))")
     desktop.key("ctrl+z")
-    assert app.result(seen) == "page"
+    assert app.run_script("return await window.seen") == "page"
 
 
 def test_page_started_downloads_are_refused(app, desktop):
