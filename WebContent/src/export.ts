@@ -4,7 +4,7 @@ import { jsPDF } from "jspdf";
 import { readAsDataURL } from "./images";
 import { fileName, pageFileNames } from "./names";
 import { createObjects } from "./objects";
-import type { PageData } from "./project";
+import { type PageData, usedAssets } from "./project";
 import type { NamedFile } from "./shell";
 
 export type Format = "png" | "jpeg" | "pdf";
@@ -20,11 +20,14 @@ const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf" } as const;
 const JPEG_QUALITY = 0.95;
 const MAX_SIDE = 16384;
 const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
+const PDF_MIN_SCALE = 2; // 192 pixels an inch, so that paper shows no steps
 
 /** Draws a page into a canvas of its own; `background` fills in where the page is transparent. */
 export async function drawPage(page: PageData, scale: number, background = ""): Promise<HTMLCanvasElement> {
   const fitting = Math.min(scale, MAX_SIDE / page.width, MAX_SIDE / page.height);
-  const canvas = new StaticCanvas(undefined, {
+  const element = document.createElement("canvas");
+  element.getContext("2d", { willReadFrequently: true }); // drawn where it is encoded: three times as fast as reading back
+  const canvas = new StaticCanvas(element, {
     width: Math.max(1, Math.round(page.width * fitting)),
     height: Math.max(1, Math.round(page.height * fitting)),
     backgroundColor: page.background ?? background,
@@ -49,17 +52,58 @@ async function pageFile(page: PageData, { format, scale }: ExportOptions, filena
   return { filename, data };
 }
 
+interface PdfImage {
+  width: number;
+  height: number;
+  bytes: Uint8Array;
+}
+/** jsPDF puts JPEG files into a document as they are; this teaches it the same for pixels that are compressed already. */
+const deflated = new Map<string, PdfImage>();
+Object.assign(jsPDF.API, {
+  processDEFLATED(this: { __addimage__: { arrayBufferToBinaryString(b: Uint8Array): string } }, _: unknown, index: number, alias: string) {
+    const { width, height, bytes } = deflated.get(alias)!;
+    const data = this.__addimage__.arrayBufferToBinaryString(bytes);
+    return { data, index, alias, width, height, colorSpace: "DeviceRGB", bitsPerComponent: 8, filter: "FlateDecode" };
+  },
+});
+
+async function deflate(canvas: HTMLCanvasElement): Promise<PdfImage> {
+  const { width, height } = canvas;
+  const { data } = canvas.getContext("2d")!.getImageData(0, 0, width, height);
+  const rgb = new Uint8Array(width * height * 3);
+  for (let from = 0, to = 0; from < data.length; from += 4) {
+    rgb[to++] = data[from]!;
+    rgb[to++] = data[from + 1]!;
+    rgb[to++] = data[from + 2]!;
+  }
+  const stream = new CompressionStream("deflate");
+  const writer = stream.writable.getWriter();
+  const written = writer.write(rgb).then(() => writer.close());
+  const bytes = new Uint8Array(await new Response(stream.readable).arrayBuffer());
+  await written;
+  return { width, height, bytes };
+}
+
+/** Pages of shapes and text keep every pixel; those with pictures are JPEG, or the file would be far too large. */
 async function pdfFile(pages: readonly PageData[], scale: number, filename: string, step: Step): Promise<NamedFile> {
   let pdf: jsPDF | undefined;
   for (const [i, page] of pages.entries()) {
     await step(i, pages.length);
-    const format = [page.width * POINTS_PER_UNIT, page.height * POINTS_PER_UNIT];
+    const size: [number, number] = [page.width * POINTS_PER_UNIT, page.height * POINTS_PER_UNIT];
     const orientation = page.width > page.height ? "landscape" : "portrait";
-    if (pdf) pdf.addPage(format, orientation);
-    else pdf = new jsPDF({ unit: "pt", format, orientation, compress: false });
-    const canvas = await drawPage(page, scale, "#ffffff");
-    const bytes = new Uint8Array(await (await toBlob(canvas, "image/jpeg")).arrayBuffer());
-    pdf.addImage(bytes, "JPEG", 0, 0, format[0]!, format[1]!, `page-${i}`);
+    if (pdf) pdf.addPage(size, orientation);
+    else pdf = new jsPDF({ unit: "pt", format: size, orientation });
+    const canvas = await drawPage(page, Math.max(scale, PDF_MIN_SCALE), "#ffffff");
+    const alias = `page-${i}`;
+    if (usedAssets(page.objects).size > 0) {
+      const bytes = new Uint8Array(await (await toBlob(canvas, "image/jpeg")).arrayBuffer());
+      pdf.addImage(bytes, "JPEG", 0, 0, ...size, alias);
+    } else {
+      const image = await deflate(canvas);
+      deflated.set(alias, image);
+      pdf.addImage(image.bytes, "DEFLATED", 0, 0, ...size, alias);
+      deflated.delete(alias);
+    }
     canvas.width = canvas.height = 0;
   }
   return { filename, data: await readAsDataURL(pdf!.output("blob")) };

@@ -8,14 +8,15 @@ interface StoredImage {
 }
 
 async function decode(data: string): Promise<HTMLImageElement> {
-  const blob = await (await fetch(data)).blob();
+  const type = /^data:(image\/[\w.+-]+);base64,/.exec(data.slice(0, 100))?.[1];
   const element = new Image();
-  element.src = URL.createObjectURL(blob);
   try {
+    if (!type) throw new Error("not an image");
+    element.src = URL.createObjectURL(await (await fetch(data)).blob());
     await element.decode();
   } catch {
     URL.revokeObjectURL(element.src);
-    throw new Error(`This image can't be shown${blob.type ? ` (${blob.type})` : ""}: it is damaged or of an unknown format.`);
+    throw new Error(`This image can't be shown${type ? ` (${type})` : ""}: it is damaged or of an unknown format.`);
   }
   return element;
 }

@@ -67,6 +67,14 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
       commands[name]!();
     });
   }
+  let pressed = false; // a pointer that starts a selection is not the command
+  document.addEventListener("mousedown", () => (pressed = true), { capture: true });
+  document.addEventListener("mouseup", () => (pressed = false), { capture: true });
+  document.addEventListener("selectstart", (e) => {
+    if (e.target !== document.body || pressed || busy()) return;
+    e.preventDefault();
+    void commands["select-all"]!();
+  });
 }
 
 /** Selects the next object on the canvas; at the last one it leaves the Tab key to the page. */

@@ -221,6 +221,8 @@ document.addEventListener("drop", (e) => {
 
 // ---- start ----
 
+window.addEventListener("error", (e) => tellError(e.error));
+
 listenToShell(
   {
     projectText: async (text) => openProject(readProject(text), true),

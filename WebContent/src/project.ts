@@ -42,7 +42,7 @@ type Check = (value: unknown, where: string, depth: number) => unknown;
 type Raw = Record<string, unknown>;
 
 function refuse(where: string, expected: string): never {
-  throw new FormatError(`The file is damaged: ${where} is not ${expected}.`);
+  throw new FormatError(`The data is damaged: ${where} is not ${expected}.`);
 }
 const number =
   (min = -1e6, max = 1e6): Check =>
@@ -70,18 +70,20 @@ const list: Check = (v, where, depth) => {
 const size = number(0);
 const COMMON: Record<string, Check> = {
   left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
-  flipX: bool, flipY: bool, opacity: number(0, 1), fill: colour, stroke: colour, strokeWidth: size,
+  flipX: bool, flipY: bool, opacity: number(0, 1),
 };
+const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size };
+const PAINT: Record<string, Check> = { ...STROKE, fill: colour };
 const KINDS: Record<Kind, Record<string, Check>> = {
-  Rect: { width: size, height: size, rx: size, ry: size },
-  Ellipse: { rx: size, ry: size },
-  Line: { x1: number(), y1: number(), x2: number(), y2: number() },
+  Rect: { ...PAINT, width: size, height: size, rx: size, ry: size },
+  Ellipse: { ...PAINT, rx: size, ry: size },
+  Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number() },
   Textbox: {
-    text: text(1e6), width: size, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
+    ...PAINT, text: text(1e6), width: size, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
     fontStyle: oneOf("normal", "italic"), underline: bool, textAlign: oneOf("left", "center", "right", "justify"),
     lineHeight: number(0.1, 10),
   },
-  Image: { asset: text(200), width: size, height: size },
+  Image: { ...STROKE, asset: text(200), width: size, height: size },
   Group: { objects: list, width: size, height: size },
 };
 const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Image: "asset", Group: "objects" };
