@@ -26,10 +26,11 @@ export class Editor {
   page = 0;
   #pastes = 0;
   #copied = "";
+  #shown: string | undefined;
 
   constructor(host: HTMLElement, private readonly events: Omit<StageEvents, "changed"> & { changed(): void }) {
     this.stage = new Stage(host, { ...events, changed: (tag) => this.commit(tag) });
-    void this.stage.show(this.pageData);
+    void this.#refresh();
   }
 
   get state(): DocumentState {
@@ -63,13 +64,16 @@ export class Editor {
   /** Takes what the canvas shows into the history, if it differs. */
   commit(tag?: string): void {
     const page = this.stage.read();
-    if (!page || JSON.stringify(page) === JSON.stringify(this.pageData)) return;
+    const shown = JSON.stringify(page);
+    if (!page || shown === this.#shown) return;
+    this.#shown = shown;
     this.#push({ pages: this.state.pages.map((p, i) => (i === this.page ? page : p)) }, tag);
   }
 
   async #refresh(selected: number[] = []): Promise<void> {
     this.page = Math.min(this.page, this.state.pages.length - 1);
     await this.stage.show(this.pageData, selected);
+    this.#shown = JSON.stringify(this.stage.read()); // not what the file says: it may leave out what is usual
     this.events.changed();
   }
 

@@ -23,6 +23,12 @@ function icon(name: string): SVGSVGElement {
   return svg;
 }
 
+function label(text: string): HTMLSpanElement {
+  const span = document.createElement("span");
+  span.textContent = text;
+  return span;
+}
+
 /** The objects of the page, the front one first. */
 export class Layers {
   readonly #list = $("layers");
@@ -63,7 +69,7 @@ export class Layers {
     const objects = this.#objects;
     if (selection.size === 1) this.#cursor = objects.findIndex((o) => selection.has(o));
     this.#list.replaceChildren(
-      ...objects.map((o, i) => option(`layer-${i}`, selection.has(o), icon(o.type.toLowerCase()), nameOf(o))),
+      ...objects.map((o, i) => option(`layer-${i}`, selection.has(o), icon(o.type.toLowerCase()), label(nameOf(o)))),
     );
     this.#list.toggleAttribute("data-empty", objects.length === 0);
     const current = this.#list.children[this.#cursor];

@@ -6,24 +6,27 @@ const bytes = (text: string): number => new TextEncoder().encode(text).length;
 
 /** A project's name as the stem of a file name: no path, nothing that a file system or a shell trips over. */
 export function fileStem(name: string): string {
-  let stem = name
+  const safe = name
     .normalize("NFC")
     .replace(/[\p{Cc}\p{Cf}\p{Cs}]/gu, "")
     .replace(/[\\/:*?"<>|]+/g, "-")
     .replace(/\s+/g, " ")
     .replace(/^[\s.-]+|[\s.]+$/g, "");
-  if (bytes(stem) > MAX_BYTES) {
-    const letters = [...stem];
-    while (bytes(letters.join("")) > MAX_BYTES) letters.length -= Math.ceil((bytes(letters.join("")) - MAX_BYTES) / 4);
-    stem = letters.join("").trimEnd();
+  let stem = "";
+  let size = 0;
+  for (const letter of safe) {
+    size += bytes(letter);
+    if (size > MAX_BYTES) break;
+    stem += letter;
   }
-  return stem || UNTITLED;
+  return stem.trimEnd() || UNTITLED;
 }
 
 export const fileName = (project: string, extension: string): string => `${fileStem(project)}.${extension}`;
 
 /** One name a page: numbered from 1, padded so that they sort, and so never the same twice. */
 export function pageFileNames(project: string, pages: number, extension: string): string[] {
+  const stem = fileStem(project);
   const width = Math.max(2, String(pages).length);
-  return Array.from({ length: pages }, (_, i) => `${fileStem(project)}-${String(i + 1).padStart(width, "0")}.${extension}`);
+  return Array.from({ length: pages }, (_, i) => `${stem}-${String(i + 1).padStart(width, "0")}.${extension}`);
 }
