@@ -1,0 +1,45 @@
+#include "QuilloryApp/QuilloryApp.h"
+
+#include "hotkey/HotkeyManager.h"
+#include "platform/Localization.h"
+
+namespace quillory {
+
+namespace {
+
+void bringSharedDelegateToFront()
+{
+    if (const auto delegate = AppDelegate::shared)
+        delegate->bringToFront();
+}
+
+}
+
+QuilloryApp::QuilloryApp(Platform& platform)
+    : appDelegate(AppDelegate::make(platform))
+{
+}
+
+Scene QuilloryApp::body() const
+{
+    const auto showAboutWindow = [delegate = appDelegate] { delegate->showAboutWindow(); };
+    return {.commands = {{CommandGroupPlacement::newItem, {}},
+                         {CommandGroupPlacement::appInfo, {{localized("About Quillory"), showAboutWindow}}}}};
+}
+
+int QuilloryApp::main(Platform& platform)
+{
+    HotkeyManager::shared = std::make_shared<HotkeyManager>(platform);
+    HotkeyManager::shared->bringToFront = bringSharedDelegateToFront;
+    int status = 0;
+    {
+        const QuilloryApp app(platform);
+        status = platform.application().run(*app.appDelegate, app.body());
+    }
+    // Both hold objects that the platform made, and it goes before static objects do.
+    AppDelegate::shared.reset();
+    HotkeyManager::shared.reset();
+    return status;
+}
+
+}

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/Value.h"
+
+namespace quillory {
+
+class NavigationDelegate;
+
+// A message that the page posted with `window.webkit.messageHandlers.NAME.postMessage(body)`.
+struct ScriptMessage {
+    std::string name;
+    std::shared_ptr<const Value> body;
+};
+
+class UserContentController;
+
+class ScriptMessageHandler {
+public:
+    virtual ~ScriptMessageHandler() = default;
+    virtual void didReceiveScriptMessage(UserContentController& controller, const ScriptMessage& message) = 0;
+};
+
+class UserContentController {
+public:
+    virtual ~UserContentController() = default;
+    // Holds `handler` strongly, once for each name.
+    virtual void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler, const std::string& name) = 0;
+};
+
+// What a web view is made with; later changes do not reach it.
+class WebViewConfiguration {
+public:
+    virtual ~WebViewConfiguration() = default;
+    // The preference known is "allowFileAccessFromFileURLs"; another name is a programming error.
+    virtual void setPreference(const std::string& key, bool value) = 0;
+    virtual UserContentController& userContentController() = 0;
+};
+
+// Declared by whoever wants to be told of navigations; every decision takes the platform's default.
+class NavigationDelegate {
+public:
+    virtual ~NavigationDelegate() = default;
+};
+
+// One web page and the process it runs in. Main thread only.
+class WebView {
+public:
+    // Gets no value if the script ran to its end (whatever it evaluated to), else one line that names
+    // the error's domain, code and message.
+    using EvaluationCompletion = std::function<void(std::optional<std::string> error)>;
+
+    virtual ~WebView() = default;
+
+    // `delegate` is not owned.
+    virtual void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) = 0;
+
+    // Loads the page, which may read every file below `readAccessRoot` and no other. If that cannot be
+    // guaranteed nothing is loaded and one line on standard error says so. Returns at once.
+    virtual void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) = 0;
+
+    // Runs `script` (UTF-8) in the page. `completion` is called exactly once, on a later turn of the
+    // main thread, also when the page's process has died.
+    virtual void evaluateJavaScript(std::string script, EvaluationCompletion completion) = 0;
+};
+
+}

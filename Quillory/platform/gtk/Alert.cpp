@@ -1,0 +1,47 @@
+#include "platform/gtk/Alert.h"
+
+#include "platform/gtk/Application.h"
+
+namespace quillory::gtk {
+
+namespace {
+
+Gtk::MessageType messageType(AlertStyle style)
+{
+    switch (style) {
+    case AlertStyle::informational:
+        return Gtk::MessageType::INFO;
+    case AlertStyle::critical:
+        return Gtk::MessageType::ERROR;
+    case AlertStyle::warning:
+        break;
+    }
+    return Gtk::MessageType::WARNING;
+}
+
+}
+
+void Alert::runModal(std::function<void(int answer)> answered)
+{
+    m_dialog = std::make_unique<Gtk::MessageDialog>(m_messageText, false, messageType(m_style), Gtk::ButtonsType::NONE, true);
+    m_dialog->set_secondary_text(m_informativeText);
+    m_dialog->set_title(m_messageText);
+    m_application.gtkApplication().add_window(*m_dialog);
+    for (std::size_t i = 0; i < m_buttons.size(); ++i)
+        m_dialog->add_button(m_buttons[i], alertFirstButtonReturn + static_cast<int>(i));
+    m_dialog->set_default_response(alertFirstButtonReturn);
+
+    m_application.keep(shared_from_this());
+    m_application.beginModal();
+    m_dialog->signal_response().connect([this, answered = std::move(answered)](int response) {
+        const auto self = shared_from_this();
+        const auto handler = answered;
+        m_application.endModal();
+        m_application.release(self);
+        m_dialog->hide();
+        handler(response >= alertFirstButtonReturn ? response : 0);
+    });
+    m_dialog->present();
+}
+
+}

@@ -1,0 +1,128 @@
+#include "platform/gtk/GtkPlatform.h"
+
+#include <gdk/wayland/gdkwayland.h>
+#include <gdk/x11/gdkx.h>
+
+#include "platform/gtk/Alert.h"
+#include "platform/gtk/GObjectPtr.h"
+#include "platform/gtk/OpenPanel.h"
+#include "platform/gtk/RunningApplication.h"
+#include "platform/gtk/SavePanel.h"
+#include "platform/gtk/Timer.h"
+#include "platform/gtk/WebView.h"
+#include "platform/gtk/Window.h"
+#include "platform/gtk/X11Placement.h"
+
+namespace quillory::gtk {
+
+namespace {
+
+DisplayKind displayKind(GdkDisplay* display)
+{
+    if (GDK_IS_WAYLAND_DISPLAY(display))
+        return DisplayKind::wayland;
+    return GDK_IS_X11_DISPLAY(display) ? DisplayKind::x11 : DisplayKind::none;
+}
+
+// The next window that is presented takes the focus with it.
+void setActivationToken(const std::string& token)
+{
+    auto* display = gdk_display_get_default();
+    if (!token.empty() && GDK_IS_WAYLAND_DISPLAY(display))
+        gdk_wayland_display_set_startup_notification_id(display, token.c_str());
+}
+
+}
+
+GtkPlatform::GtkPlatform()
+    : m_bundle(posix::InstalledBundle::ofThisProcess())
+    , m_application(m_bundle.bundleIdentifier().value_or(""))
+{
+}
+
+GtkPlatform::~GtkPlatform() = default;
+
+std::optional<Screen> GtkPlatform::mainScreen()
+{
+    auto* display = gdk_display_get_default();
+    if (display == nullptr)
+        return std::nullopt;
+    const GObjectPtr<GdkMonitor> monitor(mainMonitor(display));
+    if (!monitor)
+        return std::nullopt;
+    if (const auto area = x11WorkArea(monitor.get()))
+        return Screen{*area};
+    GdkRectangle geometry;
+    gdk_monitor_get_geometry(monitor.get(), &geometry);
+    return Screen{{static_cast<double>(geometry.width), static_cast<double>(geometry.height)}};
+}
+
+std::vector<std::unique_ptr<quillory::RunningApplication>>
+GtkPlatform::runningApplications(const std::string& bundleIdentifier)
+{
+    return RunningApplication::withIdentifier(bundleIdentifier);
+}
+
+std::unique_ptr<quillory::Window> GtkPlatform::makeWindow(Size contentSize, unsigned styleMask)
+{
+    return std::make_unique<Window>(m_application, contentSize, styleMask);
+}
+
+std::unique_ptr<quillory::WebViewConfiguration> GtkPlatform::makeWebViewConfiguration()
+{
+    return std::make_unique<WebViewConfiguration>();
+}
+
+std::shared_ptr<quillory::WebView>
+GtkPlatform::makeWebView(std::unique_ptr<quillory::WebViewConfiguration> configuration)
+{
+    return std::make_shared<WebView>(dynamic_cast<WebViewConfiguration&>(*configuration));
+}
+
+std::shared_ptr<quillory::SavePanel> GtkPlatform::makeSavePanel()
+{
+    return std::make_shared<SavePanel>(m_application);
+}
+
+std::shared_ptr<quillory::OpenPanel> GtkPlatform::makeOpenPanel()
+{
+    return std::make_shared<OpenPanel>(m_application);
+}
+
+std::shared_ptr<quillory::Alert> GtkPlatform::makeAlert()
+{
+    return std::make_shared<Alert>(m_application);
+}
+
+std::unique_ptr<quillory::Timer> GtkPlatform::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
+                                                            std::function<void()> block)
+{
+    return std::make_unique<Timer>(m_application, interval, repeats, std::move(block));
+}
+
+std::shared_ptr<EventTap> GtkPlatform::makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData)
+{
+    return hotkeyBackend().makeEventTap(mask, callback, userData);
+}
+
+std::shared_ptr<RunLoopSource> GtkPlatform::makeRunLoopSource(const std::shared_ptr<EventTap>& tap)
+{
+    return hotkeyBackend().makeRunLoopSource(tap);
+}
+
+HotkeyBackend& GtkPlatform::hotkeyBackend()
+{
+    if (!m_hotkeyBackend) {
+        auto* display = gdk_display_get_default();
+        m_hotkeyBackend = makeHotkeyBackend({
+            .display = displayKind(display),
+            .displayName = display != nullptr ? gdk_display_get_name(display) : "",
+            .applicationID = m_bundle.bundleIdentifier().value_or(""),
+            .willDeliverX11Event = [this](std::uint32_t time) { m_application.noteUserTime(time); },
+            .willDeliverWaylandEvent = setActivationToken,
+        });
+    }
+    return *m_hotkeyBackend;
+}
+
+}

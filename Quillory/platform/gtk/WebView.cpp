@@ -1,0 +1,143 @@
+#include "platform/gtk/WebView.h"
+
+#include <gtkmm/box.h>
+
+#include <cstdio>
+
+#include "platform/gtk/ContentFilter.h"
+
+namespace quillory::gtk {
+
+namespace {
+
+GObjectPtr<WebKitWebView> makeView(const WebViewConfiguration& configuration)
+{
+    auto* view = g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
+                              configuration.sharedUserContentController()->manager(), "settings",
+                              configuration.settings(), nullptr);
+    return GObjectPtr<WebKitWebView>(WEBKIT_WEB_VIEW(g_object_ref_sink(view)));
+}
+
+// The engine would write into the Downloads folder unasked.
+void refuseDownload(WebKitNetworkSession*, WebKitDownload* download, gpointer)
+{
+    webkit_download_cancel(download);
+}
+
+// Items of a browser's menu that would leave the page, lose its state or do nothing here.
+bool belongsToBrowser(WebKitContextMenuAction action)
+{
+    switch (action) {
+    case WEBKIT_CONTEXT_MENU_ACTION_GO_BACK:
+    case WEBKIT_CONTEXT_MENU_ACTION_GO_FORWARD:
+    case WEBKIT_CONTEXT_MENU_ACTION_STOP:
+    case WEBKIT_CONTEXT_MENU_ACTION_RELOAD:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_IMAGE_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_FRAME_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_VIDEO_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_AUDIO_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_LINK_TO_DISK:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_IMAGE_TO_DISK:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_VIDEO_TO_DISK:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_AUDIO_TO_DISK:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// True to show no menu at all.
+gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestResult*, gpointer)
+{
+    auto* item = webkit_context_menu_get_items(menu);
+    while (item != nullptr) {
+        auto* menuItem = static_cast<WebKitContextMenuItem*>(item->data);
+        item = item->next;
+        if (belongsToBrowser(webkit_context_menu_item_get_stock_action(menuItem)))
+            webkit_context_menu_remove(menu, menuItem);
+    }
+    return webkit_context_menu_get_n_items(menu) == 0;
+}
+
+std::string describe(const GError& error)
+{
+    return std::string(g_quark_to_string(error.domain)) + " " + std::to_string(error.code) + ": " + error.message;
+}
+
+void evaluated(GObject* source, GAsyncResult* result, gpointer data)
+{
+    const std::unique_ptr<WebView::EvaluationCompletion> completion(static_cast<WebView::EvaluationCompletion*>(data));
+    GError* error = nullptr;
+    const GObjectPtr<::JSCValue> value(
+        webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error));
+    const GErrorPtr owner(error);
+    // The script ran, its value is of a kind that cannot be handed over, and nobody wants it.
+    const bool unsupportedValue = g_error_matches(error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
+    (*completion)(error == nullptr || unsupportedValue ? std::nullopt : std::optional(describe(*error)));
+}
+
+}
+
+WebView::WebView(const WebViewConfiguration& configuration)
+    : m_controller(configuration.sharedUserContentController())
+    , m_view(makeView(configuration))
+{
+    g_signal_connect(webkit_web_view_get_network_session(m_view.get()), "download-started", G_CALLBACK(refuseDownload),
+                     nullptr);
+    g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
+}
+
+WebView::~WebView() = default;
+
+void WebView::setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate)
+{
+    m_navigationDelegate = std::move(delegate);
+}
+
+void WebView::loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot)
+{
+    makeContentFilter(readAccessRoot, [self = weak_from_this(), page](UserContentFilterPtr filter, const auto& error) {
+        const auto view = self.lock();
+        if (!view)
+            return;
+        if (!filter) {
+            std::fprintf(stderr, "quillory: the page is not loaded, its access to files cannot be limited: %s\n",
+                         error.c_str());
+            return;
+        }
+        webkit_user_content_manager_add_filter(view->m_controller->manager(), filter.get());
+        const GStringPtr uri(g_filename_to_uri(std::filesystem::absolute(page).c_str(), nullptr, nullptr));
+        webkit_web_view_load_uri(view->m_view.get(), uri.get());
+    });
+}
+
+void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)
+{
+    auto boxed = std::make_unique<EvaluationCompletion>(std::move(completion));
+    webkit_web_view_evaluate_javascript(m_view.get(), script.data(), static_cast<gssize>(script.size()), nullptr, nullptr,
+                                        nullptr, evaluated, boxed.release());
+}
+
+std::unique_ptr<Gtk::Widget> WebView::makeWidget()
+{
+    auto box = std::make_unique<Gtk::Box>();
+    auto* widget = GTK_WIDGET(m_view.get());
+    gtk_widget_set_hexpand(widget, TRUE);
+    gtk_widget_set_vexpand(widget, TRUE);
+    gtk_box_append(box->gobj(), widget);
+    return box;
+}
+
+void WebView::grabFocus()
+{
+    gtk_widget_grab_focus(GTK_WIDGET(m_view.get()));
+}
+
+void WebView::executeEditingCommand(const char* command)
+{
+    webkit_web_view_execute_editing_command(m_view.get(), command);
+}
+
+}

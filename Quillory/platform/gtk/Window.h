@@ -1,0 +1,54 @@
+#pragma once
+
+#include <gtkmm/applicationwindow.h>
+#include <gtkmm/box.h>
+#include <gtkmm/popovermenubar.h>
+
+#include <memory>
+#include <optional>
+
+#include "platform/Window.h"
+#include "platform/gtk/ViewRenderer.h"
+#include "platform/gtk/X11Placement.h"
+
+namespace quillory::gtk {
+
+class Application;
+
+class Window final : public quillory::Window {
+public:
+    Window(Application& application, Size contentSize, unsigned styleMask);
+    ~Window() override;
+
+    void setTitle(const std::string& title) override;
+    void setContentView(const FramedView& content) override;
+    void setContentMinSize(Size size) override;
+    void center() override;
+    void setDelegate(WindowDelegate* delegate) override;
+
+    void makeKeyAndOrderFront() override;
+    void orderFrontRegardless() override;
+    void orderOut() override;
+    void setIsVisible(bool visible) override;
+    bool isMiniaturized() const override;
+    void deminiaturize() override;
+
+private:
+    void addMenuBar();
+    void performClose();
+    void placeWhenMapped();
+    bool isOnX11() const;
+    GdkSurface* surface() const;
+
+    Application& m_application;
+    Gtk::ApplicationWindow m_window;
+    Gtk::Box m_column{Gtk::Orientation::VERTICAL};
+    std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
+    RenderedView m_content;
+    WindowDelegate* m_delegate = nullptr;
+    // Done when the window is next mapped: a window manager places a window anew each time.
+    bool m_centerWhenMapped = false;
+    std::optional<Point> m_positionWhenMapped;
+};
+
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/EventTap.h"
+
+namespace quillory {
+
+// What keeps the keys of the session: the X server, or a Wayland compositor behind the desktop portal.
+enum class DisplayKind { none, x11, wayland };
+
+struct HotkeyBackendOptions {
+    DisplayKind display = DisplayKind::none;
+    // Of the X server; empty stands for $DISPLAY.
+    std::string displayName;
+    // The reverse-domain identifier of the application, which is its desktop file's name.
+    std::string applicationID;
+    // Called right before a key press goes to the tap's callback, with what entitles a window to take
+    // the focus because of it. Either may be empty. A token may be empty as well: none came.
+    std::function<void(std::uint32_t timestamp)> willDeliverX11Event;
+    std::function<void(std::string activationToken)> willDeliverWaylandEvent;
+};
+
+// One window system's way to a key chord of the whole session. The only chord it ever delivers is
+// Command+Shift+E, Command being the Super key. Main thread only.
+class HotkeyBackend {
+public:
+    virtual ~HotkeyBackend() = default;
+
+    // Whether a tap may be made. With `prompt`, the desktop is told to ask the user, once in the life
+    // of the backend; takes 250 ms at most then, and no time otherwise.
+    virtual bool isTrusted(bool prompt) = 0;
+
+    // See Platform. The callback must not release the tap.
+    virtual std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) = 0;
+    virtual std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>& tap) = 0;
+
+    // Opens the desktop's own panel for shortcuts, where it has one that is known.
+    virtual void openShortcutSettings() = 0;
+};
+
+// Makes no connection yet. Never null: without a display, nothing is trusted and no tap is made.
+std::unique_ptr<HotkeyBackend> makeHotkeyBackend(HotkeyBackendOptions options);
+
+}

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <giomm/dbusconnection.h>
+
+namespace quillory {
+
+// The hotkey as the desktop portal's global shortcut: one session with one shortcut, asked for once,
+// and again only from a portal that left the bus and came back, unless the user has refused. Signals
+// arrive on GLib's default main context. Main thread only.
+class PortalSession final : public std::enable_shared_from_this<PortalSession> {
+public:
+    explicit PortalSession(std::string applicationID);
+    ~PortalSession();
+    PortalSession(const PortalSession&) = delete;
+    PortalSession& operator=(const PortalSession&) = delete;
+
+    // Called for each press of the shortcut, with the activation token that came with it, or an empty
+    // text. May be empty.
+    std::function<void(std::string activationToken)> activated;
+
+    // Whether the desktop has given the shortcut to this session.
+    bool isBound() const { return m_bound; }
+
+    // Asks for the shortcut, which may open a dialog of the desktop; a second call does nothing. Waits
+    // for the answer no longer than `patience`; what comes later is taken in on the main context.
+    void ask(std::chrono::milliseconds patience);
+
+    // Gives the shortcut up and forgets that it was asked for. Waits 100 ms at most.
+    void close();
+
+    // Opens the desktop's dialog for the session's shortcuts; false if this portal has none. Waits
+    // 250 ms at most.
+    bool configure();
+
+private:
+    enum class Step { createSession, bindShortcuts };
+    struct Request {
+        Step step;
+        std::string path;
+    };
+    class Subscription;
+    using Connection = Glib::RefPtr<Gio::DBus::Connection>;
+    using SignalHandler = void (PortalSession::*)(const Glib::VariantContainerBase& parameters);
+
+    bool connect();
+    unsigned versionWithin(std::chrono::milliseconds patience);
+    void waitForAnswer(std::chrono::steady_clock::time_point deadline);
+
+    void registerApplication();
+    void createSession();
+    void bindShortcuts();
+    void call(Step step, Glib::VariantContainerBase parameters, const std::string& requestToken);
+    std::string nextRequestToken();
+    void forgetSession();
+
+    void requestAnswered(const std::string& path, const Glib::VariantContainerBase& parameters);
+    void shortcutActivated(const Glib::VariantContainerBase& parameters);
+    void shortcutsChanged(const Glib::VariantContainerBase& parameters);
+    void portalOwnerChanged(const Glib::VariantContainerBase& parameters);
+
+    Subscription subscribeToAnswers();
+    Subscription subscribe(const char* sender, const char* interface, const char* signal, const char* argument,
+                           SignalHandler handler);
+
+    std::string m_applicationID;
+    Connection m_connection;
+    std::vector<Subscription> m_subscriptions;
+    std::optional<Request> m_pending;
+    std::string m_session;
+    unsigned m_requests = 0;
+    bool m_asked = false;
+    bool m_refused = false;
+    bool m_bound = false;
+};
+
+}

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+
+#include <xcb/xcb.h>
+
+namespace quillory {
+
+struct XcbDisconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
+
+// Replies, events and errors come from malloc.
+struct XcbFree {
+    void operator()(void* memory) const { std::free(memory); }
+};
+template<typename T> using XcbMemory = std::unique_ptr<T, XcbFree>;
+
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+#include "platform/Platform.h"
+#include "services/Page.h"
+
+namespace quillory {
+
+// Whether a text that another program copied may be objects of the canvas. It is not parsed.
+bool looksLikeCanvasJSON(std::string_view text);
+
+// The page's copy and paste through the system's clipboard. Reading waits for the clipboard's owner
+// without stopping the window, so pastes wait for each other: they are answered in the order in which
+// they were asked.
+class Clipboard : public std::enable_shared_from_this<Clipboard> {
+public:
+    Clipboard(Platform& platform, std::weak_ptr<Page> page);
+
+    void handleNativeCopy(const ScriptMessage& message);
+    void handleNativePaste();
+
+private:
+    void pasteObject();
+    void pasteCanvasText();
+    void pasteImage();
+    void pasteEnded();
+
+    Platform& m_platform;
+    std::weak_ptr<Page> m_page;
+    std::size_t m_unansweredPastes = 0;
+};
+
+}

@@ -1,0 +1,142 @@
+#include "services/FileWriter.h"
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <system_error>
+
+#include "support/FileDescriptor.h"
+
+namespace quillory {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string describe(int error)
+{
+    return std::generic_category().message(error);
+}
+
+// One place in the file system, relative to a folder that is open already or to the working directory.
+class Target {
+public:
+    Target(int folder, std::string name, std::uint64_t resolve)
+        : m_folder(folder)
+        , m_name(std::move(name))
+        , m_resolve(resolve)
+    {
+    }
+
+    // Never waits for the other end of a pipe, and never makes a terminal ours.
+    FileDescriptor open(int flags) const
+    {
+        open_how how {};
+        how.flags = static_cast<std::uint64_t>(flags | O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+        how.mode = (flags & O_CREAT) != 0 ? 0666 : 0;
+        how.resolve = m_resolve;
+        return FileDescriptor(static_cast<int>(syscall(SYS_openat2, m_folder, m_name.c_str(), &how, sizeof how)));
+    }
+
+    void remove() const { unlinkat(m_folder, m_name.c_str(), 0); }
+
+private:
+    int m_folder;
+    std::string m_name;
+    std::uint64_t m_resolve;
+};
+
+// The file system sets blocks aside behind the content that is there, which stays as it is. Some cannot;
+// there the emulation fills what lies past the end, which is cut off again.
+int reserve(int file, off_t oldSize, off_t newSize)
+{
+    if (newSize == 0 || fallocate(file, FALLOC_FL_KEEP_SIZE, 0, newSize) == 0)
+        return 0;
+    int error = errno;
+    if (error == EOPNOTSUPP)
+        error = posix_fallocate(file, 0, newSize);
+    // Gives back what a failed reservation may have taken already.
+    const bool restored = ftruncate(file, oldSize) == 0;
+    return error != 0 ? error : restored ? 0 : errno;
+}
+
+int writeAll(int file, std::span<const std::byte> bytes)
+{
+    while (!bytes.empty()) {
+        const auto written = ::write(file, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written < 0)
+            return errno;
+        bytes = bytes.subspan(static_cast<std::size_t>(written));
+    }
+    return 0;
+}
+
+int replaceContent(int file, off_t oldSize, std::span<const std::byte> bytes)
+{
+    const auto newSize = static_cast<off_t>(bytes.size());
+    if (const int error = reserve(file, oldSize, newSize))
+        return error;
+    if (ftruncate(file, 0) != 0)
+        return errno;
+    // Cutting the old content off gave its blocks back: they are taken again before anybody else can.
+    if (const int error = reserve(file, 0, newSize))
+        return error;
+    return writeAll(file, bytes);
+}
+
+std::optional<std::string> write(const Target& target, std::span<const std::byte> bytes)
+{
+    bool created = false;
+    auto file = target.open(0);
+    if (!file && errno == ENOENT) {
+        file = target.open(O_CREAT);
+        created = true;
+    }
+    if (!file)
+        return errno == EXDEV ? "The name leads out of the chosen folder" : describe(errno);
+
+    struct stat status {};
+    if (fstat(file.get(), &status) != 0)
+        return describe(errno);
+    int error = 0;
+    if (S_ISREG(status.st_mode))
+        error = replaceContent(file.get(), status.st_size, bytes);
+    else if (S_ISCHR(status.st_mode))
+        error = writeAll(file.get(), bytes);
+    else
+        return "Not a regular file";
+
+    const int closeError = file.close();
+    if (error == 0)
+        error = closeError;
+    if (error == 0)
+        return std::nullopt;
+    if (created)
+        target.remove();
+    return describe(error);
+}
+
+}
+
+std::optional<std::string> writeFile(const fs::path& path, std::span<const std::byte> bytes)
+{
+    return write(Target(AT_FDCWD, path, 0), bytes);
+}
+
+std::optional<std::string> writeFileInFolder(const fs::path& folder, const std::string& name,
+                                             std::span<const std::byte> bytes)
+{
+    const FileDescriptor directory(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!directory)
+        return describe(errno);
+    return write(Target(directory.get(), name, RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS), bytes);
+}
+
+}

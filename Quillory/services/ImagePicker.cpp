@@ -1,0 +1,51 @@
+#include "services/ImagePicker.h"
+
+#include <algorithm>
+#include <array>
+
+#include "services/DataURL.h"
+#include "services/FileReader.h"
+#include "services/PathExtension.h"
+#include "support/StringBytes.h"
+
+namespace quillory {
+
+namespace {
+
+const std::array imageTypes{ContentType::png,  ContentType::jpeg, ContentType::gif, ContentType::webP,
+                            ContentType::heic, ContentType::bmp,  ContentType::tiff};
+
+}
+
+std::string imageMimeType(const std::filesystem::path& file)
+{
+    const auto extension = pathExtension(file.string());
+    const auto type = std::ranges::find_if(imageTypes, [&](const ContentType& candidate) {
+        return std::ranges::find(candidate.suffixes, extension) != candidate.suffixes.end();
+    });
+    return type == imageTypes.end() ? ContentType::png.mimeType : type->mimeType;
+}
+
+void showImagePicker(Platform& platform, std::weak_ptr<Page> page)
+{
+    const auto panel = platform.makeOpenPanel();
+    panel->setCanChooseFiles(true);
+    panel->setCanChooseDirectories(false);
+    panel->setAllowsMultipleSelection(false);
+    panel->setAllowedContentTypes({imageTypes.begin(), imageTypes.end()});
+    panel->setMessage("Select an image to add to canvas");
+    panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
+        if (response != ModalResponse::ok || !url)
+            return;
+        auto content = readFile(*url);
+        if (const auto* error = std::get_if<ReadError>(&content)) {
+            platform.log().print("❌ Error reading image: " + error->description);
+            return;
+        }
+        if (const auto receiver = page.lock())
+            receiver->sendImageToPage({imageMimeType(*url), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
+        platform.log().print("✅ Image loaded: " + url->filename().string());
+    });
+}
+
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "platform/Platform.h"
+#include "services/Page.h"
+
+namespace quillory {
+
+// Lets the user choose an image file and hands its bytes, as they are, to the page, if there still is one.
+void showImagePicker(Platform& platform, std::weak_ptr<Page> page);
+
+// By the file name's extension alone; "image/png" for one that is not known.
+std::string imageMimeType(const std::filesystem::path& file);
+
+}

@@ -1,0 +1,20 @@
+#include "services/PathExtension.h"
+
+#include <algorithm>
+
+namespace quillory {
+
+std::string pathExtension(std::string_view filename)
+{
+    const auto lastSeparator = filename.rfind('/');
+    const auto name = lastSeparator == std::string_view::npos ? filename : filename.substr(lastSeparator + 1);
+    const auto dot = name.rfind('.');
+    if (dot == std::string_view::npos)
+        return {};
+    std::string extension(name.substr(dot + 1));
+    std::ranges::transform(extension, extension.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return extension;
+}
+
+}

@@ -1,0 +1,12 @@
+#include "web/ContentView.h"
+
+#include "web/WebView.h"
+
+namespace quillory::web {
+
+View ContentView::body() const
+{
+    return WebView(m_platform).body();
+}
+
+}

@@ -1,0 +1,41 @@
+#include "web/WebView.h"
+
+#include "web/Coordinator.h"
+
+namespace quillory::web {
+
+namespace fs = std::filesystem;
+
+std::shared_ptr<WebView::Coordinator> WebView::makeCoordinator() const
+{
+    return Coordinator::make(m_platform);
+}
+
+std::shared_ptr<quillory::WebView> WebView::makeNSView(const Context& context) const
+{
+    auto configuration = m_platform.makeWebViewConfiguration();
+    configuration->setPreference("allowFileAccessFromFileURLs", true);
+    for (const char* name :
+         {"nativeDownload", "nativeBatchDownload", "nativeFilePicker", "nativeImagePicker", "nativeCopy", "nativePaste"})
+        configuration->userContentController().addScriptMessageHandler(context.coordinator, name);
+
+    auto view = m_platform.makeWebView(std::move(configuration));
+    view->setNavigationDelegate(context.coordinator);
+    context.coordinator->webView = view;
+
+    if (const auto resources = m_platform.mainBundle().resourceURL()) {
+        const auto folder = *resources / "WebContent";
+        const auto page = folder / "index.html";
+        std::error_code error;
+        if (fs::exists(page, error))
+            view->loadFile(page, folder);
+    }
+    return view;
+}
+
+View WebView::body() const
+{
+    return HostedWebView{[*this] { return makeNSView({makeCoordinator()}); }};
+}
+
+}

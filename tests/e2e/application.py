@@ -1,0 +1,197 @@
+"""The program under test, in an install tree of its own with a page of the test's own."""
+import json
+import os
+import pathlib
+import re
+import shutil
+import signal
+import subprocess
+import threading
+import time
+
+from desktop import PATIENCE, wait_for
+
+# Runs the scripts that a test writes into the page's folder and reports what each returned as the name
+# of a file to save, which the program logs. A name that starts with "T" and no data reaches no panel.
+DRIVER = """
+<!doctype html><meta charset="utf-8"><title>Test page</title><body>
+<script>
+window.post = (name, body) => window.webkit.messageHandlers[name].postMessage(body);
+window.report = (id, value) => post("nativeDownload",
+    {filename: `T${id} ` + encodeURIComponent(JSON.stringify(value ?? null)), data: ""});
+window.received = [];
+for (const name of ["File", "Image", "Paste"])
+    window[`handleNative${name}Content`] = (text) => { received.push([name, text]); };
+(async () => {
+    const sleep = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+    report("ready", {width: innerWidth, height: innerHeight});
+    for (let id = 1; ; ++id) {
+        let script;
+        while (true) {
+            try {
+                script = await (await fetch(`script-${id}.js`, {cache: "no-store"})).text();
+                break;
+            } catch { await sleep(20); }
+        }
+        try {
+            report(id, {value: await (0, eval)(`(async () => { ${script} })()`)});
+        } catch (error) {
+            report(id, {error: String(error)});
+        }
+    }
+})();
+</script>
+"""
+
+STATUS_REPORT = [
+    "=== HotkeyManager Status ===", "Accessibility trusted: true", "Event tap exists: true",
+    "RunLoop source exists: true", "Event tap enabled: true", "============================",
+]
+LAUNCH = ["Global hotkey Cmd+Shift+E registered", "Main window created"]
+
+
+class Log:
+    """The lines of a stream, read as they come."""
+
+    def __init__(self, stream):
+        self.lines = []
+        self._changed = threading.Condition()
+        self._closed = False
+        self._thread = threading.Thread(target=self._read, args=(stream,), daemon=True)
+        self._thread.start()
+
+    def _read(self, stream):
+        for line in stream:
+            with self._changed:
+                self.lines.append(line.decode("utf-8", "backslashreplace").rstrip("\n"))
+                self._changed.notify_all()
+        with self._changed:
+            self._closed = True
+            self._changed.notify_all()
+
+    def wait(self, wanted, after=0, timeout=PATIENCE):
+        """Waits for a line that equals `wanted`, or matches it if it is a pattern; returns it and its place."""
+        matches = wanted.search if isinstance(wanted, re.Pattern) else wanted.__eq__
+
+        def found():
+            return next(((line, i) for i, line in enumerate(self.lines) if i >= after and matches(line)), None)
+
+        with self._changed:
+            self._changed.wait_for(lambda: found() or self._closed, timeout)
+            if not (result := found()):
+                raise AssertionError(f"no line {wanted!r}; the log:\n" + "\n".join(self.lines))
+            return result
+
+    def wait_end(self):
+        self._thread.join(PATIENCE)
+
+
+class Application:
+    def __init__(self, desktop, binary, page_folder, env=None, arguments=()):
+        self.desktop = desktop
+        self.page_folder = page_folder
+        self.process = subprocess.Popen([binary, *arguments], env={**desktop.env, **(env or {})},
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
+        self.log = Log(self.process.stdout)
+        self.errors = Log(self.process.stderr)
+        self._scripts = 0
+
+    # The page
+
+    def wait_ready(self):
+        line, _ = self.log.wait(re.compile(r"^📥 Native download requested: Tready "))
+        return self._reported(line)
+
+    @staticmethod
+    def _reported(line):
+        from urllib.parse import unquote
+        return json.loads(unquote(line.split(" ", 5)[5]))
+
+    def start_script(self, script):
+        """Hands a script (the body of an async function) to the page; returns what to wait with."""
+        self._scripts += 1
+        number = self._scripts
+        written = self.page_folder / f".script-{number}"
+        written.write_text(script, encoding="utf-8")
+        written.rename(self.page_folder / f"script-{number}.js")
+        return number
+
+    def result(self, number):
+        line, _ = self.log.wait(re.compile(rf"^📥 Native download requested: T{number} "))
+        result = self._reported(line)
+        if "error" in result:
+            raise AssertionError(result["error"])
+        return result["value"]
+
+    def run_script(self, script):
+        """Runs a script in the page and returns its value."""
+        return self.result(self.start_script(script))
+
+    def post(self, name, body):
+        """Posts a message and returns where in the log the lines that answer it begin."""
+        start = len(self.log.lines)
+        self.run_script(f"post({json.dumps(name)}, {json.dumps(body)})")
+        return start
+
+    def own_lines(self, start=0):
+        """The log without what the test page reports of itself."""
+        lines = self.log.lines[start:]
+        reports = {i for i, line in enumerate(lines) if re.match(r"📥 Native download requested: T", line)}
+        return [line for i, line in enumerate(lines) if i not in reports and i - 1 not in reports]
+
+    # The process
+
+    def window(self):
+        return self.desktop.wait_window("Quillory")
+
+    def wait_exit(self, timeout=PATIENCE):
+        status = self.process.wait(timeout)
+        self.log.wait_end()
+        self.errors.wait_end()
+        return status
+
+    def quit(self):
+        self.process.send_signal(signal.SIGTERM)
+        return self.wait_exit()
+
+    def kill(self):
+        if self.process.poll() is None:
+            self.process.kill()
+        self.process.wait()
+
+    def children(self):
+        """All processes that this one started, theirs included."""
+        found, queue = [], [self.process.pid]
+        while queue:
+            pid = queue.pop()
+            try:
+                for task in os.listdir(f"/proc/{pid}/task"):
+                    new = [int(p) for p in pathlib.Path(f"/proc/{pid}/task/{task}/children").read_text().split()]
+                    found += new
+                    queue += new
+            except OSError:
+                pass
+        return found
+
+    def memory(self, field="VmHWM"):
+        """A figure of the process's status, in bytes: VmHWM is the peak of what it had in memory."""
+        text = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
+        return int(re.search(rf"^{field}:\s+(\d+) kB", text, re.M).group(1)) * 1024
+
+
+class InstallTree:
+    """A copy of the installed program whose page a test may change."""
+
+    def __init__(self, installed, folder, page=DRIVER):
+        self.prefix = pathlib.Path(folder)
+        self.binary = self.prefix / "bin" / "quillory"
+        self.page_folder = self.prefix / "share" / "quillory" / "WebContent"
+        self.binary.parent.mkdir(parents=True)
+        self.page_folder.mkdir(parents=True)
+        try:
+            os.link(installed / "bin" / "quillory", self.binary)
+        except OSError:
+            shutil.copy2(installed / "bin" / "quillory", self.binary)
+        shutil.copy2(installed / "share" / "quillory" / "Info.json", self.page_folder.parent)
+        if page is not None:
+            (self.page_folder / "index.html").write_text(page, encoding="utf-8")
