@@ -17,10 +17,10 @@ namespace quillory {
 namespace {
 
 constexpr double screenFraction = 0.9;
-constexpr Size minimumSize{800, 800};
-constexpr Size sizeWithoutScreen{1400, 900};
-constexpr Size aboutSize{400, 550};
-constexpr std::chrono::milliseconds statusReportDelay{500};
+constexpr Size minimumSize {800, 800};
+constexpr Size sizeWithoutScreen {1400, 900};
+constexpr Size aboutSize {400, 550};
+constexpr std::chrono::milliseconds statusReportDelay {500};
 
 Size mainWindowSize(const std::optional<Screen>& screen)
 {

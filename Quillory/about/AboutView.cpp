@@ -7,13 +7,14 @@ namespace quillory {
 
 namespace {
 
-constexpr Size frameSize{400, 550};
+constexpr Size frameSize {400, 550};
 constexpr const char* iconName = "com.quillory.Quillory";
 
 std::optional<ImageView> icon(const Bundle& bundle)
 {
     const auto resources = bundle.resourceURL();
-    return ImageView{iconName, resources ? (*resources / "icon.svg").string() : "", {128, 128}, localized("Quillory icon")};
+    return ImageView {
+        iconName, resources ? (*resources / "icon.svg").string() : "", {128, 128}, localized("Quillory icon")};
 }
 
 // The line is complete or not there at all.
@@ -23,9 +24,9 @@ std::optional<TextView> version(const Bundle& bundle)
     const auto build = bundle.infoString("CFBundleVersion");
     if (!marketingVersion || !build)
         return std::nullopt;
-    return TextView{localized("Version ") + *marketingVersion + " (" + *build + ")",
-                    {.style = TextStyle::subheadline},
-                    ColorRole::secondary};
+    return TextView {localized("Version ") + *marketingVersion + " (" + *build + ")",
+                     {.style = TextStyle::subheadline},
+                     ColorRole::secondary};
 }
 
 SeparatorView separator()
@@ -36,41 +37,42 @@ SeparatorView separator()
 StackView makerGroup()
 {
     return {.spacing = 8,
-            .children = {TextView{localized(maker::author)},
-                         LinkView{localized(maker::websiteLabel), maker::websiteURL, {}},
-                         LinkView{localized(maker::licenceLabel), maker::licenceURL, {}}}};
+            .children = {TextView {localized(maker::author)},
+                         LinkView {localized(maker::websiteLabel), maker::websiteURL, {}},
+                         LinkView {localized(maker::licenceLabel), maker::licenceURL, {}}}};
 }
 
 StackView hotkeyGroup()
 {
-    return {.spacing = 4,
-            .children = {TextView{localized("Global Hotkey"), {.style = TextStyle::headline}},
-                         BadgeView{.text = "⌘ ⇧ E",
-                                   .accessibleName = localized("Command Shift E"),
-                                   .font = {.monospaced = true},
-                                   .horizontalPadding = 8,
-                                   .verticalPadding = 4,
-                                   .cornerRadius = 4,
-                                   .greyOpacity = 0.1},
-                         TextView{localized("Brings app to front"), {.style = TextStyle::caption}, ColorRole::secondary}}};
+    return {
+        .spacing = 4,
+        .children = {TextView {localized("Global Hotkey"), {.style = TextStyle::headline}},
+                     BadgeView {.text = "⌘ ⇧ E",
+                                .accessibleName = localized("Command Shift E"),
+                                .font = {.monospaced = true},
+                                .horizontalPadding = 8,
+                                .verticalPadding = 4,
+                                .cornerRadius = 4,
+                                .greyOpacity = 0.1},
+                     TextView {localized("Brings app to front"), {.style = TextStyle::caption}, ColorRole::secondary}}};
 }
 
 StackView noticeGroup()
 {
     return {.spacing = 4,
-            .children = {TextView{localized(maker::notice), {.style = TextStyle::footnote}},
-                         TextView{localized(maker::country), {.style = TextStyle::footnote}, ColorRole::secondary}}};
+            .children = {TextView {localized(maker::notice), {.style = TextStyle::footnote}},
+                         TextView {localized(maker::country), {.style = TextStyle::footnote}, ColorRole::secondary}}};
 }
 
 }
 
 View AboutView::body() const
 {
-    StackView column{.spacing = 16, .verticalPadding = 24, .fixedSize = frameSize};
+    StackView column {.spacing = 16, .verticalPadding = 24, .fixedSize = frameSize};
     auto& items = column.children;
     if (auto image = icon(m_bundle))
         items.emplace_back(std::move(*image));
-    items.emplace_back(TextView{localized("Quillory"), {.size = 24, .bold = true}});
+    items.emplace_back(TextView {localized("Quillory"), {.size = 24, .bold = true}});
     if (auto line = version(m_bundle))
         items.emplace_back(std::move(*line));
     items.emplace_back(separator());
@@ -80,8 +82,9 @@ View AboutView::body() const
     items.emplace_back(separator());
     items.emplace_back(noticeGroup());
     items.emplace_back(separator());
-    items.emplace_back(TextView{localized(maker::disclaimer), {.style = TextStyle::caption}, ColorRole::secondary, 20});
-    items.emplace_back(SpacerView{});
+    items.emplace_back(
+        TextView {localized(maker::disclaimer), {.style = TextStyle::caption}, ColorRole::secondary, 20});
+    items.emplace_back(SpacerView {});
     return column;
 }
 

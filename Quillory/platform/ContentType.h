@@ -24,14 +24,14 @@ struct ContentType {
     static const ContentType json;
 };
 
-inline const ContentType ContentType::png{"image/png", {"png"}};
-inline const ContentType ContentType::jpeg{"image/jpeg", {"jpg", "jpeg"}};
-inline const ContentType ContentType::gif{"image/gif", {"gif"}};
-inline const ContentType ContentType::webP{"image/webp", {"webp"}};
-inline const ContentType ContentType::heic{"image/heic", {"heic"}};
-inline const ContentType ContentType::bmp{"image/bmp", {"bmp"}};
-inline const ContentType ContentType::tiff{"image/tiff", {"tif", "tiff"}};
-inline const ContentType ContentType::pdf{"application/pdf", {"pdf"}};
-inline const ContentType ContentType::json{"application/json", {"json"}};
+inline const ContentType ContentType::png {"image/png", {"png"}};
+inline const ContentType ContentType::jpeg {"image/jpeg", {"jpg", "jpeg"}};
+inline const ContentType ContentType::gif {"image/gif", {"gif"}};
+inline const ContentType ContentType::webP {"image/webp", {"webp"}};
+inline const ContentType ContentType::heic {"image/heic", {"heic"}};
+inline const ContentType ContentType::bmp {"image/bmp", {"bmp"}};
+inline const ContentType ContentType::tiff {"image/tiff", {"tif", "tiff"}};
+inline const ContentType ContentType::pdf {"application/pdf", {"pdf"}};
+inline const ContentType ContentType::json {"application/json", {"json"}};
 
 }

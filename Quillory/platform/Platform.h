@@ -43,7 +43,8 @@ public:
     // The screen that new windows go to; none without a display that has one.
     virtual std::optional<Screen> mainScreen() = 0;
     // Other processes that run under the identifier, without this one.
-    virtual std::vector<std::unique_ptr<RunningApplication>> runningApplications(const std::string& bundleIdentifier) = 0;
+    virtual std::vector<std::unique_ptr<RunningApplication>>
+    runningApplications(const std::string& bundleIdentifier) = 0;
 
     // Hidden until ordered front. `contentSize` leaves out menu bar and decorations; a window that the
     // user can miniaturize carries the menu bar.

@@ -76,11 +76,10 @@ void chooseFolderAndSaveFiles(Platform& platform, std::vector<StringObject> file
     panel->setCanCreateDirectories(true);
     panel->setMessage("Choose a folder to save " + std::to_string(files.size()) + " files");
     panel->setPrompt("Save Here");
-    panel->beginWithCompletionHandler(
-        [&platform, files = std::move(files)](ModalResponse response, const auto& url) {
-            if (response == ModalResponse::ok && url)
-                saveFiles(platform, *url, files);
-        });
+    panel->beginWithCompletionHandler([&platform, files = std::move(files)](ModalResponse response, const auto& url) {
+        if (response == ModalResponse::ok && url)
+            saveFiles(platform, *url, files);
+    });
 }
 
 }

@@ -11,7 +11,7 @@ std::variant<std::string, ReadError> readText(const std::filesystem::path& path)
 {
     auto content = readFile(path);
     if (const auto* text = std::get_if<std::string>(&content); text != nullptr && !isValidUTF8(*text))
-        return ReadError{"The file is not valid UTF-8 text"};
+        return ReadError {"The file is not valid UTF-8 text"};
     return content;
 }
 

@@ -12,17 +12,17 @@ namespace quillory {
 
 std::variant<std::string, ReadError> readFile(const std::filesystem::path& path)
 {
-    const auto failure = [](int error) { return ReadError{std::generic_category().message(error)}; };
+    const auto failure = [](int error) { return ReadError {std::generic_category().message(error)}; };
 
     // Opening a pipe must not wait for somebody to write into it.
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat status {};
+    struct stat status { };
     if (!file || fstat(file.get(), &status) != 0)
         return failure(errno);
     if (S_ISDIR(status.st_mode))
         return failure(EISDIR);
     if (!S_ISREG(status.st_mode))
-        return ReadError{"Not a regular file"};
+        return ReadError {"Not a regular file"};
 
     std::string content;
     content.resize(static_cast<std::size_t>(status.st_size));

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/openat2.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -51,6 +52,14 @@ private:
     std::uint64_t m_resolve;
 };
 
+// Setting blocks aside does not ask whether the process may write that far.
+bool exceedsSizeLimit(off_t size)
+{
+    rlimit limit {};
+    return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY
+        && static_cast<rlim_t>(size) > limit.rlim_cur;
+}
+
 // The file system sets blocks aside behind the content that is there, which stays as it is. Some cannot;
 // there the emulation fills what lies past the end, which is cut off again.
 int reserve(int file, off_t oldSize, off_t newSize)
@@ -81,6 +90,8 @@ int writeAll(int file, std::span<const std::byte> bytes)
 int replaceContent(int file, off_t oldSize, std::span<const std::byte> bytes)
 {
     const auto newSize = static_cast<off_t>(bytes.size());
+    if (exceedsSizeLimit(newSize))
+        return EFBIG;
     if (const int error = reserve(file, oldSize, newSize))
         return error;
     if (ftruncate(file, 0) != 0)
@@ -102,7 +113,7 @@ std::optional<std::string> write(const Target& target, std::span<const std::byte
     if (!file)
         return errno == EXDEV ? "The name leads out of the chosen folder" : describe(errno);
 
-    struct stat status {};
+    struct stat status { };
     if (fstat(file.get(), &status) != 0)
         return describe(errno);
     int error = 0;

@@ -12,8 +12,8 @@ namespace quillory {
 
 namespace {
 
-const std::array imageTypes{ContentType::png,  ContentType::jpeg, ContentType::gif, ContentType::webP,
-                            ContentType::heic, ContentType::bmp,  ContentType::tiff};
+const std::array imageTypes {ContentType::png,  ContentType::jpeg, ContentType::gif, ContentType::webP,
+                             ContentType::heic, ContentType::bmp,  ContentType::tiff};
 
 }
 
@@ -43,7 +43,8 @@ void showImagePicker(Platform& platform, std::weak_ptr<Page> page)
             return;
         }
         if (const auto receiver = page.lock())
-            receiver->sendImageToPage({imageMimeType(*url), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
+            receiver->sendImageToPage(
+                {imageMimeType(*url), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
         platform.log().print("✅ Image loaded: " + url->filename().string());
     });
 }

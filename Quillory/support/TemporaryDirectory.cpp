@@ -12,7 +12,7 @@ namespace {
 std::optional<std::string> ownDirectory(const std::string& path)
 {
     mkdir(path.c_str(), S_IRWXU);
-    struct stat status {};
+    struct stat status { };
     if (lstat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode) || status.st_uid != getuid()
         || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0)
         return std::nullopt;

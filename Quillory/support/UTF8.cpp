@@ -14,9 +14,10 @@ std::size_t sequenceLength(const unsigned char* text, std::size_t available)
     const auto lead = text[0];
     if (lead < 0x80)
         return 1;
-    const std::size_t length = lead >= 0xC2 && lead <= 0xDF ? 2 : lead >= 0xE0 && lead <= 0xEF ? 3
-        : lead >= 0xF0 && lead <= 0xF4                          ? 4
-                                                                : 0;
+    const std::size_t length = lead >= 0xC2 && lead <= 0xDF ? 2
+        : lead >= 0xE0 && lead <= 0xEF                      ? 3
+        : lead >= 0xF0 && lead <= 0xF4                      ? 4
+                                                            : 0;
     if (length == 0 || available < length)
         return 0;
     const unsigned char lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;

@@ -15,12 +15,12 @@ struct PageCall {
     std::string_view failurePrefix;
 };
 
-inline constexpr PageCall fileContentCall{"window.handleNativeFileContent('", "✅ File content sent to JavaScript",
-                                          "❌ JavaScript error: "};
-inline constexpr PageCall imageCall{"window.handleNativeImageContent('", "✅ Image sent to JavaScript",
-                                    "❌ JavaScript error: "};
-inline constexpr PageCall pasteContentCall{"window.handleNativePasteContent('", "✅ Paste content sent to JavaScript",
-                                           "❌ JavaScript paste error: "};
+inline constexpr PageCall fileContentCall {"window.handleNativeFileContent('", "✅ File content sent to JavaScript",
+                                           "❌ JavaScript error: "};
+inline constexpr PageCall imageCall {"window.handleNativeImageContent('", "✅ Image sent to JavaScript",
+                                     "❌ JavaScript error: "};
+inline constexpr PageCall pasteContentCall {"window.handleNativePasteContent('", "✅ Paste content sent to JavaScript",
+                                            "❌ JavaScript paste error: "};
 
 // Appends `text` so that a single-quoted script literal has exactly that value: backslashes,
 // apostrophes, line feeds and carriage returns get a backslash, all else stays.

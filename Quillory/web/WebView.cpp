@@ -15,8 +15,8 @@ std::shared_ptr<quillory::WebView> WebView::makeNSView(const Context& context) c
 {
     auto configuration = m_platform.makeWebViewConfiguration();
     configuration->setPreference("allowFileAccessFromFileURLs", true);
-    for (const char* name :
-         {"nativeDownload", "nativeBatchDownload", "nativeFilePicker", "nativeImagePicker", "nativeCopy", "nativePaste"})
+    for (const char* name : {"nativeDownload", "nativeBatchDownload", "nativeFilePicker", "nativeImagePicker",
+                             "nativeCopy", "nativePaste"})
         configuration->userContentController().addScriptMessageHandler(context.coordinator, name);
 
     auto view = m_platform.makeWebView(std::move(configuration));
@@ -35,7 +35,7 @@ std::shared_ptr<quillory::WebView> WebView::makeNSView(const Context& context) c
 
 View WebView::body() const
 {
-    return HostedWebView{[*this] { return makeNSView({makeCoordinator()}); }};
+    return HostedWebView {[*this] { return makeNSView({makeCoordinator()}); }};
 }
 
 }

@@ -23,7 +23,8 @@ Gtk::MessageType messageType(AlertStyle style)
 
 void Alert::runModal(std::function<void(int answer)> answered)
 {
-    m_dialog = std::make_unique<Gtk::MessageDialog>(m_messageText, false, messageType(m_style), Gtk::ButtonsType::NONE, true);
+    m_dialog =
+        std::make_unique<Gtk::MessageDialog>(m_messageText, false, messageType(m_style), Gtk::ButtonsType::NONE, true);
     m_dialog->set_secondary_text(m_informativeText);
     m_dialog->set_title(m_messageText);
     m_application.gtkApplication().add_window(*m_dialog);

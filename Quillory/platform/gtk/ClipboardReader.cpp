@@ -89,7 +89,7 @@ public:
 
 private:
     ClipboardCompletion m_completion;
-    GObjectPtr<GCancellable> m_cancellable{g_cancellable_new()};
+    GObjectPtr<GCancellable> m_cancellable {g_cancellable_new()};
     guint m_patience = 0;
     gpointer m_emitter = nullptr;
     gulong m_connection = 0;
@@ -107,8 +107,7 @@ void opened(GObject* source, GAsyncResult* result, gpointer data)
 {
     const auto read = Read::takeHold(data);
     const char* mimeType = nullptr;
-    const GObjectPtr<GInputStream> input(
-        gdk_clipboard_read_finish(GDK_CLIPBOARD(source), result, &mimeType, nullptr));
+    const GObjectPtr<GInputStream> input(gdk_clipboard_read_finish(GDK_CLIPBOARD(source), result, &mimeType, nullptr));
     if (!input)
         return read->finish(nullptr);
     const GObjectPtr<GOutputStream> output(g_memory_output_stream_new_resizable());
@@ -131,13 +130,17 @@ void whenClipboardFormatsAreKnown(GdkClipboard* clipboard, std::function<void(Gd
 {
     if (!awaitsFormats(clipboard))
         return completion(gdk_clipboard_get_formats(clipboard));
-    const auto read = std::make_shared<Read>(
-        [clipboard, completion = std::move(completion)](GBytesPtr) { completion(gdk_clipboard_get_formats(clipboard)); });
+    const auto read = std::make_shared<Read>([clipboard, completion = std::move(completion)](GBytesPtr) {
+        completion(gdk_clipboard_get_formats(clipboard));
+    });
     read->start();
-    const auto changed = [](GdkClipboard*, gpointer data) { (*static_cast<std::shared_ptr<Read>*>(data))->finish(nullptr); };
+    const auto changed = [](GdkClipboard*, gpointer data) {
+        (*static_cast<std::shared_ptr<Read>*>(data))->finish(nullptr);
+    };
     const auto drop = [](gpointer data, GClosure*) { Read::dropHold(data); };
     read->disconnectWhenFinished(
-        clipboard, g_signal_connect_data(clipboard, "changed", G_CALLBACK(+changed), read->hold(), +drop, G_CONNECT_DEFAULT));
+        clipboard,
+        g_signal_connect_data(clipboard, "changed", G_CALLBACK(+changed), read->hold(), +drop, G_CONNECT_DEFAULT));
 }
 
 void readClipboard(GdkClipboard* clipboard, std::vector<std::string> mimeTypes, ClipboardCompletion completion)
@@ -153,7 +156,8 @@ void readClipboard(GdkClipboard* clipboard, std::vector<std::string> mimeTypes, 
         wanted.push_back(nullptr);
         const auto read = std::make_shared<Read>(completion);
         read->start();
-        gdk_clipboard_read_async(clipboard, wanted.data(), G_PRIORITY_DEFAULT, read->cancellable(), opened, read->hold());
+        gdk_clipboard_read_async(clipboard, wanted.data(), G_PRIORITY_DEFAULT, read->cancellable(), opened,
+                                 read->hold());
     });
 }
 

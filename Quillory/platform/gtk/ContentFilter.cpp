@@ -26,7 +26,8 @@ std::string escapedPattern(std::string_view text)
 
 nlohmann::json rule(const char* action, const std::string& pattern)
 {
-    return {{"trigger", {{"url-filter", pattern}, {"url-filter-is-case-sensitive", true}}}, {"action", {{"type", action}}}};
+    return {{"trigger", {{"url-filter", pattern}, {"url-filter-is-case-sensitive", true}}},
+            {"action", {{"type", action}}}};
 }
 
 // One attempt to get a filter, in one folder after the other until it can be kept in one.
@@ -118,7 +119,7 @@ private:
 std::string contentFilterRules(const fs::path& readAccessRoot)
 {
     GStringPtr prefix(g_filename_to_uri(fs::absolute(readAccessRoot).lexically_normal().c_str(), nullptr, nullptr));
-    return nlohmann::json{
+    return nlohmann::json {
         rule("block", "^file:"),
         rule("ignore-previous-rules", "^" + escapedPattern(prefix.get()) + "/"),
         // The engine compares URLs, the file system paths: an encoded separator is one for the second only.

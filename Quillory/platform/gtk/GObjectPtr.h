@@ -11,12 +11,10 @@ struct GObjectUnref {
 };
 
 // Owns one reference to an object of a C library that has no C++ binding.
-template<typename T>
-using GObjectPtr = std::unique_ptr<T, GObjectUnref>;
+template<typename T> using GObjectPtr = std::unique_ptr<T, GObjectUnref>;
 
 // Takes a further reference to an object that somebody else owns.
-template<typename T>
-GObjectPtr<T> retain(T* object)
+template<typename T> GObjectPtr<T> retain(T* object)
 {
     return GObjectPtr<T>(object != nullptr ? static_cast<T*>(g_object_ref(object)) : nullptr);
 }

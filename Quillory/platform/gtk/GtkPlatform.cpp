@@ -51,10 +51,10 @@ std::optional<Screen> GtkPlatform::mainScreen()
     if (!monitor)
         return std::nullopt;
     if (const auto area = x11WorkArea(monitor.get()))
-        return Screen{*area};
+        return Screen {*area};
     GdkRectangle geometry;
     gdk_monitor_get_geometry(monitor.get(), &geometry);
-    return Screen{{static_cast<double>(geometry.width), static_cast<double>(geometry.height)}};
+    return Screen {{static_cast<double>(geometry.width), static_cast<double>(geometry.height)}};
 }
 
 std::vector<std::unique_ptr<quillory::RunningApplication>>

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/Platform.h"
+#include "platform/gtk/Accessibility.h"
 #include "platform/gtk/Application.h"
 #include "platform/gtk/MainQueue.h"
 #include "platform/gtk/Pasteboard.h"
-#include "platform/gtk/Accessibility.h"
 #include "platform/gtk/Workspace.h"
 #include "platform/hotkey/HotkeyBackend.h"
 #include "platform/posix/InstalledBundle.h"
@@ -32,7 +32,8 @@ public:
 
     std::unique_ptr<quillory::Window> makeWindow(Size contentSize, unsigned styleMask) override;
     std::unique_ptr<quillory::WebViewConfiguration> makeWebViewConfiguration() override;
-    std::shared_ptr<quillory::WebView> makeWebView(std::unique_ptr<quillory::WebViewConfiguration> configuration) override;
+    std::shared_ptr<quillory::WebView>
+    makeWebView(std::unique_ptr<quillory::WebViewConfiguration> configuration) override;
     std::shared_ptr<quillory::SavePanel> makeSavePanel() override;
     std::shared_ptr<quillory::OpenPanel> makeOpenPanel() override;
     std::shared_ptr<quillory::Alert> makeAlert() override;
@@ -52,8 +53,8 @@ private:
     Application m_application;
     Pasteboard m_pasteboard;
     std::unique_ptr<HotkeyBackend> m_hotkeyBackend;
-    Accessibility m_accessibility{[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
-    Workspace m_workspace{[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
+    Accessibility m_accessibility {[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
+    Workspace m_workspace {[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
 };
 
 }

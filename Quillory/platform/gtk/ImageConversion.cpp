@@ -42,7 +42,8 @@ void convertToPNG(GBytesPtr image, Completion completion)
 {
     auto boxed = std::make_unique<Completion>(std::move(completion));
     const GObjectPtr<GTask> task(g_task_new(nullptr, nullptr, converted, boxed.release()));
-    g_task_set_task_data(task.get(), image.release(), [](gpointer bytes) { g_bytes_unref(static_cast<GBytes*>(bytes)); });
+    g_task_set_task_data(task.get(), image.release(),
+                         [](gpointer bytes) { g_bytes_unref(static_cast<GBytes*>(bytes)); });
     g_task_run_in_thread(task.get(), convert);
 }
 

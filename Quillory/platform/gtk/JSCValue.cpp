@@ -20,6 +20,17 @@ constexpr std::string_view decoder = R"((function (text) {
     }
 }))";
 
+// Converting to UTF-8 stops at an unpaired surrogate.
+constexpr std::string_view wellFormer = "(function (text) { return text.toWellFormed(); })";
+
+GObjectPtr<::JSCValue> call(std::string_view function, ::JSCValue* argument)
+{
+    auto* context = jsc_value_get_context(argument);
+    const GObjectPtr<::JSCValue> callee(
+        jsc_context_evaluate(context, function.data(), static_cast<gssize>(function.size())));
+    return GObjectPtr<::JSCValue>(jsc_value_function_call(callee.get(), JSC_TYPE_VALUE, argument, G_TYPE_NONE));
+}
+
 // A typed array's memory, read in place.
 class JSCBytes final : public Bytes {
 public:
@@ -54,7 +65,7 @@ private:
 
 std::string JSCText::utf8() const
 {
-    const GBytesPtr bytes(jsc_value_to_string_as_bytes(m_value.get()));
+    const GBytesPtr bytes(jsc_value_to_string_as_bytes(call(wellFormer, m_value.get()).get()));
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
     return {data, size};
@@ -62,10 +73,7 @@ std::string JSCText::utf8() const
 
 std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 {
-    auto* context = jsc_value_get_context(m_value.get());
-    const GObjectPtr<::JSCValue> decode(
-        jsc_context_evaluate(context, decoder.data(), static_cast<gssize>(decoder.size())));
-    GObjectPtr<::JSCValue> bytes(jsc_value_function_call(decode.get(), JSC_TYPE_VALUE, m_value.get(), G_TYPE_NONE));
+    auto bytes = call(decoder, m_value.get());
     if (!bytes || !jsc_value_is_typed_array(bytes.get()))
         return nullptr;
     return std::make_unique<JSCBytes>(std::move(bytes));

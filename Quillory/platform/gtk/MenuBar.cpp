@@ -16,10 +16,10 @@ struct EditItem {
     const char* shownKey;
 };
 
-constexpr std::array editItems{
-    EditItem{"_Undo", "Undo", "<Control>z"},   EditItem{"_Redo", "Redo", "<Shift><Control>z"},
-    EditItem{"Cu_t", "Cut", "<Control>x"},     EditItem{"_Copy", "Copy", "<Control>c"},
-    EditItem{"_Paste", "Paste", "<Control>v"}, EditItem{"Select _All", "SelectAll", "<Control>a"},
+constexpr std::array editItems {
+    EditItem {"_Undo", "Undo", "<Control>z"},   EditItem {"_Redo", "Redo", "<Shift><Control>z"},
+    EditItem {"Cu_t", "Cut", "<Control>x"},     EditItem {"_Copy", "Copy", "<Control>c"},
+    EditItem {"_Paste", "Paste", "<Control>v"}, EditItem {"Select _All", "SelectAll", "<Control>a"},
 };
 
 const CommandGroup* replacement(const Scene& scene, CommandGroupPlacement placement)

@@ -140,7 +140,9 @@ void Pasteboard::stringForType(const std::string& type, StringCompletion complet
         return completion(entry == m_contents.end() ? std::nullopt
                                                     : std::optional(std::string(view(entry->second.get()))));
     }
-    const auto finish = [completion = std::move(completion)](GBytesPtr bytes) { completion(validText(std::move(bytes))); };
+    const auto finish = [completion = std::move(completion)](GBytesPtr bytes) {
+        completion(validText(std::move(bytes)));
+    };
     if (type == PasteboardType::string)
         readClipboardText(clipboard(), finish);
     else

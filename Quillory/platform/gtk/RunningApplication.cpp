@@ -34,7 +34,8 @@ std::string objectPath(const std::string& identifier)
 
 }
 
-std::vector<std::unique_ptr<quillory::RunningApplication>> RunningApplication::withIdentifier(const std::string& identifier)
+std::vector<std::unique_ptr<quillory::RunningApplication>>
+RunningApplication::withIdentifier(const std::string& identifier)
 {
     std::vector<std::unique_ptr<quillory::RunningApplication>> applications;
     try {

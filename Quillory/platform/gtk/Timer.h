@@ -15,7 +15,8 @@ class Application;
 class Timer final : public quillory::Timer {
 public:
     // `application` knows whether a modal alert is open.
-    Timer(const Application& application, std::chrono::milliseconds interval, bool repeats, std::function<void()> block);
+    Timer(const Application& application, std::chrono::milliseconds interval, bool repeats,
+          std::function<void()> block);
 
     ~Timer() override;
     Timer(const Timer&) = delete;

@@ -19,8 +19,7 @@ namespace quillory::gtk {
 
 namespace {
 
-template<typename... Visitors>
-struct Overloaded : Visitors... {
+template<typename... Visitors> struct Overloaded : Visitors... {
     using Visitors::operator()...;
 };
 
@@ -137,10 +136,11 @@ std::unique_ptr<Gtk::Widget> renderBadge(const BadgeView& badge)
     auto label = std::make_unique<Gtk::Label>(badge.text);
     label->set_halign(Gtk::Align::CENTER);
     applyFont(*label, badge.font);
-    addStyle(*label, "* { padding: " + std::to_string(pixels(badge.verticalPadding)) + "px "
-                         + std::to_string(pixels(badge.horizontalPadding)) + "px; border-radius: "
-                         + std::to_string(pixels(badge.cornerRadius)) + "px; background-color: rgba(128, 128, 128, "
-                         + std::to_string(badge.greyOpacity) + "); }");
+    addStyle(*label,
+             "* { padding: " + std::to_string(pixels(badge.verticalPadding)) + "px "
+                 + std::to_string(pixels(badge.horizontalPadding))
+                 + "px; border-radius: " + std::to_string(pixels(badge.cornerRadius))
+                 + "px; background-color: rgba(128, 128, 128, " + std::to_string(badge.greyOpacity) + "); }");
     gtk_accessible_update_property(GTK_ACCESSIBLE(label->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                    badge.accessibleName.c_str(), -1);
     return label;
@@ -185,14 +185,28 @@ RenderedView renderWebView(const HostedWebView& hosted)
 RenderedView renderView(const View& view)
 {
     installTextStyles();
-    return std::visit(Overloaded{[](const TextView& text) { return RenderedView{renderText(text), nullptr}; },
-                                 [](const ImageView& image) { return RenderedView{renderImage(image), nullptr}; },
-                                 [](const LinkView& link) { return RenderedView{renderLink(link), nullptr}; },
-                                 [](const BadgeView& badge) { return RenderedView{renderBadge(badge), nullptr}; },
-                                 [](const SeparatorView& line) { return RenderedView{renderSeparator(line), nullptr}; },
-                                 [](const SpacerView&) { return RenderedView{renderSpacer(), nullptr}; },
-                                 [](const HostedWebView& hosted) { return renderWebView(hosted); },
-                                 [](const StackView& stack) { return RenderedView{renderStack(stack), nullptr}; }},
+    return std::visit(Overloaded {[](const TextView& text) {
+                                      return RenderedView {renderText(text), nullptr};
+                                  },
+                                  [](const ImageView& image) {
+                                      return RenderedView {renderImage(image), nullptr};
+                                  },
+                                  [](const LinkView& link) {
+                                      return RenderedView {renderLink(link), nullptr};
+                                  },
+                                  [](const BadgeView& badge) {
+                                      return RenderedView {renderBadge(badge), nullptr};
+                                  },
+                                  [](const SeparatorView& line) {
+                                      return RenderedView {renderSeparator(line), nullptr};
+                                  },
+                                  [](const SpacerView&) {
+                                      return RenderedView {renderSpacer(), nullptr};
+                                  },
+                                  [](const HostedWebView& hosted) { return renderWebView(hosted); },
+                                  [](const StackView& stack) {
+                                      return RenderedView {renderStack(stack), nullptr};
+                                  }},
                       view);
 }
 

@@ -74,7 +74,8 @@ void evaluated(GObject* source, GAsyncResult* result, gpointer data)
         webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error));
     const GErrorPtr owner(error);
     // The script ran, its value is of a kind that cannot be handed over, and nobody wants it.
-    const bool unsupportedValue = g_error_matches(error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
+    const bool unsupportedValue =
+        g_error_matches(error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
     (*completion)(error == nullptr || unsupportedValue ? std::nullopt : std::optional(describe(*error)));
 }
 
@@ -116,8 +117,8 @@ void WebView::loadFile(const std::filesystem::path& page, const std::filesystem:
 void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)
 {
     auto boxed = std::make_unique<EvaluationCompletion>(std::move(completion));
-    webkit_web_view_evaluate_javascript(m_view.get(), script.data(), static_cast<gssize>(script.size()), nullptr, nullptr,
-                                        nullptr, evaluated, boxed.release());
+    webkit_web_view_evaluate_javascript(m_view.get(), script.data(), static_cast<gssize>(script.size()), nullptr,
+                                        nullptr, nullptr, evaluated, boxed.release());
 }
 
 std::unique_ptr<Gtk::Widget> WebView::makeWidget()

@@ -42,7 +42,7 @@ private:
 
     Application& m_application;
     Gtk::ApplicationWindow m_window;
-    Gtk::Box m_column{Gtk::Orientation::VERTICAL};
+    Gtk::Box m_column {Gtk::Orientation::VERTICAL};
     std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
     RenderedView m_content;
     WindowDelegate* m_delegate = nullptr;

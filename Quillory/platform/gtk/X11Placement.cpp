@@ -29,7 +29,7 @@ void requestMove(GdkSurface* surface, Point position, long gravity)
     constexpr long hasX = 1 << 8;
     constexpr long hasY = 1 << 9;
     constexpr long fromApplication = 1 << 12;
-    XEvent event{};
+    XEvent event {};
     event.xclient.type = ClientMessage;
     event.xclient.window = gdk_x11_surface_get_xid(surface);
     event.xclient.message_type = XInternAtom(display, "_NET_MOVERESIZE_WINDOW", False);
@@ -98,7 +98,7 @@ std::optional<Size> x11WorkArea(GdkMonitor* monitor)
         return std::nullopt;
     GdkRectangle area;
     gdk_x11_monitor_get_workarea(monitor, &area);
-    return Size{static_cast<double>(area.width), static_cast<double>(area.height)};
+    return Size {static_cast<double>(area.width), static_cast<double>(area.height)};
 }
 
 }

@@ -1,0 +1,426 @@
+#include "web/Coordinator.h"
+
+#include <gmock/gmock.h>
+
+#include "TemporaryFolder.h"
+#include "fake/FakePlatform.h"
+#include "fake/PlainValue.h"
+#include "support/StringBytes.h"
+
+namespace quillory::web {
+
+namespace {
+
+using fake::FakePlatform;
+using fake::PlainValue;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Lines = std::vector<std::string>;
+using Object = PlainValue::Object;
+using Array = PlainValue::Array;
+
+// The coordinator in a web view, with a page that a test speaks for.
+class CoordinatorTest : public testing::Test {
+protected:
+    void post(const std::string& name, PlainValue body = {})
+    {
+        view->post(name, std::make_shared<PlainValue>(std::move(body)));
+    }
+
+    // Lets what was posted run and returns the lines it logged.
+    Lines linesAfter(const std::string& name, PlainValue body = {})
+    {
+        platform.steps.clear();
+        post(name, std::move(body));
+        platform.runMainQueue();
+        return platform.lines();
+    }
+
+    fake::FakePanel takePanel()
+    {
+        EXPECT_FALSE(platform.panels.empty());
+        auto panel = std::move(*platform.panels.front());
+        platform.panels.pop_front();
+        platform.steps.clear();
+        return panel;
+    }
+
+    Lines choose(const std::filesystem::path& path)
+    {
+        takePanel().completion(ModalResponse::ok, path);
+        return platform.lines();
+    }
+
+    FakePlatform platform;
+    std::shared_ptr<WebView::Coordinator> coordinator = WebView(platform).makeCoordinator();
+    std::shared_ptr<fake::FakeWebView> view =
+        std::dynamic_pointer_cast<fake::FakeWebView>(WebView(platform).makeNSView({coordinator}));
+    TemporaryFolder folder;
+};
+
+PlainValue file(const std::string& name, const std::string& data)
+{
+    return Object{{"filename", name}, {"data", data}};
+}
+
+}
+
+TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
+{
+    const PlainValue number = PlainValue::Number{1};
+    const struct {
+        const char* message;
+        const char* line;
+        std::vector<PlainValue> bodies;
+    } cases[] = {
+        {"nativeDownload",
+         "❌ Invalid download message",
+         {PlainValue(), true, number, "text", Array{}, Object{}, Object{{"filename", "a.png"}}, Object{{"data", ",QUJD"}},
+          Object{{"filename", "a.png"}, {"data", ",QUJD"}, {"size", number}},
+          Object{{"filename", "a.png"}, {"data", PlainValue()}}, Object{{"filename", number}, {"data", ",QUJD"}}}},
+        {"nativeBatchDownload",
+         "❌ Invalid batch download message",
+         {PlainValue(), "text", Array{}, Object{}, Object{{"file", Array{}}}, Object{{"files", "text"}},
+          Object{{"files", Object{}}}, Object{{"files", Array{file("a", ",QUJD"), number}}},
+          Object{{"files", Array{Object{{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}}}},
+        {"nativeCopy",
+         "❌ Invalid copy message",
+         {PlainValue(), "text", Array{}, Object{}, Object{{"text", "x"}}, Object{{"data", number}},
+          Object{{"data", "x"}, {"count", number}}}},
+    };
+    for (const auto& [message, line, bodies] : cases) {
+        for (const auto& body : bodies) {
+            EXPECT_THAT(linesAfter(message, body), ElementsAre(line));
+            EXPECT_THAT(platform.panels, IsEmpty());
+        }
+    }
+    EXPECT_THAT(platform.generalPasteboard().strings, IsEmpty());
+}
+
+TEST_F(CoordinatorTest, NamesAMessageThatNobodyHandles)
+{
+    EXPECT_THAT(linesAfter("NativeDownload"), ElementsAre("❌ Unknown message: NativeDownload"));
+}
+
+TEST_F(CoordinatorTest, ShowsPickersAfterTheMessageWasHandled)
+{
+    post("nativeFilePicker", PlainValue());
+    post("nativeImagePicker", "anything");
+    EXPECT_THAT(platform.lines(),
+                ElementsAre("📂 Native file picker requested", "🖼️ Native image picker requested"));
+    EXPECT_THAT(platform.panels, IsEmpty());
+    platform.runMainQueue();
+    EXPECT_EQ(platform.panels.size(), 2U);
+}
+
+TEST_F(CoordinatorTest, SavesADownloadWhereTheUserSays)
+{
+    EXPECT_THAT(linesAfter("nativeDownload", Object{{"filename", "logo.png"}, {"data", "xyz,QUJD"}, {"note", "extra"}}),
+                ElementsAre("📥 Native download requested: logo.png", "✅ Decoded 3 bytes"));
+    const auto path = folder.write("logo.png", "something longer that was there before");
+    EXPECT_THAT(choose(path), ElementsAre("✅ File saved to: " + path.string()));
+    EXPECT_EQ(folder.read("logo.png"), "ABC");
+
+    linesAfter("nativeDownload", file("empty", "data:application/octet-stream;base64,"));
+    EXPECT_THAT(platform.lines(), ElementsAre("📥 Native download requested: empty", "✅ Decoded 0 bytes"));
+    choose(folder.path() / "empty");
+    EXPECT_EQ(folder.read("empty"), "");
+
+    EXPECT_THAT(linesAfter("nativeDownload", file("a", "no comma")),
+                ElementsAre("📥 Native download requested: a", "❌ Failed to decode data URL"));
+    EXPECT_THAT(platform.panels, IsEmpty());
+
+    linesAfter("nativeDownload", file("a", ",QUJD"));
+    EXPECT_THAT(choose(folder.path() / "missing" / "a"), ElementsAre("❌ Error saving file: No such file or directory"));
+}
+
+TEST_F(CoordinatorTest, LimitsTheSavePanelByTheNamesExtension)
+{
+    const struct {
+        const char* name;
+        const char* types;
+    } cases[] = {
+        {"Logo.PNG", "image/png"}, {"photo.jpg", "image/jpeg"},     {"photo.JPEG", "image/jpeg"}, {"a.b.pdf", "application/pdf"},
+        {"p.json", "application/json"}, {"notes.txt", nullptr}, {"README", nullptr},         {"v1.0/png", nullptr},
+        {"dot.", nullptr},
+    };
+    for (const auto& [name, types] : cases) {
+        linesAfter("nativeDownload", file(name, ","));
+        std::map<std::string, std::string> settings{{"name", name}, {"create directories", "yes"}};
+        if (types != nullptr)
+            settings["types"] = types;
+        EXPECT_EQ(takePanel().settings, settings);
+    }
+}
+
+TEST_F(CoordinatorTest, EndsSilentlyWhenAPanelIsCancelled)
+{
+    for (const char* message : {"nativeDownload", "nativeFilePicker", "nativeImagePicker"}) {
+        linesAfter(message, file("a.png", ",QUJD"));
+        takePanel().completion(ModalResponse::cancel, folder.path() / "a.png");
+        linesAfter(message, file("a.png", ",QUJD"));
+        takePanel().completion(ModalResponse::ok, std::nullopt);
+        EXPECT_THAT(platform.steps, IsEmpty()) << message;
+    }
+    linesAfter("nativeBatchDownload", Object{{"files", Array{file("a.png", ",QUJD")}}});
+    takePanel().completion(ModalResponse::cancel, folder.path());
+    EXPECT_THAT(platform.steps, IsEmpty());
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_F(CoordinatorTest, SavesABatchIntoOneFolder)
+{
+    folder.write("old.txt", "a content that is replaced");
+    std::filesystem::create_directory(folder.path() / "sub");
+    std::filesystem::create_directory(folder.path() / "is-a-folder");
+    const TemporaryFolder outside;
+    std::filesystem::create_symlink(outside.path(), folder.path() / "link");
+    std::filesystem::create_symlink("sub", folder.path() / "inner-link");
+    outside.write("target", "untouched");
+    std::filesystem::create_symlink(outside.path() / "target", folder.path() / "link-to-file");
+    const auto leaving = [](const std::string& name) {
+        return "❌ Error saving " + name + ": The name leads out of the chosen folder";
+    };
+
+    const Array files{
+        file("old.txt", ",QUJD"),
+        Object{},
+        Object{{"filename", "no data"}},
+        Object{{"data", ",QUJD"}},
+        file("no comma", "QUJD"),
+        file("not base64", ",QUJ"),
+        file("same", ",QUJD"),
+        file("same", ",QQ=="),
+        file("sub/file", ",QUJD"),
+        file("sub/../up-and-down", ",QUJD"),
+        file("inner-link/linked", ",QUJD"),
+        file("missing/file", ",QUJD"),
+        file("../outside", ",QUJD"),
+        file("/absolute", ",QUJD"),
+        file("link/outside", ",QUJD"),
+        file("link-to-file", ",QUJD"),
+        file("is-a-folder", ",QUJD"),
+    };
+    EXPECT_THAT(linesAfter("nativeBatchDownload", Object{{"files", files}}),
+                ElementsAre("📥 Batch download requested: 17 files"));
+    EXPECT_EQ(platform.panels.front()->settings,
+              (std::map<std::string, std::string>{{"files", "no"},
+                                                  {"directories", "yes"},
+                                                  {"multiple", "no"},
+                                                  {"create directories", "yes"},
+                                                  {"message", "Choose a folder to save 17 files"},
+                                                  {"prompt", "Save Here"}}));
+    EXPECT_THAT(choose(folder.path()),
+                ElementsAre("❌ Error saving missing/file: No such file or directory", leaving("../outside"),
+                            leaving("/absolute"), leaving("link/outside"), leaving("link-to-file"),
+                            "❌ Error saving is-a-folder: Is a directory",
+                            "✅ Saved 6/17 files to: " + folder.path().string()));
+    EXPECT_EQ(folder.read("old.txt"), "ABC");
+    EXPECT_EQ(folder.read("same"), "A");
+    EXPECT_EQ(folder.read("sub/file"), "ABC");
+    EXPECT_EQ(folder.read("sub/linked"), "ABC");
+    EXPECT_EQ(folder.read("up-and-down"), "ABC");
+    EXPECT_EQ(outside.read("target"), "untouched");
+    EXPECT_FALSE(std::filesystem::exists(outside.path() / "outside"));
+}
+
+TEST_F(CoordinatorTest, SavesAnEmptyBatch)
+{
+    EXPECT_THAT(linesAfter("nativeBatchDownload", Object{{"files", Array{}}}),
+                ElementsAre("📥 Batch download requested: 0 files"));
+    EXPECT_THAT(choose(folder.path()), ElementsAre("✅ Saved 0/0 files to: " + folder.path().string()));
+}
+
+TEST_F(CoordinatorTest, HandsAProjectFileToThePage)
+{
+    const struct {
+        std::string content;
+        const char* error; // null if it is handed over
+    } cases[] = {
+        {"", nullptr},
+        {"not JSON, it's text\\\r\n", nullptr},
+        {"\xEF\xBB\xBF{}", nullptr},
+        {std::string("a\0b", 3), nullptr},
+        {"\xF4\x8F\xBF\xBF 12345678 \xED\x9F\xBF\xEE\x80\x80", nullptr},
+        {"overlong \xC0\xAF", "The file is not valid UTF-8 text"},
+        {"overlong \xE0\x9F\xBF", "The file is not valid UTF-8 text"},
+        {"overlong \xF0\x8F\xBF\xBF", "The file is not valid UTF-8 text"},
+        {"surrogate \xED\xA0\x80", "The file is not valid UTF-8 text"},
+        {"too high \xF4\x90\x80\x80", "The file is not valid UTF-8 text"},
+        {"lone \x80", "The file is not valid UTF-8 text"},
+        {"truncated \xE2\x82", "The file is not valid UTF-8 text"},
+        {"interrupted \xE2\x28\xA1 and more text", "The file is not valid UTF-8 text"},
+    };
+    for (const auto& [content, error] : cases) {
+        const auto path = folder.write("project.json", content);
+        post("nativeFilePicker");
+        platform.runMainQueue();
+        view->scripts.clear();
+        const auto lines = choose(path);
+        if (error != nullptr) {
+            EXPECT_THAT(lines, ElementsAre(std::string("❌ Error reading file: ") + error)) << content;
+            EXPECT_THAT(view->scripts, IsEmpty());
+        } else {
+            EXPECT_THAT(platform.steps, ElementsAre("evaluate", "log: ✅ File loaded: project.json")) << content;
+            EXPECT_THAT(view->scripts, ElementsAre(scriptForText(fileContentCall, content)));
+        }
+    }
+}
+
+TEST_F(CoordinatorTest, ReadsRegularFilesOnly)
+{
+    const struct {
+        std::filesystem::path path;
+        const char* error;
+    } cases[] = {
+        {folder.path() / "missing", "No such file or directory"},
+        {folder.path(), "Is a directory"},
+        {folder.makePipe("pipe"), "Not a regular file"},
+        {"/dev/zero", "Not a regular file"},
+    };
+    for (const auto& [path, error] : cases) {
+        linesAfter("nativeFilePicker");
+        EXPECT_THAT(choose(path), ElementsAre(std::string("❌ Error reading file: ") + error));
+        linesAfter("nativeImagePicker");
+        EXPECT_THAT(choose(path), ElementsAre(std::string("❌ Error reading image: ") + error));
+    }
+}
+
+TEST_F(CoordinatorTest, HandsAnImageToThePageWithTheTypeOfItsName)
+{
+    const struct {
+        const char* name;
+        const char* mimeType;
+    } cases[] = {
+        {"a.png", "image/png"},   {"Photo.JPG", "image/jpeg"}, {"a.jpeg", "image/jpeg"}, {"a.gif", "image/gif"},
+        {"a.webp", "image/webp"}, {"a.heic", "image/heic"},    {"a.bmp", "image/bmp"},   {"scan.tif", "image/tiff"},
+        {"a.tiff", "image/tiff"}, {"a.jfif", "image/png"},     {"noname", "image/png"},
+    };
+    for (const auto& [name, mimeType] : cases) {
+        const auto path = folder.write(name, "ABC");
+        post("nativeImagePicker");
+        platform.runMainQueue();
+        view->scripts.clear();
+        choose(path);
+        EXPECT_THAT(platform.steps, ElementsAre("evaluate", std::string("log: ✅ Image loaded: ") + name));
+        EXPECT_THAT(view->scripts, ElementsAre(std::string("window.handleNativeImageContent('data:") + mimeType
+                                               + ";base64,QUJD');"));
+    }
+}
+
+TEST_F(CoordinatorTest, DescribesThePickersPanels)
+{
+    linesAfter("nativeFilePicker");
+    const std::map<std::string, std::string> common{{"files", "yes"}, {"directories", "no"}, {"multiple", "no"}};
+    auto project = common;
+    project.insert({{"message", "Select a Quillory project file"}, {"types", "application/json"}});
+    EXPECT_EQ(takePanel().settings, project);
+    linesAfter("nativeImagePicker");
+    auto image = common;
+    image.insert({{"message", "Select an image to add to canvas"},
+                  {"types", "image/png image/jpeg image/gif image/webp image/heic image/bmp image/tiff"}});
+    EXPECT_EQ(takePanel().settings, image);
+}
+
+TEST_F(CoordinatorTest, LogsHowACallOfThePageEnded)
+{
+    coordinator->sendFileContentToPage("x");
+    coordinator->sendImageToPage({"image/png", std::make_shared<StringBytes>("x")});
+    coordinator->sendPasteContentToPage("x");
+    EXPECT_THAT(platform.lines(), IsEmpty());
+    for (const auto& completion : view->completions)
+        completion(std::nullopt);
+    for (const auto& completion : view->completions)
+        completion("domain 1: message");
+    EXPECT_THAT(platform.lines(),
+                ElementsAre("✅ File content sent to JavaScript", "✅ Image sent to JavaScript",
+                            "✅ Paste content sent to JavaScript", "❌ JavaScript error: domain 1: message",
+                            "❌ JavaScript error: domain 1: message", "❌ JavaScript paste error: domain 1: message"));
+}
+
+TEST_F(CoordinatorTest, SaysNothingToAPageThatIsGone)
+{
+    linesAfter("nativeFilePicker");
+    const auto path = folder.write("project.json", "{}");
+    view.reset();
+    EXPECT_THAT(choose(path), ElementsAre("✅ File loaded: project.json"));
+    coordinator->sendPasteContentToPage("x");
+    EXPECT_THAT(platform.steps, ElementsAre("log: ✅ File loaded: project.json"));
+}
+
+TEST_F(CoordinatorTest, CopiesUnderBothTypesAfterClearing)
+{
+    platform.generalPasteboard().strings["image"] = "of somebody else";
+    for (const std::string text : {"", "it's {\"type\": 1}"}) {
+        linesAfter("nativeCopy", Object{{"data", text}});
+        EXPECT_THAT(platform.steps,
+                    ElementsAre("clear pasteboard", "copy as com.quillory.object", "copy as public.utf8-plain-text",
+                                "log: 📋 Copied to native pasteboard"));
+        EXPECT_EQ(platform.generalPasteboard().strings,
+                  (std::map<std::string, std::string>{{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
+    }
+}
+
+TEST_F(CoordinatorTest, PastesTheFirstThingThatTheCanvasCanTake)
+{
+    const std::string object = "com.quillory.object";
+    const std::string string = "public.utf8-plain-text";
+    const std::string canvas = R"({"type":"rect","left":1})";
+    const auto image = std::make_shared<StringBytes>("PNG");
+    const std::string pasted = "window.handleNativePasteContent('";
+    const struct {
+        std::map<std::string, std::string> strings;
+        std::shared_ptr<const Bytes> image;
+        const char* line; // null if nothing is pasted
+        std::string script;
+    } cases[] = {
+        {{{object, "own"}, {string, canvas}}, image, "📥 Pasted Quillory object from pasteboard", pasted + "own');"},
+        {{{object, ""}}, image, "📥 Pasted Quillory object from pasteboard", pasted + "');"},
+        {{{string, canvas}}, image, "📥 Pasted JSON object from pasteboard", pasted + canvas + "');"},
+        {{{string, R"("type" "objects")"}}, nullptr, "📥 Pasted JSON object from pasteboard",
+         pasted + R"("type" "objects"');)"},
+        {{{string, R"({"Type":1,"left":1})"}}, image, "📥 Pasted image from pasteboard",
+         "window.handleNativeImageContent('data:image/png;base64,UE5H');"},
+        {{{string, R"({"type":1,"right":1})"}}, nullptr, nullptr, ""},
+        {{{string, "type left objects"}}, nullptr, nullptr, ""},
+        {{{string, ""}}, image, "📥 Pasted image from pasteboard",
+         "window.handleNativeImageContent('data:image/png;base64,UE5H');"},
+        {{}, nullptr, nullptr, ""},
+    };
+    for (const auto& [strings, picture, line, script] : cases) {
+        platform.generalPasteboard().strings = strings;
+        platform.generalPasteboard().image = picture;
+        view->scripts.clear();
+        linesAfter("nativePaste");
+        if (line == nullptr) {
+            EXPECT_THAT(platform.steps, IsEmpty());
+        } else {
+            EXPECT_THAT(platform.steps, ElementsAre("evaluate", std::string("log: ") + line));
+            EXPECT_THAT(view->scripts, ElementsAre(script));
+        }
+    }
+}
+
+TEST_F(CoordinatorTest, AnswersPastesInTheOrderTheyWereAsked)
+{
+    auto& pasteboard = platform.generalPasteboard();
+    pasteboard.answersLater = true;
+    pasteboard.strings["com.quillory.object"] = "first";
+    post("nativePaste");
+    post("nativePaste");
+    post("nativePaste");
+    // The second one asks only when the first was answered.
+    for (const char* text : {"first", "second", "third"}) {
+        ASSERT_EQ(pasteboard.answers.size(), 1U);
+        pasteboard.strings["com.quillory.object"] = text;
+        const auto answer = std::move(pasteboard.answers.front());
+        pasteboard.answers.pop_front();
+        answer();
+        platform.runMainQueue();
+    }
+    EXPECT_THAT(view->scripts,
+                ElementsAre("window.handleNativePasteContent('first');", "window.handleNativePasteContent('second');",
+                            "window.handleNativePasteContent('third');"));
+}
+
+}
