@@ -111,11 +111,12 @@ async function exportProject(): Promise<void> {
 async function offerRecovery([session, ...rest]: Session[]): Promise<void> {
   const bar = $("recovery");
   bar.hidden = !session;
-  if (!session) return;
+  if (!session) return stage.host.focus();
   const time = new Date(session.changed).toLocaleString([], { dateStyle: "medium", timeStyle: "short" });
   const what = `“${session.name || UNTITLED}” of ${time}`;
   $("recovery-text").textContent = session.unsaved ? `Restore unsaved work? ${what}` : `Reopen the last project? ${what}`;
   $("recovery-restore").textContent = session.unsaved ? "Restore" : "Reopen";
+  $("recovery-restore").focus();
   const next = () => void offerRecovery(rest);
   $("recovery-discard").onclick = () => {
     autosave!.discard(session.id);

@@ -268,12 +268,15 @@ export class Stage {
   zoomTo(zoom: number, at = new Point(this.canvas.width / 2, this.canvas.height / 2)): void {
     this.#fitted = false;
     this.canvas.zoomToPoint(at, Math.min(MAX_ZOOM, Math.max(MIN_ZOOM, zoom)));
+    const [z, , , , x, y] = this.canvas.viewportTransform;
+    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(x), Math.round(y)]); // whole pixels are sharp
     this.#viewChanged();
   }
 
   #view(zoom: number, x: number, y: number): void {
     const z = Math.min(MAX_ZOOM, Math.max(MIN_ZOOM, zoom));
-    this.canvas.setViewportTransform([z, 0, 0, z, this.canvas.width / 2 - x * z, this.canvas.height / 2 - y * z]);
+    const { width, height } = this.canvas;
+    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(width / 2 - x * z), Math.round(height / 2 - y * z)]);
     this.#viewChanged();
   }
 
