@@ -95,7 +95,9 @@ async function save(): Promise<void> {
 async function exportProject(): Promise<void> {
   editor.commit();
   $<HTMLButtonElement>("export-ok").disabled = !hasShell();
-  if ((await openDialog($<HTMLDialogElement>("export"))) !== "export") return;
+  const answer = openDialog($<HTMLDialogElement>("export"));
+  $("export").querySelector<HTMLInputElement>(":checked")?.focus();
+  if ((await answer) !== "export") return;
   const form = new FormData($<HTMLFormElement>("export-form"));
   const options = { format: form.get("format") as Format, scale: Number(form.get("scale")) };
   const chosen = form.get("pages") === "all" ? editor.state.pages : [editor.pageData];

@@ -225,22 +225,23 @@ export class Stage {
     const { canvas } = this;
     let start: Point | null = null;
     let drawn: FabricObject | null = null;
+    let tool: Shape | null = null;
     canvas.on("mouse:down", ({ scenePoint }) => {
-      if (this.tool) start = scenePoint;
+      tool = this.tool;
+      if (tool) start = scenePoint;
     });
     canvas.on("mouse:move", ({ scenePoint, e }) => {
-      if (!start || !this.tool) return;
+      if (!start || !tool) return;
       if (drawn) canvas.remove(drawn);
-      const end = e.shiftKey ? constrain(this.tool, start, scenePoint) : scenePoint;
-      drawn = createShape(this.tool, start.x, start.y, end.x, end.y);
+      const end = e.shiftKey ? constrain(tool, start, scenePoint) : scenePoint;
+      drawn = createShape(tool, start.x, start.y, end.x, end.y);
       canvas.add(drawn);
     });
     canvas.on("mouse:up", () => {
-      const { tool } = this;
       const [from, rough] = [start, drawn];
       start = drawn = null;
       if (rough) canvas.remove(rough);
-      if (!from || !tool) return;
+      if (!from || !tool || !this.tool) return; // Escape gives up what is being drawn
       this.arm(null);
       const tiny = !rough || Math.max(rough.width, rough.height) * canvas.getZoom() < 4;
       const side = this.#handySide;
