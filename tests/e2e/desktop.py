@@ -38,7 +38,7 @@ class Desktop:
         self.env = {k: v for k, v in os.environ.items()
                     if k not in ("WAYLAND_DISPLAY", "TMPDIR", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS")
                     and not k.startswith("XDG_")}
-        self.env.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, LANG="C.UTF-8", NO_AT_BRIDGE="1",
+        self.env.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, LANG="C.UTF-8", GTK_A11Y="none",
                         GSETTINGS_BACKEND="memory")
         self._start_display(screen)
         self._start_bus()

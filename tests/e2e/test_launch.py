@@ -1,6 +1,7 @@
 """From the launch to the end of the run: one instance, order of the log, window size, termination."""
 import fcntl
 import os
+import shutil
 import signal
 import subprocess
 import time
@@ -156,9 +157,7 @@ def test_without_a_page_the_rest_works(launch, missing):
     if missing == "folder":
         app.page_folder.rmdir()
     elif missing == "resources":
-        (app.page_folder.parent / "Info.json").unlink()
-        app.page_folder.rmdir()
-        app.page_folder.parent.rmdir()
+        shutil.rmtree(app.page_folder.parent)
     app = launch(page=None, ready=False, folder="bare")
     app.log.wait(STATUS_REPORT[-1])
     assert app.log.lines == LAUNCH + STATUS_REPORT
