@@ -62,7 +62,12 @@ def place(request, launch):
 
 def raise_on_wayland(session, app):
     """A compositor gives the selection to the focused window only, and takes one only after a key press there."""
-    session.focus("Quillory")
+    # Without a portal there is no hotkey, and the program says so.
+    session.wait_active("Accessibility Permission Required")
+    session.keyboard.press("Tab")
+    session.keyboard.press("Return")
+    session.wait_no_window("Accessibility Permission Required")
+    session.wait_active("Quillory")
     app.run_script("window.pressed = new Promise(resolve => addEventListener('keydown', resolve, {once: true}))")
     session.keyboard.press("e")
     app.run_script("await window.pressed")
