@@ -135,9 +135,9 @@ class Application:
 
     def own_lines(self, start=0):
         """The log without what the test page reports of itself."""
-        lines = self.log.lines[start:]
-        reports = {i for i, line in enumerate(lines) if re.match(r"📥 Native download requested: T", line)}
-        return [line for i, line in enumerate(lines) if i not in reports and i - 1 not in reports]
+        lines = list(self.log.lines)
+        reports = {i for i, line in enumerate(lines) if re.match(r"📥 Native download requested: T(ready|\d+) ", line)}
+        return [line for i, line in enumerate(lines) if i >= start and i not in reports and i - 1 not in reports]
 
     # The process
 

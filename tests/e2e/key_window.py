@@ -9,6 +9,7 @@
 Command line: the window's title.
 """
 import sys
+import threading
 
 import gi
 
@@ -31,13 +32,16 @@ def make_window(application, title):
     return window
 
 
-def read_command(channel, _condition, window):
-    line = channel.readline()
-    if line.strip() == "token":
-        context = window.get_display().get_app_launch_context()
-        program = Gio.AppInfo.create_from_commandline("true", "anything", Gio.AppInfoCreateFlags.NONE)
-        say("token", context.get_startup_notify_id(program, []))
-    return bool(line)
+def say_token(window):
+    context = window.get_display().get_app_launch_context()
+    program = Gio.AppInfo.create_from_commandline("true", "anything", Gio.AppInfoCreateFlags.NONE)
+    say("token", context.get_startup_notify_id(program, []))
+
+
+def read_commands(window):
+    for line in sys.stdin:
+        if line.strip() == "token":
+            GLib.idle_add(say_token, window)
 
 
 def main():
@@ -45,7 +49,7 @@ def main():
 
     def start(_application):
         window = make_window(application, sys.argv[1])
-        GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IOCondition.IN | GLib.IOCondition.HUP, read_command, window)
+        threading.Thread(target=read_commands, args=(window,), daemon=True).start()
 
     application.connect("activate", start)
     application.run([])

@@ -1,13 +1,14 @@
 """From the launch to the end of the run: one instance, order of the log, window size, termination."""
 import fcntl
 import os
+import shutil
 import signal
 import subprocess
 import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Application
+from application import LAUNCH, STATUS_REPORT, Application, InstallTree
 from desktop import Desktop, wait_for
 
 
@@ -99,11 +100,8 @@ def test_second_launch_raises_the_first(launch, desktop, state):
 
 
 @pytest.mark.parametrize("count", [2, 8])
-def test_started_at_once_there_is_one(launch, desktop, count):
-    tree = launch(ready=False).tree
-    for app in (launch(ready=False),):
-        app.kill()
-    desktop.wait_no_window("Quillory")
+def test_started_at_once_there_is_one(desktop, installed, tmp_path, count):
+    tree = InstallTree(installed, tmp_path / "installed")
     apps = [Application(desktop, tree.binary, tree.page_folder) for _ in range(count)]
     try:
         wait_for(lambda: sum(app.process.poll() is None for app in apps) == 1, "all but one to end")
@@ -126,7 +124,7 @@ def test_killed_instance_leaves_no_lock(launch):
     assert second.own_lines()[:2] == LAUNCH
 
 
-def test_lock_file_that_cannot_be_opened(launch, desktop, tmp_path):
+def test_lock_file_that_cannot_be_opened(launch, tmp_path):
     for directory in (tmp_path / "missing", tmp_path):
         if directory.exists():
             os.mkfifo(directory / "Quillory.lock")
@@ -153,15 +151,13 @@ def test_without_a_display(desktop, installed):
 
 
 @pytest.mark.parametrize("missing", ["page", "folder", "resources"])
-def test_without_a_page_the_rest_works(launch, desktop, missing, installed, tmp_path):
+def test_without_a_page_the_rest_works(launch, missing):
     app = launch(page=None, ready=False, folder="bare")
     app.kill()
     if missing == "folder":
         app.page_folder.rmdir()
     elif missing == "resources":
-        (app.page_folder.parent / "Info.json").unlink()
-        app.page_folder.rmdir()
-        app.page_folder.parent.rmdir()
+        shutil.rmtree(app.page_folder.parent)
     app = launch(page=None, ready=False, folder="bare")
     app.log.wait(STATUS_REPORT[-1])
     assert app.log.lines == LAUNCH + STATUS_REPORT

@@ -20,10 +20,7 @@ def test_about_window_is_one_and_stays_where_it_was_put(app, desktop):
     desktop.focus(window)
 
     def choose_about():
-        desktop.focus(window)
-        desktop.key("F10")
-        desktop.key("Return")
-        desktop.key("Return")
+        desktop.choose_from_menu(window, 0, 0)
         about = desktop.wait_window("About Quillory")
         desktop.wait_active(about)
         return about
@@ -44,14 +41,14 @@ def test_edit_menu_works_in_the_page(app, desktop):
     window = app.window()
     desktop.focus(window)
     app.run_script("document.body.innerHTML = '<textarea id=t>text</textarea>'; document.getElementById('t').focus()")
-    desktop.key("F10", "Right", "Right", "Return")
-    desktop.key("Up", "Return")  # Select All is the last item
+    desktop.choose_from_menu(window, 2, 5)  # Select All
     app.run_script("while (document.getElementById('t').selectionEnd != 4) await new Promise(r => setTimeout(r, 10))")
     # Keys of the menu's items are the page's own.
-    seen = app.start_script("return await new Promise(r => addEventListener('keydown', "
-                            "(e) => { if (e.key == 'z' && e.ctrlKey) { e.preventDefault(); r('page'); } }))")
+    app.run_script("window.seen = new Promise(r => addEventListener('keydown', "
+                   "(e) => { if (e.key == 'z' && e.ctrlKey) { e.preventDefault(); r('page'); } }))")
+    app.run_script("while (!document.hasFocus()) await new Promise(r => setTimeout(r, 10))")
     desktop.key("ctrl+z")
-    assert app.result(seen) == "page"
+    assert app.run_script("return await window.seen") == "page"
 
 
 def test_page_started_downloads_are_refused(app, desktop):

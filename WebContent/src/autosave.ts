@@ -1,0 +1,110 @@
+// Work in progress, kept in the page's own storage so that it outlives a crash. Every run of the page writes a
+// session of its own; what earlier runs left stays until the user takes it back or discards it.
+import { type Assets, type PageData, usedAssets } from "./project";
+
+export interface Session {
+  /** When the run began, in milliseconds; also its key. */
+  id: number;
+  changed: number;
+  name: string;
+  pages: readonly PageData[];
+  unsaved: boolean;
+}
+
+const DELAY = 400; // ms after the last change
+const MAX_DELAY = 1500; // ms after the first one
+const KEPT_SESSIONS = 5;
+
+const result = <T>(request: IDBRequest<T>): Promise<T> =>
+  new Promise((resolve, reject) => {
+    request.onsuccess = () => resolve(request.result);
+    request.onerror = () => reject(request.error);
+  });
+const assetRange = (id: number): IDBKeyRange => IDBKeyRange.bound([id, ""], [id, "\uffff"]);
+
+export class Autosave {
+  #id = Date.now();
+  #written = new Set<string>();
+  #timer = 0;
+  #firstChange = 0;
+  #queue: Promise<unknown> = Promise.resolve();
+
+  private constructor(
+    private readonly db: IDBDatabase,
+    private readonly work: () => Omit<Session, "id" | "changed"> & { assets: Assets },
+    private readonly report: (error: unknown) => void,
+  ) {
+    const flush = () => document.visibilityState === "hidden" && this.flush();
+    document.addEventListener("visibilitychange", flush);
+    window.addEventListener("pagehide", () => this.flush());
+  }
+
+  static async open(work: Autosave["work"], report: Autosave["report"]): Promise<Autosave> {
+    const request = indexedDB.open("quillory", 1);
+    request.onupgradeneeded = () => {
+      request.result.createObjectStore("sessions", { keyPath: "id" });
+      request.result.createObjectStore("assets");
+    };
+    return new Autosave(await result(request), work, report);
+  }
+
+  /** Sessions of earlier runs, the latest first; the oldest beyond a handful are dropped. */
+  async earlier(): Promise<Session[]> {
+    const all: Session[] = await result(this.db.transaction("sessions").objectStore("sessions").getAll());
+    const sessions = all.filter((s) => s.id !== this.#id).sort((a, b) => b.changed - a.changed);
+    for (const { id } of sessions.slice(KEPT_SESSIONS)) this.discard(id);
+    return sessions.slice(0, KEPT_SESSIONS);
+  }
+
+  async assetsOf({ id, pages }: Session): Promise<Assets> {
+    const store = this.db.transaction("assets").objectStore("assets");
+    const names = new Set<string>();
+    for (const page of pages) usedAssets(page.objects, names);
+    return Object.fromEntries(await Promise.all([...names].map(async (n) => [n, await result(store.get([id, n]))])));
+  }
+
+  /** Takes place after everything that was asked for before, so that what replaces the session is written first. */
+  discard(id: number): void {
+    this.#then(async () => {
+      const change = this.db.transaction(["sessions", "assets"], "readwrite");
+      change.objectStore("sessions").delete(id);
+      await result(change.objectStore("assets").delete(assetRange(id)));
+    });
+  }
+
+  #then(task: () => Promise<void>): void {
+    this.#queue = this.#queue.then(task).catch(this.report);
+  }
+
+  /** Another project is on the canvas now: what was written so far stays as an earlier session if it was unsaved. */
+  startSession(keepLast: boolean): void {
+    this.flush();
+    const last = this.#id;
+    this.#id = Math.max(Date.now(), last + 1);
+    this.#written = new Set();
+    if (!keepLast) this.discard(last);
+  }
+
+  schedule(): void {
+    const now = Date.now();
+    if (!this.#timer) this.#firstChange = now;
+    clearTimeout(this.#timer);
+    this.#timer = window.setTimeout(() => this.flush(), Math.max(0, Math.min(DELAY, this.#firstChange + MAX_DELAY - now)));
+  }
+
+  flush(): void {
+    if (!this.#timer) return;
+    clearTimeout(this.#timer);
+    this.#timer = 0;
+    const [id, written, work] = [this.#id, this.#written, this.work()];
+    this.#then(() => this.#write(id, written, work));
+  }
+
+  async #write(id: number, written: Set<string>, { assets, ...work }: ReturnType<Autosave["work"]>): Promise<void> {
+    const change = this.db.transaction(["sessions", "assets"], "readwrite");
+    const added = Object.keys(assets).filter((name) => !written.has(name));
+    for (const name of added) change.objectStore("assets").put(assets[name], [id, name]);
+    await result(change.objectStore("sessions").put({ ...work, id, changed: Date.now() }));
+    for (const name of added) written.add(name);
+  }
+}

@@ -1,0 +1,252 @@
+// The open project: its pages, its history, and everything that can be done to them.
+import { ActiveSelection, type FabricObject, Group, Point } from "fabric";
+import { History } from "./history";
+import { images } from "./images";
+import { createImage, createObjects, describe } from "./objects";
+import { type Clipboard, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
+import { Stage, type StageEvents } from "./stage";
+
+export interface DocumentState {
+  readonly name: string;
+  readonly pages: readonly PageData[];
+  /** The page that was worked on. */
+  readonly page: number;
+}
+
+const blankPage = (format: Partial<PageData> = {}): PageData => ({
+  width: 1080, height: 1080, background: "#ffffff", ...format, objects: [],
+});
+export const blankProject = (): Project => ({ name: "", pages: [blankPage()], assets: {} });
+
+const PASTE_OFFSET = 24;
+
+export class Editor {
+  readonly stage: Stage;
+  history = new History<DocumentState>({ ...blankProject(), page: 0 });
+  page = 0;
+  #pastes = 0;
+  #copied = "";
+  #shown: string | undefined;
+
+  constructor(host: HTMLElement, private readonly events: Omit<StageEvents, "changed"> & { changed(): void }) {
+    this.stage = new Stage(host, { ...events, changed: (tag) => this.commit(tag) });
+    void this.#refresh();
+  }
+
+  get state(): DocumentState {
+    return this.history.current;
+  }
+  get project(): Project {
+    return { name: this.state.name, pages: this.state.pages, assets: images.assets };
+  }
+  get pageData(): PageData {
+    return this.state.pages[this.page]!;
+  }
+
+  /** Opens a project in place of the present one, or, if an image in it is broken, changes nothing. */
+  async open(project: Project, saved: boolean, beforeChange: () => void): Promise<void> {
+    const useImages = await images.prepare(project.assets);
+    beforeChange();
+    useImages();
+    this.history = new History<DocumentState>({ name: project.name, pages: project.pages, page: 0 });
+    if (!saved) this.history.markUnsaved();
+    this.page = 0;
+    await this.#refresh();
+  }
+
+  // ---- history ----
+
+  #push(change: Partial<DocumentState>, tag?: string): void {
+    this.history.push({ ...this.state, page: this.page, ...change }, tag);
+    this.events.changed();
+  }
+
+  /** Takes what the canvas shows into the history, if it differs. */
+  commit(tag?: string): void {
+    const page = this.stage.read();
+    const shown = JSON.stringify(page);
+    if (!page || shown === this.#shown) return;
+    this.#shown = shown;
+    this.#push({ pages: this.state.pages.map((p, i) => (i === this.page ? page : p)) }, tag);
+  }
+
+  async #refresh(selected: number[] = []): Promise<void> {
+    this.page = Math.min(this.page, this.state.pages.length - 1);
+    await this.stage.show(this.pageData, selected);
+    this.#shown = JSON.stringify(this.stage.read()); // not what the file says: it may leave out what is usual
+    this.events.changed();
+  }
+
+  async #travel(state: DocumentState | undefined): Promise<void> {
+    if (!state) return;
+    const { objects, selection } = this.stage;
+    const selected = state.page === this.page ? selection.map((o) => objects.indexOf(o)) : [];
+    this.page = state.page;
+    await this.#refresh(selected);
+  }
+  undo = (): Promise<void> => this.#travel((this.#finishText(), this.history.undo()));
+  redo = (): Promise<void> => this.#travel((this.#finishText(), this.history.redo()));
+
+  #finishText(): void {
+    this.stage.editedText?.exitEditing();
+  }
+
+  rename(name: string): void {
+    if (name !== this.state.name) this.#push({ name }, "name");
+  }
+
+  // ---- pages ----
+
+  async goTo(page: number): Promise<void> {
+    if (page === this.page || !this.state.pages[page]) return;
+    this.#finishText();
+    this.page = page;
+    await this.#refresh();
+  }
+
+  async #setPages(pages: PageData[], page: number): Promise<void> {
+    this.#finishText();
+    this.#push({ pages, page });
+    this.page = page;
+    await this.#refresh();
+  }
+  addPage = (copy = false): Promise<void> => {
+    const page = copy ? { ...this.pageData } : blankPage(this.pageData);
+    return this.#setPages([...this.state.pages.slice(0, this.page + 1), page, ...this.state.pages.slice(this.page + 1)], this.page + 1);
+  };
+  async deletePage(): Promise<void> {
+    const pages = this.state.pages.filter((_, i) => i !== this.page);
+    if (pages.length > 0) await this.#setPages(pages, Math.min(this.page, pages.length - 1));
+  }
+  async movePage(by: number): Promise<void> {
+    const to = this.page + by;
+    if (!this.state.pages[to]) return;
+    const pages = this.state.pages.filter((_, i) => i !== this.page);
+    pages.splice(to, 0, this.pageData);
+    await this.#setPages(pages, to);
+  }
+  setPageFormat(format: Partial<PageData>): void {
+    this.stage.setFormat({ ...this.pageData, ...format });
+    this.commit("format");
+  }
+
+  // ---- objects ----
+
+  /** Changes every selected object, as one step. */
+  change(edit: (object: FabricObject) => void, tag?: string): void {
+    this.stage.selection.forEach(edit);
+    this.#changed(tag);
+  }
+  /** Changes the selection as a whole. */
+  changeWhole(edit: (object: FabricObject) => void, tag?: string): void {
+    const { active } = this.stage;
+    if (active) edit(active);
+    this.#changed(tag);
+  }
+  #changed(tag?: string): void {
+    const { active, canvas } = this.stage;
+    if (active instanceof ActiveSelection) active.triggerLayout();
+    active?.setCoords();
+    canvas.requestRenderAll();
+    this.commit(tag);
+  }
+
+  nudge(x: number, y: number): void {
+    this.changeWhole((o) => o.set({ left: o.left + x, top: o.top + y }), "nudge");
+  }
+
+  remove(): void {
+    const { selection, canvas } = this.stage;
+    canvas.discardActiveObject();
+    canvas.remove(...selection);
+    this.commit();
+  }
+
+  reorder(where: "front" | "forward" | "backward" | "back"): void {
+    const { canvas, selection } = this.stage;
+    const upward = where === "front" || where === "backward";
+    for (const o of upward ? selection : [...selection].reverse()) {
+      if (where === "front") canvas.bringObjectToFront(o);
+      else if (where === "back") canvas.sendObjectToBack(o);
+    }
+    if (where === "forward" || where === "backward") this.#step(selection, where === "forward" ? 1 : -1);
+    this.#changed();
+  }
+  /** Moves objects one place up or down; those that touch the end of the pile stay. */
+  #step(selection: FabricObject[], by: number): void {
+    const { canvas } = this.stage;
+    for (const o of by > 0 ? [...selection].reverse() : selection) {
+      const at = this.stage.objects.indexOf(o);
+      const next = this.stage.objects[at + by];
+      if (next && !selection.includes(next)) canvas.moveObjectTo(o, at + by);
+    }
+  }
+
+  group(): void {
+    const { canvas, selection } = this.stage;
+    if (selection.length < 2) return;
+    canvas.discardActiveObject();
+    const at = this.stage.objects.indexOf(selection.at(-1)!) - selection.length + 1;
+    canvas.remove(...selection);
+    const group = new Group(selection);
+    canvas.insertAt(at, group);
+    this.stage.select([group]);
+    this.commit();
+  }
+  ungroup(): void {
+    const { canvas, selection } = this.stage;
+    const freed = selection.flatMap((group) => {
+      if (!(group instanceof Group)) return [group];
+      const at = this.stage.objects.indexOf(group);
+      const parts = group.removeAll() as FabricObject[];
+      for (const o of parts) o.set({ opacity: o.opacity * group.opacity });
+      canvas.remove(group);
+      canvas.insertAt(at, ...parts);
+      return parts;
+    });
+    this.stage.select(freed);
+    this.commit();
+  }
+
+  async addImage(dataURL: string, at?: Point): Promise<void> {
+    const { width, height } = this.pageData;
+    const image = await createImage(dataURL, width, height);
+    image.setXY(at ?? new Point(width / 2, height / 2));
+    this.stage.place(image);
+  }
+
+  // ---- copy and paste ----
+
+  #describeSelection(): ObjectData[] {
+    const { objects, selection, canvas } = this.stage;
+    const all = canvas.toObject().objects;
+    return selection.map((o) => describe(all[objects.indexOf(o)]));
+  }
+  /** The selected objects as text, or undefined if nothing is selected. */
+  copy(): string | undefined {
+    const objects = this.#describeSelection();
+    if (objects.length === 0) return undefined;
+    this.#pastes = 0;
+    return (this.#copied = writeClipboard({ objects, assets: images.assets }));
+  }
+  async paste(text: string): Promise<void> {
+    const clipboard = readClipboard(text);
+    this.#pastes = text === this.#copied ? this.#pastes + 1 : 1;
+    await this.#insert(clipboard, this.#pastes * PASTE_OFFSET);
+  }
+  async duplicate(): Promise<void> {
+    await this.#insert({ objects: this.#describeSelection(), assets: {} }, PASTE_OFFSET);
+  }
+  async #insert({ objects, assets }: Clipboard, offset: number): Promise<void> {
+    const names = new Map<string, string>();
+    for (const [name, data] of Object.entries(assets)) names.set(name, await images.add(data));
+    const renamed = (o: ObjectData): ObjectData => ({
+      ...o,
+      ...(o.asset !== undefined && { asset: names.get(o.asset) ?? o.asset }),
+      ...(o.objects && { objects: o.objects.map(renamed) }),
+    });
+    const created = await createObjects(objects.map(renamed));
+    for (const o of created) o.set({ left: o.left + offset, top: o.top + offset });
+    if (created.length > 0) this.stage.place(...created);
+  }
+}

@@ -1,0 +1,95 @@
+// Keys, and the editing commands that reach the page as events of its document.
+import type { Editor } from "./editor";
+import { nameOf } from "./objects";
+import { $, announce } from "./ui";
+
+export type Commands = Record<string, () => unknown>;
+
+/** Work everywhere, also while a text is typed. */
+const GLOBAL: Record<string, string> = {
+  "Ctrl+s": "save", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
+  "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
+};
+const KEYS: Record<string, string> = {
+  ...GLOBAL,
+  "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo",
+  "Ctrl+c": "copy", "Ctrl+x": "cut", "Ctrl+v": "paste", "Ctrl+d": "duplicate", "Ctrl+a": "select-all",
+  "Ctrl+g": "group", "Ctrl+Shift+g": "ungroup", Delete: "delete", Backspace: "delete", Escape: "escape",
+  "Ctrl+ArrowUp": "forward", "Ctrl+ArrowDown": "backward", "Ctrl+Shift+ArrowUp": "front", "Ctrl+Shift+ArrowDown": "back",
+  PageUp: "page-previous", PageDown: "page-next",
+  v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", l: "tool-Line", t: "tool-Textbox", i: "image",
+};
+const ARROWS: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
+
+function chord(e: KeyboardEvent): string {
+  const key = e.key.length === 1 ? e.key.toLowerCase() : e.key;
+  const shift = e.shiftKey && (e.key.length > 1 || /[a-z]/.test(key));
+  return `${e.ctrlKey ? "Ctrl+" : ""}${e.altKey ? "Alt+" : ""}${shift ? "Shift+" : ""}${key}`;
+}
+
+const takesText = (target: EventTarget | null): boolean =>
+  target instanceof HTMLTextAreaElement || (target instanceof HTMLInputElement && /^(text|number)$/.test(target.type));
+const takesKeys = (target: EventTarget | null): boolean =>
+  target instanceof HTMLSelectElement || target instanceof HTMLInputElement;
+
+export function listenToKeyboard(editor: Editor, commands: Commands): void {
+  const { stage } = editor;
+  const busy = (): boolean => document.querySelector("dialog[open]") !== null;
+
+  document.addEventListener("keydown", (e) => {
+    if (e.defaultPrevented || e.isComposing || e.metaKey || busy()) return;
+    const keys = chord(e);
+    const typing = takesText(e.target);
+    if (typing && (keys === "Enter" || keys === "Escape") && e.target instanceof HTMLInputElement) return stage.host.focus();
+    const command = (typing ? GLOBAL : KEYS)[keys];
+    if (command && !(takesKeys(e.target) && keys.length === 1)) {
+      e.preventDefault();
+      return void commands[command]!();
+    }
+    if (typing || e.target !== stage.host) return;
+    const arrow = ARROWS[e.key];
+    const step = e.shiftKey ? 10 : 1;
+    if (arrow && !e.ctrlKey && !e.altKey && stage.active) editor.nudge(arrow[0] * step, arrow[1] * step);
+    else if (e.key === "Enter" && stage.tool) stage.placeInMiddle(stage.tool);
+    else if (e.key === "Enter") stage.editText();
+    else if (e.key !== "Tab" || e.ctrlKey || !selectNext(editor, e.shiftKey ? -1 : 1)) return;
+    e.preventDefault();
+  });
+
+  // The application's Edit menu sends editing commands: these events are how they arrive.
+  for (const name of ["copy", "cut", "paste"] as const) {
+    document.addEventListener(`before${name}`, (e) => {
+      if (!takesText(e.target)) e.preventDefault(); // says that there is something to copy
+    });
+    document.addEventListener(name, (e) => {
+      if (takesText(e.target) || busy()) return;
+      e.preventDefault();
+      commands[name]!();
+    });
+  }
+  let pressed = false; // a pointer that starts a selection is not the command
+  document.addEventListener("mousedown", () => (pressed = true), { capture: true });
+  document.addEventListener("mouseup", () => (pressed = false), { capture: true });
+  document.addEventListener("selectstart", (e) => {
+    if (e.target !== document.body || pressed || busy()) return;
+    e.preventDefault();
+    void commands["select-all"]!();
+  });
+}
+
+/** Selects the next object on the canvas; at the last one it leaves the Tab key to the page. */
+function selectNext({ stage }: Editor, by: 1 | -1): boolean {
+  const { objects, selection } = stage;
+  const at = selection.length > 0 ? objects.indexOf(selection.at(-1)!) : by > 0 ? -1 : objects.length;
+  const next = objects[at + by];
+  if (!next) return false;
+  stage.select([next]);
+  return true;
+}
+
+export function announceSelection({ stage }: Editor): void {
+  const { selection, objects } = stage;
+  if (selection.length > 1) announce(`${selection.length} objects selected`);
+  else if (selection[0]) announce(`${nameOf(selection[0])}, ${objects.indexOf(selection[0]) + 1} of ${objects.length}`);
+  else if (document.activeElement === $("stage")) announce("Nothing selected");
+}

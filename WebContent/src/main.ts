@@ -1,0 +1,251 @@
+import { Point } from "fabric";
+import { Autosave, type Session } from "./autosave";
+import { blankProject, Editor } from "./editor";
+import { exportPages, type Format } from "./export";
+import { readAsDataURL } from "./images";
+import { Inspector } from "./inspector";
+import { announceSelection, type Commands, listenToKeyboard } from "./keyboard";
+import { Layers, Pages } from "./lists";
+import { fileName, UNTITLED } from "./names";
+import { SHAPES } from "./objects";
+import { type Project, readProject, writeProject } from "./project";
+import { hasShell, listenToShell, shell } from "./shell";
+import { $, announce, Cancelled, confirm, openDialog, tell, tellError, withProgress } from "./ui";
+
+const editor: Editor = new Editor($("stage"), {
+  changed: () => update(),
+  selected: () => {
+    inspector.refresh();
+    layers.refresh();
+    announceSelection(editor);
+    updateButtons();
+  },
+  moving: () => inspector.refresh(),
+  zoomed: () => ($("zoom-level").textContent = `${Math.round(editor?.stage.zoom * 100)} %`),
+  toolChanged: () => {
+    for (const button of document.querySelectorAll<HTMLElement>("[data-tool]")) {
+      button.setAttribute("aria-pressed", String(button.dataset.tool === (editor.stage.tool ?? "select")));
+    }
+  },
+});
+const { stage } = editor;
+const inspector = new Inspector(editor);
+const layers = new Layers(editor);
+const pages = new Pages(editor);
+let autosave: Autosave | undefined;
+
+// ---- what the page shows of the project ----
+
+function update(): void {
+  const { name } = editor.state;
+  document.title = `${editor.history.isSaved ? "" : "• "}${name || UNTITLED} – Quillory`;
+  const field = $<HTMLInputElement>("project-name");
+  if (field !== document.activeElement) field.value = name;
+  inspector.refresh();
+  layers.refresh();
+  pages.refresh();
+  updateButtons();
+  if (editor.history.canUndo || editor.history.canRedo || !editor.history.isSaved) autosave?.schedule();
+}
+
+function updateButtons(): void {
+  const selected = stage.selection.length > 0;
+  const enabled: Record<string, boolean> = {
+    undo: editor.history.canUndo,
+    redo: editor.history.canRedo,
+    "page-delete": editor.state.pages.length > 1,
+    "page-left": editor.page > 0,
+    "page-right": editor.page < editor.state.pages.length - 1,
+    group: stage.selection.length > 1,
+    delete: selected,
+    duplicate: selected,
+  };
+  for (const [command, on] of Object.entries(enabled)) {
+    for (const b of document.querySelectorAll<HTMLButtonElement>(`[data-command="${command}"]`)) b.disabled = !on;
+  }
+}
+
+// ---- projects ----
+
+async function openProject(project: Project, saved: boolean): Promise<void> {
+  const keepLast = !editor.history.isSaved;
+  await editor.open(project, saved, () => autosave?.startSession(keepLast));
+  stage.fit();
+  announce(`${project.name || UNTITLED} opened`);
+}
+
+async function mayReplace(): Promise<boolean> {
+  if (editor.history.isSaved) return true;
+  return confirm("The project has changes that are not saved. Another project takes its place.", "Replace");
+}
+
+async function save(): Promise<void> {
+  const { state } = editor;
+  const text = writeProject(editor.project);
+  shell.download({
+    filename: fileName(state.name, "json"),
+    data: await readAsDataURL(new Blob([text], { type: "application/json" })),
+  });
+  // The shell does not say whether the user went through with it; the autosaved copy stays either way.
+  editor.history.markSaved(state);
+  update();
+  autosave?.schedule();
+}
+
+async function exportProject(): Promise<void> {
+  editor.commit();
+  $<HTMLButtonElement>("export-ok").disabled = !hasShell();
+  const answer = openDialog($<HTMLDialogElement>("export"));
+  $("export").querySelector<HTMLInputElement>(":checked")?.focus();
+  if ((await answer) !== "export") return;
+  const form = new FormData($<HTMLFormElement>("export-form"));
+  const options = { format: form.get("format") as Format, scale: Number(form.get("scale")) };
+  const chosen = form.get("pages") === "all" ? editor.state.pages : [editor.pageData];
+  const pixels = chosen.reduce((sum, p) => sum + p.width * p.height * options.scale ** 2, 0);
+  const files = await withProgress("Exporting", pixels > 6e6, (step) =>
+    exportPages(editor.state.name, chosen, options, step),
+  );
+  if (files.length === 1) shell.download(files[0]!);
+  else shell.downloadAll(files);
+}
+
+/** Offers the work of earlier runs, one after the other. */
+async function offerRecovery([session, ...rest]: Session[]): Promise<void> {
+  const bar = $("recovery");
+  bar.hidden = !session;
+  if (!session) return stage.host.focus();
+  const time = new Date(session.changed).toLocaleString([], { dateStyle: "medium", timeStyle: "short" });
+  const what = `“${session.name || UNTITLED}” of ${time}`;
+  $("recovery-text").textContent = session.unsaved ? `Restore unsaved work? ${what}` : `Reopen the last project? ${what}`;
+  $("recovery-restore").textContent = session.unsaved ? "Restore" : "Reopen";
+  $("recovery-restore").focus();
+  const next = () => void offerRecovery(rest);
+  $("recovery-discard").onclick = () => {
+    autosave!.discard(session.id);
+    next();
+  };
+  $("recovery-restore").onclick = guarded(async () => {
+    if (!(await mayReplace())) return;
+    const { name, pages } = session;
+    await openProject({ name, pages, assets: await autosave!.assetsOf(session) }, !session.unsaved);
+    autosave!.schedule();
+    autosave!.flush();
+    autosave!.discard(session.id);
+    next();
+  });
+}
+
+// ---- commands ----
+
+const guarded = (task: () => unknown) => () => {
+  void (async () => task())().catch((error: unknown) => {
+    if (!(error instanceof Cancelled)) tellError(error);
+  });
+};
+
+function copy(): boolean {
+  const text = editor.copy();
+  if (text !== undefined) shell.copy(text);
+  return text !== undefined;
+}
+
+const tasks: Commands = {
+  new: async () => (await mayReplace()) && openProject(blankProject(), true),
+  open: async () => (await mayReplace()) && shell.pickProject(),
+  save,
+  export: exportProject,
+  image: () => shell.pickImage(),
+  undo: editor.undo,
+  redo: editor.redo,
+  copy,
+  cut: () => copy() && editor.remove(),
+  paste: () => shell.paste(),
+  duplicate: () => editor.duplicate(),
+  delete: () => editor.remove(),
+  "select-all": () => stage.select([...stage.objects]),
+  group: () => editor.group(),
+  ungroup: () => editor.ungroup(),
+  front: () => editor.reorder("front"),
+  forward: () => editor.reorder("forward"),
+  backward: () => editor.reorder("backward"),
+  back: () => editor.reorder("back"),
+  escape: () => (stage.tool ? stage.arm(null) : stage.select([])),
+  fit: () => stage.fit(),
+  "zoom-100": () => stage.zoomTo(1),
+  "zoom-in": () => stage.zoomTo(stage.zoom * 1.25),
+  "zoom-out": () => stage.zoomTo(stage.zoom / 1.25),
+  "page-add": () => editor.addPage(),
+  "page-duplicate": () => editor.addPage(true),
+  "page-delete": () => editor.deletePage(),
+  "page-left": () => editor.movePage(-1),
+  "page-right": () => editor.movePage(1),
+  "page-previous": () => editor.goTo(editor.page - 1),
+  "page-next": () => editor.goTo(editor.page + 1),
+  "tool-select": () => stage.arm(null),
+};
+for (const shape of SHAPES) tasks[`tool-${shape}`] = () => stage.arm(shape);
+const commands: Commands = Object.fromEntries(Object.entries(tasks).map(([name, task]) => [name, guarded(task)]));
+
+document.addEventListener("click", (e) => {
+  const button = (e.target as Element).closest<HTMLElement>("[data-command]");
+  if (!button) return;
+  const command = button.dataset.command!;
+  const shape = SHAPES.find((s) => command === `tool-${s}`);
+  if (shape && e.detail === 0) {
+    stage.host.focus(); // pressed from the keyboard: there is no pointer to draw with
+    stage.placeInMiddle(shape);
+  } else commands[command]!();
+});
+listenToKeyboard(editor, commands);
+
+const nameField = $<HTMLInputElement>("project-name");
+nameField.addEventListener("input", () => editor.rename(nameField.value));
+
+// ---- files dropped on the page: nothing ever takes the page away ----
+
+async function drop(file: File, at?: Point): Promise<void> {
+  if (/^image\/(?!svg)/.test(file.type)) await editor.addImage(await readAsDataURL(file), at);
+  else if (/\.json$/i.test(file.name)) {
+    const project = readProject(await file.text());
+    if (await mayReplace()) await openProject(project, true);
+  } else throw new Error(`“${file.name}” is neither an image nor a project.`);
+}
+document.addEventListener("dragover", (e) => e.preventDefault());
+document.addEventListener("drop", (e) => {
+  e.preventDefault();
+  const over = stage.host.contains(e.target as Node);
+  const at = over ? stage.canvas.getScenePoint(e) : undefined;
+  const files = [...(e.dataTransfer?.files ?? [])];
+  if (files.length === 0) return tell("Only files of images and projects can be dropped here.", "error");
+  guarded(async () => {
+    for (const file of files) await drop(file, at);
+  })();
+});
+
+// ---- start ----
+
+window.addEventListener("error", (e) => tellError(e.error));
+
+listenToShell(
+  {
+    projectText: async (text) => openProject(readProject(text), true),
+    image: (dataURL) => editor.addImage(dataURL),
+    pastedText: (text) => editor.paste(text),
+  },
+  tellError,
+);
+$("no-shell").hidden = hasShell();
+startAutosave();
+update();
+stage.host.focus();
+
+function startAutosave(): void {
+  guarded(async () => {
+    autosave = await Autosave.open(
+      () => ({ ...editor.project, unsaved: !editor.history.isSaved }),
+      (error) => tell(`Your work can't be kept in case of a crash: ${String(error)}`, "error"),
+    );
+    update();
+    await offerRecovery(await autosave.earlier());
+  })();
+}

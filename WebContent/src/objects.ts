@@ -1,0 +1,85 @@
+// Canvas objects: how new ones are made, how they are written down and read back, what they are called.
+import {
+  ActiveSelection, Canvas, config, Ellipse, type FabricObject, FabricObject as Base, Group, Line, Rect, Textbox, util,
+} from "fabric";
+import { AssetImage, images } from "./images";
+import { cleanObject, type ObjectData } from "./project";
+
+// Where parts of a partly transparent object overlap, it is drawn as a whole first, so that none shines through
+// another; any other object is drawn directly, which is fast and sharp at every scale.
+Base.prototype.shouldCache = function (this: FabricObject) {
+  this.ownCaching = this.opacity < 1 && (this instanceof Group || (this.hasFill() && this.hasStroke()));
+  return this.ownCaching;
+};
+// Pictures of pages are read back, those on the screen are not; mixing memory of both kinds is slow.
+Base.prototype._createCacheCanvas = function (this: FabricObject) {
+  this._cacheCanvas = util.createCanvasElement();
+  this._cacheContext = this._cacheCanvas.getContext("2d", { willReadFrequently: !(this.canvas instanceof Canvas) });
+  this._updateCacheCanvas();
+  this.dirty = true;
+};
+config.configure({ perfLimitSizeTotal: 2 ** 27, maxCacheSideLimit: 2 ** 14 });
+
+export const SHAPES = ["Rect", "Ellipse", "Line", "Textbox"] as const;
+export type Shape = (typeof SHAPES)[number];
+
+const INK = "#1f2430";
+
+/** A new shape spanning the box from one point to another. */
+export function createShape(shape: Shape, x: number, y: number, x2: number, y2: number): FabricObject {
+  const left = (x + x2) / 2;
+  const top = (y + y2) / 2;
+  const width = Math.abs(x2 - x);
+  const height = Math.abs(y2 - y);
+  const filled = { left, top, fill: "#4c8dff", stroke: null, strokeWidth: 0 };
+  switch (shape) {
+    case "Rect":
+      return new Rect({ ...filled, width, height });
+    case "Ellipse":
+      return new Ellipse({ ...filled, fill: "#ff9f5a", rx: width / 2, ry: height / 2 });
+    case "Line":
+      return new Line([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
+    case "Textbox":
+      return new Textbox("Text", { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
+  }
+}
+
+/** An image at its own size, or smaller so that it fits the box. */
+export async function createImage(dataURL: string, maxWidth: number, maxHeight: number): Promise<FabricObject> {
+  const asset = await images.add(dataURL);
+  const image = (await AssetImage.fromObject({ asset, strokeWidth: 0 })) as FabricObject;
+  image.scale(Math.min(1, maxWidth / image.width, maxHeight / image.height));
+  return image;
+}
+
+export function eachLeaf(object: FabricObject, visit: (leaf: FabricObject) => void): void {
+  if (object instanceof Group) object.getObjects().forEach((o) => eachLeaf(o, visit));
+  else visit(object);
+}
+
+/** Sizes go into the shape itself and not into a scale, so that strokes, corners and letters keep theirs. */
+export function bakeScale(object: FabricObject): void {
+  const { scaleX, scaleY } = object;
+  if (object instanceof ActiveSelection || (scaleX === 1 && scaleY === 1)) return;
+  if (object instanceof Ellipse) object.set({ rx: object.rx * scaleX, ry: object.ry * scaleY });
+  else if (object instanceof Rect) object.set({ width: object.width * scaleX, height: object.height * scaleY });
+  else if (object instanceof Textbox) object.set({ width: object.width * scaleX, fontSize: object.fontSize * scaleY });
+  else return;
+  object.set({ scaleX: 1, scaleY: 1 });
+  object.setCoords();
+}
+
+export async function createObjects(data: readonly ObjectData[]): Promise<FabricObject[]> {
+  const objects = await util.enlivenObjects<FabricObject>(data.map((d) => structuredClone(d)));
+  for (const object of objects) eachLeaf(object, (leaf) => leaf.set({ strokeUniform: true }));
+  return objects;
+}
+
+/** fabric's own description of an object, reduced to what the project format knows. */
+export const describe = (raw: unknown): ObjectData => cleanObject(raw);
+
+export function nameOf(object: FabricObject): string {
+  if (object instanceof Textbox) return object.text.trim().split("\n")[0]!.slice(0, 40) || "Empty text";
+  if (object instanceof Group) return `Group of ${object.size()}`;
+  return { rect: "Rectangle", ellipse: "Ellipse", line: "Line", image: "Image" }[object.type.toLowerCase()] ?? object.type;
+}

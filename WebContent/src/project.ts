@@ -1,0 +1,193 @@
+// Project files and copied objects: what docs/project-format.md describes, and nothing else.
+// Reading copies only the documented keys, so that what a file carries besides never reaches the canvas.
+
+export const PROJECT_TYPE = "quillory-project";
+export const CLIPBOARD_TYPE = "quillory-objects";
+export const FORMAT_VERSION = 1;
+export const MAX_PAGE_SIDE = 8192;
+const MAX_PAGES = 1000;
+const MAX_DEPTH = 32;
+
+export type Kind = "Rect" | "Ellipse" | "Line" | "Textbox" | "Image" | "Group";
+export interface ObjectData {
+  type: Kind;
+  objects?: ObjectData[];
+  asset?: string;
+  [key: string]: unknown;
+}
+export interface PageData {
+  readonly width: number;
+  readonly height: number;
+  /** "#rrggbb", or null for a transparent page. */
+  readonly background: string | null;
+  /** Back to front. */
+  readonly objects: readonly ObjectData[];
+}
+/** Image files as data URLs, by the name that image objects refer to. */
+export type Assets = Record<string, string>;
+export interface Project {
+  name: string;
+  pages: readonly PageData[];
+  assets: Assets;
+}
+export interface Clipboard {
+  objects: ObjectData[];
+  assets: Assets;
+}
+
+/** Says why a text was refused, in words for the user. */
+export class FormatError extends Error {}
+
+type Check = (value: unknown, where: string, depth: number) => unknown;
+type Raw = Record<string, unknown>;
+
+function refuse(where: string, expected: string): never {
+  throw new FormatError(`The data is damaged: ${where} is not ${expected}.`);
+}
+const number =
+  (min = -1e6, max = 1e6): Check =>
+  (v, where) =>
+    typeof v === "number" && v >= min && v <= max ? v : refuse(where, `a number from ${min} to ${max}`);
+const bool: Check = (v, where) => (typeof v === "boolean" ? v : refuse(where, "true or false"));
+const text =
+  (max: number): Check =>
+  (v, where) =>
+    typeof v === "string" && v.length <= max ? v : refuse(where, `a text of at most ${max} characters`);
+const oneOf =
+  (...values: unknown[]): Check =>
+  (v, where) =>
+    values.includes(v) ? v : refuse(where, `one of ${values.join(", ")}`);
+const colour: Check = (v, where) => {
+  if (v === null || v === "" || v === "transparent") return null;
+  return typeof v === "string" && /^#[0-9a-f]{6}$/i.test(v) ? v.toLowerCase() : refuse(where, 'a colour "#rrggbb" or null');
+};
+const list: Check = (v, where, depth) => {
+  if (!Array.isArray(v)) return refuse(where, "a list");
+  if (depth > MAX_DEPTH) return refuse(where, `nested at most ${MAX_DEPTH} deep`);
+  return v.map((o: unknown, i) => cleanObject(o, `${where}[${i}]`, depth + 1));
+};
+
+const size = number(0);
+const COMMON: Record<string, Check> = {
+  left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
+  flipX: bool, flipY: bool, opacity: number(0, 1),
+};
+const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size };
+const PAINT: Record<string, Check> = { ...STROKE, fill: colour };
+const KINDS: Record<Kind, Record<string, Check>> = {
+  Rect: { ...PAINT, width: size, height: size, rx: size, ry: size },
+  Ellipse: { ...PAINT, rx: size, ry: size },
+  Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number() },
+  Textbox: {
+    ...PAINT, text: text(1e6), width: size, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
+    fontStyle: oneOf("normal", "italic"), underline: bool, textAlign: oneOf("left", "center", "right", "justify"),
+    lineHeight: number(0.1, 10),
+  },
+  Image: { ...STROKE, asset: text(200), width: size, height: size },
+  Group: { objects: list, width: size, height: size },
+};
+const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Image: "asset", Group: "objects" };
+
+const isRaw = (v: unknown): v is Raw => typeof v === "object" && v !== null && !Array.isArray(v);
+
+/** A copy of an object's documented keys; throws FormatError when one has a value it cannot have. */
+export function cleanObject(value: unknown, where = "object", depth = 0): ObjectData {
+  if (!isRaw(value)) return refuse(where, "an object");
+  const type = value.type as Kind;
+  if (typeof type !== "string" || !Object.hasOwn(KINDS, type)) return refuse(`${where}.type`, `one of ${Object.keys(KINDS).join(", ")}`);
+  const checks = { ...COMMON, ...KINDS[type] };
+  const result: ObjectData = { type };
+  for (const [key, check] of Object.entries(checks)) {
+    if (value[key] !== undefined) result[key] = check(value[key], `${where}.${key}`, depth);
+    else if (REQUIRED[type] === key) refuse(`${where}.${key}`, "given");
+  }
+  return result;
+}
+
+function cleanPage(value: unknown, where: string): PageData {
+  if (!isRaw(value)) return refuse(where, "a page");
+  const side = number(1, MAX_PAGE_SIDE);
+  return {
+    width: Math.round(side(value.width, `${where}.width`, 0) as number),
+    height: Math.round(side(value.height, `${where}.height`, 0) as number),
+    background: colour(value.background, `${where}.background`, 0) as string | null,
+    objects: list(value.objects, `${where}.objects`, 0) as ObjectData[],
+  };
+}
+
+/** The names of all images that the objects show, those in groups included. */
+export function usedAssets(objects: readonly ObjectData[], into = new Set<string>()): Set<string> {
+  for (const o of objects) {
+    if (o.asset !== undefined) into.add(o.asset);
+    if (o.objects) usedAssets(o.objects, into);
+  }
+  return into;
+}
+
+function cleanAssets(value: unknown, used: Set<string>): Assets {
+  const given = value === undefined ? {} : isRaw(value) ? value : refuse("assets", "an object");
+  const assets: Assets = {};
+  for (const name of used) {
+    const data = Object.hasOwn(given, name) ? given[name] : undefined;
+    if (typeof data !== "string" || !/^data:image\/(?!svg)[\w.+-]+;base64,/.test(data.slice(0, 100))) {
+      return refuse(`assets.${name}`, "an image");
+    }
+    assets[name] = data;
+  }
+  return assets;
+}
+
+function parse(source: string, what: string): Raw {
+  let value: unknown;
+  try {
+    value = JSON.parse(source);
+  } catch {
+    throw new FormatError(source.trim() === "" ? `The ${what} is empty.` : `The ${what} is not JSON, or it is cut off.`);
+  }
+  if (!isRaw(value)) throw new FormatError(`The ${what} is not from Quillory.`);
+  return value;
+}
+
+function checkVersion(version: unknown, what: string): void {
+  if (typeof version !== "number" || !Number.isInteger(version) || version < 1) refuse("version", "a whole number from 1");
+  else if (version > FORMAT_VERSION) {
+    throw new FormatError(`The ${what} is from a newer Quillory (format ${version}, this one reads up to ${FORMAT_VERSION}).`);
+  }
+}
+
+export function readProject(source: string): Project {
+  const raw = parse(source, "file");
+  if (raw.type !== PROJECT_TYPE) throw new FormatError("The file is JSON, but not a Quillory project.");
+  checkVersion(raw.version, "file");
+  if (!Array.isArray(raw.pages) || raw.pages.length < 1 || raw.pages.length > MAX_PAGES) {
+    return refuse("pages", `a list of 1 to ${MAX_PAGES} pages`);
+  }
+  const pages = raw.pages.map((p: unknown, i) => cleanPage(p, `pages[${i}]`));
+  const used = new Set<string>();
+  for (const page of pages) usedAssets(page.objects, used);
+  return { name: text(1000)(raw.name ?? "", "name", 0) as string, pages, assets: cleanAssets(raw.assets, used) };
+}
+
+/** Only the images that the pages show are written. */
+export function writeProject({ name, pages, assets }: Project): string {
+  const used = new Set<string>();
+  for (const page of pages) usedAssets(page.objects, used);
+  return JSON.stringify({ type: PROJECT_TYPE, version: FORMAT_VERSION, name, pages, assets: pick(assets, used) });
+}
+
+export function writeClipboard({ objects, assets }: Clipboard): string {
+  return JSON.stringify({ type: CLIPBOARD_TYPE, version: FORMAT_VERSION, objects, assets: pick(assets, usedAssets(objects)) });
+}
+
+/** Copied objects; also a bare object or a list under "objects", as people write them by hand. */
+export function readClipboard(source: string): Clipboard {
+  const raw = parse(source, "clipboard");
+  if (raw.type === CLIPBOARD_TYPE) checkVersion(raw.version, "copied data");
+  const isKind = typeof raw.type === "string" && Object.hasOwn(KINDS, raw.type);
+  if (!isKind && !Array.isArray(raw.objects)) throw new FormatError("The clipboard holds nothing for the canvas.");
+  const objects = list(isKind ? [raw] : raw.objects, "objects", 0) as ObjectData[];
+  return { objects, assets: cleanAssets(raw.assets, usedAssets(objects)) };
+}
+
+const pick = (assets: Assets, names: Set<string>): Assets =>
+  Object.fromEntries([...names].filter((n) => Object.hasOwn(assets, n)).map((n) => [n, assets[n]!]));

@@ -1,0 +1,354 @@
+// The view of one page: a fabric canvas that fills the middle of the window, with zoom, pan and drawing tools.
+import { ActiveSelection, Canvas, type FabricObject, Point, Textbox, util } from "fabric";
+import { bakeScale, createObjects, createShape, describe, eachLeaf, type Shape } from "./objects";
+import type { PageData } from "./project";
+
+const MARGIN = 48;
+const MIN_ZOOM = 0.02;
+const MAX_ZOOM = 16;
+
+type PageFormat = Omit<PageData, "objects">;
+
+/** Draws the page below its objects and dims what lies outside of it. */
+class PageCanvas extends Canvas {
+  page: PageFormat = { width: 1, height: 1, background: null };
+  #outside = "";
+  #edge = "";
+  #checks: CanvasPattern | null = null;
+
+  useTheme(): void {
+    const style = getComputedStyle(document.documentElement);
+    this.#outside = style.getPropertyValue("--outside");
+    this.#edge = style.getPropertyValue("--page-edge");
+    this.selectionColor = style.getPropertyValue("--marquee");
+    this.selectionBorderColor = style.getPropertyValue("--accent");
+    this.#checks = null;
+    this.requestRenderAll();
+  }
+
+  #pageBox(): [number, number, number, number] {
+    const [zoom, , , , x, y] = this.viewportTransform;
+    return [x, y, this.page.width * zoom, this.page.height * zoom];
+  }
+
+  #checkerboard(ctx: CanvasRenderingContext2D): CanvasPattern | string {
+    if (!this.#checks) {
+      const tile = new OffscreenCanvas(16, 16);
+      const t = tile.getContext("2d")!;
+      t.fillStyle = "#ffffff";
+      t.fillRect(0, 0, 16, 16);
+      t.fillStyle = "#dcdfe5";
+      t.fillRect(0, 0, 8, 8);
+      t.fillRect(8, 8, 8, 8);
+      this.#checks = ctx.createPattern(tile, "repeat");
+    }
+    return this.#checks ?? "#ffffff";
+  }
+
+  override _renderBackground(ctx: CanvasRenderingContext2D): void {
+    ctx.fillStyle = this.page.background ?? this.#checkerboard(ctx);
+    ctx.fillRect(...this.#pageBox());
+  }
+
+  override _renderOverlay(ctx: CanvasRenderingContext2D): void {
+    const box = this.#pageBox();
+    ctx.save();
+    ctx.beginPath();
+    ctx.rect(0, 0, this.width, this.height);
+    ctx.rect(...box);
+    ctx.fillStyle = this.#outside;
+    ctx.fill("evenodd");
+    ctx.strokeStyle = this.#edge;
+    ctx.strokeRect(box[0] - 0.5, box[1] - 0.5, box[2] + 1, box[3] + 1);
+    ctx.restore();
+  }
+}
+
+export interface StageEvents {
+  /** An object was changed by hand: `tag` names changes that may be merged. */
+  changed(tag?: string): void;
+  selected(): void;
+  moving(): void;
+  zoomed(): void;
+  toolChanged(): void;
+}
+
+export class Stage {
+  readonly canvas: PageCanvas;
+  tool: Shape | null = null;
+  #fitted = true;
+  #loading = 0;
+
+  constructor(readonly host: HTMLElement, private readonly events: StageEvents) {
+    this.canvas = new PageCanvas(host.appendChild(document.createElement("canvas")), {
+      preserveObjectStacking: true,
+      controlsAboveOverlay: true,
+      stopContextMenu: true,
+      fireMiddleClick: false,
+    });
+    const { canvas } = this;
+    for (const name of ["selection:created", "selection:updated", "selection:cleared"] as const) {
+      canvas.on(name, () => {
+        this.#styleControls();
+        if (!this.#loading) events.selected();
+      });
+    }
+    for (const name of ["object:moving", "object:scaling", "object:rotating", "object:resizing"] as const) {
+      canvas.on(name, () => events.moving());
+    }
+    canvas.on("object:modified", ({ target }) => {
+      bakeScale(target);
+      events.changed();
+    });
+    canvas.on("text:changed", () => events.changed("typing"));
+    canvas.on("text:editing:exited", ({ target }) => {
+      if (target.text.trim() === "") canvas.remove(target);
+      if (!this.#loading) events.changed("typing");
+      host.focus({ preventScroll: true });
+    });
+    this.#listenForDrawing();
+    this.#listenForPanning();
+    new ResizeObserver(() => this.#resize()).observe(host);
+    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => canvas.useTheme());
+    canvas.useTheme();
+  }
+
+  // ---- the page ----
+
+  /** Puts a page on the canvas; its images are decoded already, so that this ends before the next event. */
+  async show(page: PageData, selected: number[] = []): Promise<void> {
+    const turn = ++this.#loading;
+    this.canvas.discardActiveObject();
+    const objects = await createObjects(page.objects);
+    if (turn !== this.#loading) return;
+    this.canvas.remove(...this.canvas.getObjects());
+    this.setFormat(page);
+    this.canvas.add(...objects);
+    this.#loading = 0;
+    this.select(selected.flatMap((i) => objects[i] ?? []));
+  }
+
+  setFormat({ width, height, background }: PageFormat): void {
+    const { page } = this.canvas;
+    const resized = width !== page.width || height !== page.height;
+    this.canvas.page = { width, height, background };
+    if (resized) this.fit();
+    this.canvas.requestRenderAll();
+  }
+
+  /** What the canvas shows now, or undefined while a page is being put on it. */
+  read(): PageData | undefined {
+    if (this.#loading) return undefined;
+    const { width, height, background } = this.canvas.page;
+    return { width, height, background, objects: this.canvas.toObject().objects.map(describe) };
+  }
+
+  // ---- selection ----
+
+  get objects(): FabricObject[] {
+    return this.canvas.getObjects();
+  }
+  /** The selected objects from back to front. */
+  get selection(): FabricObject[] {
+    const active = new Set(this.canvas.getActiveObjects());
+    return this.objects.filter((o) => active.has(o));
+  }
+  /** The one thing that is moved and resized: an object, or several as a whole. */
+  get active(): FabricObject | undefined {
+    return this.canvas.getActiveObject();
+  }
+  get editedText(): Textbox | undefined {
+    const { active } = this;
+    return active instanceof Textbox && active.isEditing ? active : undefined;
+  }
+
+  select(objects: FabricObject[]): void {
+    this.canvas.discardActiveObject();
+    if (objects.length > 1) this.canvas.setActiveObject(new ActiveSelection(objects, { canvas: this.canvas }));
+    else if (objects[0]) this.canvas.setActiveObject(objects[0]);
+    this.canvas.requestRenderAll();
+    this.events.selected();
+  }
+
+  #styleControls(): void {
+    const accent = getComputedStyle(document.documentElement).getPropertyValue("--accent");
+    for (const o of new Set([...this.selection, ...(this.active ? [this.active] : [])])) {
+      o.set({
+        borderColor: accent, cornerColor: "#ffffff", cornerStrokeColor: accent, cornerStyle: "circle", cornerSize: 10,
+        transparentCorners: false, borderScaleFactor: 1.5, padding: 0, lockScalingFlip: true,
+      });
+      if (o.isType("Line")) o.setControlsVisibility({ tl: false, tr: false, bl: false, br: false, mt: false, mb: false });
+      if (o instanceof Textbox) o.set({ editingBorderColor: accent, cursorColor: accent });
+    }
+  }
+
+  editText(): void {
+    const { active } = this;
+    if (!(active instanceof Textbox)) return;
+    active.enterEditing();
+    active.selectAll();
+  }
+
+  // ---- drawing ----
+
+  arm(tool: Shape | null): void {
+    this.tool = tool;
+    this.canvas.selection = tool === null;
+    this.canvas.skipTargetFind = tool !== null;
+    this.canvas.defaultCursor = tool ? "crosshair" : "default";
+    this.events.toolChanged();
+  }
+
+  /** Adds an object on top, selected. */
+  place(...objects: FabricObject[]): void {
+    for (const o of objects) eachLeaf(o, (leaf) => leaf.set({ strokeUniform: true }));
+    this.canvas.add(...objects);
+    this.select(objects);
+    this.events.changed();
+  }
+
+  /** Adds a shape of a handy size in the middle of the page: drawing without a pointer. */
+  placeInMiddle(shape: Shape): void {
+    const { width, height } = this.canvas.page;
+    const side = this.#handySide;
+    const [w, h] = shape === "Line" ? [side, 0] : [side, side];
+    this.place(createShape(shape, (width - w) / 2, (height - h) / 2, (width + w) / 2, (height + h) / 2));
+    this.arm(null);
+    if (shape === "Textbox") this.editText();
+  }
+
+  get #handySide(): number {
+    return Math.round(Math.min(this.canvas.page.width, this.canvas.page.height) / 4);
+  }
+
+  #listenForDrawing(): void {
+    const { canvas } = this;
+    let start: Point | null = null;
+    let drawn: FabricObject | null = null;
+    let tool: Shape | null = null;
+    canvas.on("mouse:down", ({ scenePoint }) => {
+      tool = this.tool;
+      if (tool) start = scenePoint;
+    });
+    canvas.on("mouse:move", ({ scenePoint, e }) => {
+      if (!start || !tool) return;
+      if (drawn) canvas.remove(drawn);
+      const end = e.shiftKey ? constrain(tool, start, scenePoint) : scenePoint;
+      drawn = createShape(tool, start.x, start.y, end.x, end.y);
+      canvas.add(drawn);
+    });
+    canvas.on("mouse:up", () => {
+      const [from, rough] = [start, drawn];
+      start = drawn = null;
+      if (rough) canvas.remove(rough);
+      if (!from || !tool || !this.tool) return; // Escape gives up what is being drawn
+      this.arm(null);
+      const tiny = !rough || Math.max(rough.width, rough.height) * canvas.getZoom() < 4;
+      const side = this.#handySide;
+      const shape = tiny ? createShape(tool, from.x, from.y, from.x + side, from.y + (tool === "Line" ? 0 : side)) : rough;
+      if (tool === "Textbox") shape.set({ top: from.y + shape.height / 2 });
+      this.place(shape);
+      this.editText();
+    });
+  }
+
+  // ---- zoom and pan ----
+
+  get zoom(): number {
+    return this.canvas.getZoom();
+  }
+
+  fit(): void {
+    const { width, height } = this.canvas.page;
+    const zoom = Math.min((this.canvas.width - 2 * MARGIN) / width, (this.canvas.height - 2 * MARGIN) / height);
+    this.#view(zoom, width / 2, height / 2);
+    this.#fitted = true;
+  }
+
+  /** Zooms, keeping the middle of the view or the given point of it in place. */
+  zoomTo(zoom: number, at = new Point(this.canvas.width / 2, this.canvas.height / 2)): void {
+    this.#fitted = false;
+    this.canvas.zoomToPoint(at, Math.min(MAX_ZOOM, Math.max(MIN_ZOOM, zoom)));
+    const [z, , , , x, y] = this.canvas.viewportTransform;
+    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(x), Math.round(y)]); // whole pixels are sharp
+    this.#viewChanged();
+  }
+
+  #view(zoom: number, x: number, y: number): void {
+    const z = Math.min(MAX_ZOOM, Math.max(MIN_ZOOM, zoom));
+    const { width, height } = this.canvas;
+    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(width / 2 - x * z), Math.round(height / 2 - y * z)]);
+    this.#viewChanged();
+  }
+
+  #viewChanged(): void {
+    for (const o of this.objects) o.setCoords();
+    this.active?.setCoords();
+    this.events.zoomed();
+  }
+
+  #resize(): void {
+    const { canvas } = this;
+    const middle = util.transformPoint(
+      new Point(canvas.width / 2, canvas.height / 2), util.invertTransform(canvas.viewportTransform),
+    );
+    canvas.setDimensions({ width: this.host.clientWidth, height: this.host.clientHeight });
+    if (this.#fitted) this.fit();
+    else this.#view(this.zoom, middle.x, middle.y);
+  }
+
+  #listenForPanning(): void {
+    const { host, canvas } = this;
+    let space = false;
+    let from: Point | null = null;
+    const cursor = (name: string) => canvas.setCursor(name);
+    host.addEventListener("wheel", (e) => {
+      e.preventDefault();
+      if (e.ctrlKey) return this.zoomTo(this.zoom * 1.0015 ** -e.deltaY, new Point(e.offsetX, e.offsetY));
+      this.#fitted = false;
+      canvas.relativePan(new Point(e.shiftKey ? -e.deltaY : -e.deltaX, e.shiftKey ? 0 : -e.deltaY));
+      this.#viewChanged();
+    }, { passive: false });
+    host.addEventListener("keydown", (e) => {
+      if (e.key !== " " || this.editedText) return;
+      e.preventDefault();
+      space = true;
+      cursor("grab");
+    });
+    window.addEventListener("keyup", (e) => {
+      if (e.key === " ") space = false;
+    });
+    host.addEventListener("mousedown", (e) => {
+      if (!this.editedText) host.focus({ preventScroll: true });
+      if (e.button !== 1 && !(e.button === 0 && space)) return;
+      e.preventDefault();
+      e.stopPropagation();
+      from = new Point(e.clientX, e.clientY);
+      cursor("grabbing");
+    }, { capture: true });
+    window.addEventListener("mousemove", (e) => {
+      if (!from) return;
+      const to = new Point(e.clientX, e.clientY);
+      this.#fitted = false;
+      canvas.relativePan(to.subtract(from));
+      this.#viewChanged();
+      from = to;
+    });
+    window.addEventListener("mouseup", () => {
+      if (from) cursor("default");
+      from = null;
+    });
+  }
+}
+
+/** The end point for a square or circle, or for a line in steps of 45 degrees. */
+function constrain(shape: Shape, start: Point, end: Point): Point {
+  const d = end.subtract(start);
+  if (shape !== "Line") {
+    const side = Math.max(Math.abs(d.x), Math.abs(d.y));
+    return new Point(start.x + Math.sign(d.x) * side, start.y + Math.sign(d.y) * side);
+  }
+  const angle = (Math.round(Math.atan2(d.y, d.x) / (Math.PI / 4)) * Math.PI) / 4;
+  const length = d.distanceFrom(new Point(0, 0));
+  return new Point(start.x + Math.cos(angle) * length, start.y + Math.sin(angle) * length);
+}

@@ -1,0 +1,85 @@
+// Small parts of the page's interface: messages, questions, progress.
+
+export function $<T extends HTMLElement = HTMLElement>(id: string): T {
+  const element = document.getElementById(id);
+  if (!element) throw new Error(`The page has no element "${id}".`);
+  return element as T;
+}
+
+const TOAST_TIME = 6000;
+
+/** A message that goes away by itself; screen readers speak it. */
+export function tell(message: string, kind: "note" | "error" = "note"): void {
+  const toast = document.createElement("div");
+  toast.className = `toast ${kind}`;
+  toast.textContent = message;
+  if (kind === "error") toast.setAttribute("role", "alert");
+  $("toasts").append(toast);
+  while ($("toasts").childElementCount > 3) $("toasts").firstElementChild!.remove();
+  setTimeout(() => toast.remove(), TOAST_TIME);
+}
+
+export function tellError(error: unknown): void {
+  console.error(error);
+  tell(error instanceof Error ? error.message : String(error), "error");
+}
+
+/** Speaks to screen readers only. */
+export const announce = (text: string): void => {
+  $("announcer").textContent = text;
+};
+
+/** Opens a dialog of the page; gives the value of the button that closed it, "" for Escape. */
+export function openDialog(dialog: HTMLDialogElement): Promise<string> {
+  dialog.returnValue = "";
+  dialog.showModal();
+  return new Promise((resolve) => dialog.addEventListener("close", () => resolve(dialog.returnValue), { once: true }));
+}
+
+export async function confirm(question: string, action: string): Promise<boolean> {
+  $("ask-text").textContent = question;
+  $("ask-action").textContent = action;
+  return (await openDialog($<HTMLDialogElement>("ask"))) === "yes";
+}
+
+export class Cancelled extends Error {}
+
+const PROGRESS_AFTER = 500;
+const painted = (): Promise<void> =>
+  new Promise((resolve) => {
+    requestAnimationFrame(() => setTimeout(resolve));
+    setTimeout(resolve, 100); // a hidden window paints no frames
+  });
+
+/**
+ * Does work that comes in steps behind a progress bar with a Cancel button. The bar is shown at once where the work
+ * is known to be long, else when it has taken half a second.
+ */
+export async function withProgress<T>(
+  label: string, long: boolean, work: (step: (done: number, total: number) => Promise<void>) => Promise<T>,
+): Promise<T> {
+  const dialog = $<HTMLDialogElement>("progress");
+  const bar = $<HTMLProgressElement>("progress-bar");
+  const start = performance.now();
+  let cancelled = false;
+  $("progress-text").textContent = label;
+  bar.removeAttribute("value");
+  const show = () => {
+    if (!dialog.open) void openDialog(dialog).then((how) => (cancelled = how !== "done"));
+  };
+  const timer = setTimeout(show, PROGRESS_AFTER);
+  try {
+    return await work(async (done, total) => {
+      if (long || performance.now() - start > PROGRESS_AFTER) show();
+      if (total > 1) {
+        bar.value = done / total;
+        $("progress-text").textContent = `${label}: page ${done + 1} of ${total}`;
+      }
+      await painted();
+      if (cancelled) throw new Cancelled("Cancelled");
+    });
+  } finally {
+    clearTimeout(timer);
+    if (dialog.open) dialog.close("done");
+  }
+}
