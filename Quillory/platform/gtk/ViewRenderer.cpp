@@ -14,6 +14,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "platform/gtk/AccessibleName.h"
 #include "platform/gtk/WebView.h"
 
 namespace quillory::gtk {
@@ -125,8 +126,7 @@ std::unique_ptr<Gtk::Widget> renderImage(const ImageView& image)
         return nullptr;
     widget->set_pixel_size(size);
     widget->set_halign(Gtk::Align::CENTER);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(widget->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   image.accessibleName.c_str(), -1);
+    setAccessibleName(*widget, image.accessibleName);
     return widget;
 }
 
@@ -148,8 +148,7 @@ std::unique_ptr<Gtk::Widget> renderBadge(const BadgeView& badge)
              "* { padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
                  + "px; border-radius: " + cssNumber(badge.cornerRadius) + "px; background-color: rgba(128, 128, 128, "
                  + cssNumber(badge.greyOpacity) + "); }");
-    gtk_accessible_update_property(GTK_ACCESSIBLE(label->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   badge.accessibleName.c_str(), -1);
+    setAccessibleName(*label, badge.accessibleName);
     return label;
 }
 
