@@ -3,6 +3,7 @@
 #include <libintl.h>
 
 #include <string>
+#include <string_view>
 
 namespace quillory {
 
@@ -13,6 +14,21 @@ inline constexpr const char* textDomain = "quillory";
 inline std::string localized(const char* text)
 {
     return dgettext(textDomain, text);
+}
+
+// The same, with `value` in place of the text's "{}".
+inline std::string localized(const char* text, std::string_view value)
+{
+    auto result = localized(text);
+    if (const auto place = result.find("{}"); place != std::string::npos)
+        result.replace(place, 2, value);
+    return result;
+}
+
+// Marks a text that goes through `localized` elsewhere, so that the catalogue gets it.
+constexpr const char* localizable(const char* text)
+{
+    return text;
 }
 
 }

@@ -1,5 +1,6 @@
 #include "services/BatchDownload.h"
 
+#include "platform/Localization.h"
 #include "services/DataURL.h"
 #include "services/FileWriter.h"
 
@@ -74,8 +75,8 @@ void chooseFolderAndSaveFiles(Platform& platform, std::vector<StringObject> file
     panel->setCanChooseDirectories(true);
     panel->setAllowsMultipleSelection(false);
     panel->setCanCreateDirectories(true);
-    panel->setMessage("Choose a folder to save " + std::to_string(files.size()) + " files");
-    panel->setPrompt("Save Here");
+    panel->setMessage(localized("Choose a folder to save {} files", std::to_string(files.size())));
+    panel->setPrompt(localized("Save Here"));
     panel->beginWithCompletionHandler([&platform, files = std::move(files)](ModalResponse response, const auto& url) {
         if (response == ModalResponse::ok && url)
             saveFiles(platform, *url, files);

@@ -1,5 +1,6 @@
 #include "services/FilePicker.h"
 
+#include "platform/Localization.h"
 #include "services/FileReader.h"
 #include "support/UTF8.h"
 
@@ -24,7 +25,7 @@ void showFilePicker(Platform& platform, std::weak_ptr<Page> page)
     panel->setCanChooseDirectories(false);
     panel->setAllowsMultipleSelection(false);
     panel->setAllowedContentTypes({ContentType::json});
-    panel->setMessage("Select a Quillory project file");
+    panel->setMessage(localized("Select a Quillory project file"));
     panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
         if (response != ModalResponse::ok || !url)
             return;

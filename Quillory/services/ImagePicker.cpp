@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/Localization.h"
 #include "services/DataURL.h"
 #include "services/FileReader.h"
 #include "services/PathExtension.h"
@@ -33,7 +34,7 @@ void showImagePicker(Platform& platform, std::weak_ptr<Page> page)
     panel->setCanChooseDirectories(false);
     panel->setAllowsMultipleSelection(false);
     panel->setAllowedContentTypes({imageTypes.begin(), imageTypes.end()});
-    panel->setMessage("Select an image to add to canvas");
+    panel->setMessage(localized("Select an image to add to canvas"));
     panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
         if (response != ModalResponse::ok || !url)
             return;

@@ -121,7 +121,7 @@ class Application:
         result = self._reported(line)
         if "error" in result:
             raise AssertionError(result["error"])
-        return result["value"]
+        return result.get("value")
 
     def run_script(self, script):
         """Runs a script in the page and returns its value."""
@@ -135,9 +135,9 @@ class Application:
 
     def own_lines(self, start=0):
         """The log without what the test page reports of itself."""
-        lines = self.log.lines[start:]
-        reports = {i for i, line in enumerate(lines) if re.match(r"📥 Native download requested: T", line)}
-        return [line for i, line in enumerate(lines) if i not in reports and i - 1 not in reports]
+        lines = list(self.log.lines)
+        reports = {i for i, line in enumerate(lines) if re.match(r"📥 Native download requested: T(ready|\d+) ", line)}
+        return [line for i, line in enumerate(lines) if i >= start and i not in reports and i - 1 not in reports]
 
     # The process
 
@@ -192,6 +192,9 @@ class InstallTree:
             os.link(installed / "bin" / "quillory", self.binary)
         except OSError:
             shutil.copy2(installed / "bin" / "quillory", self.binary)
-        shutil.copy2(installed / "share" / "quillory" / "Info.json", self.page_folder.parent)
+        for file in ("Info.json", "icon.svg"):
+            shutil.copy2(installed / "share" / "quillory" / file, self.page_folder.parent)
+        for folder in ("icons", "locale"):
+            shutil.copytree(installed / "share" / folder, self.prefix / "share" / folder)
         if page is not None:
             (self.page_folder / "index.html").write_text(page, encoding="utf-8")

@@ -5,6 +5,7 @@ import pytest
 
 from application import DRIVER, Application, InstallTree
 from desktop import Desktop
+from file_portal import FilePortal
 
 
 @pytest.fixture(scope="session")
@@ -37,11 +38,21 @@ def launch(desktop, installed, tmp_path):
         running.append(app)
         if ready:
             app.wait_ready()
+            # The status report, half a second after the launch: from here on the log is the test's own.
+            app.log.wait("=" * 28)
         return app
 
     yield start
     for app in reversed(running):
         app.kill()
+
+
+@pytest.fixture
+def portal(desktop):
+    """File panels that the test answers itself; the program needs `FilePortal.ENVIRONMENT`."""
+    portal = FilePortal(desktop)
+    yield portal
+    portal.close()
 
 
 @pytest.fixture

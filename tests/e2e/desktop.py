@@ -38,7 +38,7 @@ class Desktop:
         self.env = {k: v for k, v in os.environ.items()
                     if k not in ("WAYLAND_DISPLAY", "TMPDIR", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS")
                     and not k.startswith("XDG_")}
-        self.env.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, LANG="C.UTF-8", NO_AT_BRIDGE="1",
+        self.env.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, LANG="C.UTF-8", GTK_A11Y="none",
                         GSETTINGS_BACKEND="memory")
         self._start_display(screen)
         self._start_bus()
@@ -126,13 +126,32 @@ class Desktop:
     def type(self, text):
         self.run("xdotool", "type", "--delay", "2", text)
 
-    def answer_panel(self, title, path):
-        """Types a path into an open or save panel and confirms it."""
+    def choose_from_menu(self, window, menu, item):
+        """Opens the menu bar by keyboard and chooses an item, both counted from 0."""
+        def popups():
+            return set(self.run("xdotool", "search", "--onlyvisible", "--class", "com.quillory.Quillory", check=False)
+                       .split()) - {window}
+        self.focus(window)
+        before = popups()
+        self.key("F10")
+        wait_for(lambda: popups() - before, "the menu")
+        for _ in range(menu):
+            shown = popups()
+            self.key("Right")
+            wait_for(lambda: popups() - shown, "the next menu")
+        self.key(*["Down"] * item, "Return")
+        wait_for(lambda: not popups() - before or self.active_window() != window, "the menu to close")
+
+    def answer_panel(self, title, path, replace=False):
+        """Types a path into an open or save panel and confirms it, and that it is to replace a file."""
         window = self.wait_window(title)
         self.focus(window)
         self.key("ctrl+a")
         self.type(str(path))
         self.key("Return")
+        if replace:
+            wait_for(lambda: self.active_window() not in ("", window), "the question whether to replace the file")
+            self.key("alt+r")
         self.wait_no_window(title)
 
     def cancel_panel(self, title):

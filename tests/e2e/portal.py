@@ -9,11 +9,12 @@ standard input, one a line:
   grant | refuse            answers the BindShortcuts request that still waits
   activate [TOKEN]          the user presses the shortcut
   activate-stranger         the user presses the shortcut of another program's session
-  revoke                    the user takes the shortcut away in the settings
+  revoke | restore          the user takes the shortcut away in the settings, or gives it back
 """
 import argparse
 import json
 import sys
+import threading
 
 import gi
 from gi.repository import Gio, GLib
@@ -58,8 +59,9 @@ class Portal:
             self._activate(self._session, options)
         elif command == "activate-stranger":
             self._activate(PATH + "/session/1_0/stranger", {})
-        elif command == "revoke":
-            self._emit(PATH, SHORTCUTS, "ShortcutsChanged", GLib.Variant("(oa(sa{sv}))", (self._session, [])))
+        elif command in ("revoke", "restore"):
+            shortcuts = [("bring-to-front", {})] if command == "restore" else []
+            self._emit(PATH, SHORTCUTS, "ShortcutsChanged", GLib.Variant("(oa(sa{sv}))", (self._session, shortcuts)))
 
     def _export(self, path, interface):
         self._bus.register_object(path, interface, self._call, self._property, None)
@@ -124,15 +126,12 @@ def main():
     Gio.bus_own_name_on_connection(bus, NAME, Gio.BusNameOwnerFlags.NONE,
                                    lambda *_: print(json.dumps(["ready"]), flush=True), lambda *_: loop.quit())
 
-    def read_command(channel, _condition):
-        line = channel.readline()
-        if not line:
-            loop.quit()
-            return False
-        portal.obey(line)
-        return True
+    def read_commands():
+        for line in sys.stdin:
+            GLib.idle_add(portal.obey, line)
+        loop.quit()
 
-    GLib.io_add_watch(sys.stdin, GLib.PRIORITY_DEFAULT, GLib.IOCondition.IN | GLib.IOCondition.HUP, read_command)
+    threading.Thread(target=read_commands, daemon=True).start()
     loop.run()
 
 

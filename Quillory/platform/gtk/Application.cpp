@@ -3,6 +3,7 @@
 #include <giomm/dbusconnection.h>
 #include <glib-unix.h>
 #include <gtk/gtk.h>
+#include <gtkmm/icontheme.h>
 #include <gtkmm/window.h>
 
 #include <csignal>
@@ -11,8 +12,9 @@
 
 namespace quillory::gtk {
 
-Application::Application(std::string identifier)
+Application::Application(std::string identifier, std::filesystem::path icons)
     : m_identifier(Gio::Application::id_is_valid(identifier) ? std::move(identifier) : std::string())
+    , m_icons(std::move(icons))
 {
 }
 
@@ -44,6 +46,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
     m_application = Gtk::Application::create(m_identifier, Gio::Application::Flags::NON_UNIQUE);
     m_application->signal_startup().connect([&] {
         ownName();
+        useIcon();
         terminateOnSignals();
         m_application->hold();
         delegate.applicationDidFinishLaunching();
@@ -76,6 +79,13 @@ void Application::ownName()
     } catch (const Glib::Error& error) {
         std::fprintf(stderr, "quillory: no session bus, a second launch cannot raise the window: %s\n", error.what());
     }
+}
+
+// The desktop finds the icon of an installed program by itself; a tree that was moved brings its own.
+void Application::useIcon() const
+{
+    Gtk::IconTheme::get_for_display(Gdk::Display::get_default())->add_search_path(m_icons.string());
+    Gtk::Window::set_default_icon_name(m_identifier);
 }
 
 void Application::terminateOnSignals()

@@ -4,6 +4,7 @@
 #include <gtkmm/application.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
@@ -15,8 +16,9 @@ namespace quillory::gtk {
 // The running program on GtkApplication. Nothing of GTK exists before the event loop starts.
 class Application final : public quillory::Application {
 public:
-    // An empty identifier leaves the program without a name on the session bus.
-    explicit Application(std::string identifier);
+    // An empty identifier leaves the program without a name on the session bus. `icons` is a folder of
+    // icon themes that has the application's icon; it may be missing.
+    Application(std::string identifier, std::filesystem::path icons);
     ~Application() override;
 
     int run(ApplicationDelegate& delegate, const Scene& scene) override;
@@ -46,9 +48,11 @@ public:
 private:
     int runEventLoop(ApplicationDelegate& delegate);
     void ownName();
+    void useIcon() const;
     void terminateOnSignals();
 
     std::string m_identifier;
+    std::filesystem::path m_icons;
     const Scene* m_scene = nullptr;
     Glib::RefPtr<Gtk::Application> m_application;
     std::set<std::shared_ptr<void>> m_dialogs;

@@ -118,13 +118,14 @@ private:
 
 std::string contentFilterRules(const fs::path& readAccessRoot)
 {
-    GStringPtr prefix(g_filename_to_uri(fs::absolute(readAccessRoot).lexically_normal().c_str(), nullptr, nullptr));
-    return nlohmann::json {
+    const GStringPtr uri(g_filename_to_uri(fs::absolute(readAccessRoot).lexically_normal().c_str(), nullptr, nullptr));
+    const auto folder = "^" + escapedPattern(uri.get()) + "/";
+    return nlohmann::json{
         rule("block", "^file:"),
-        rule("ignore-previous-rules", "^" + escapedPattern(prefix.get()) + "/"),
+        rule("ignore-previous-rules", folder),
         // The engine compares URLs, the file system paths: an encoded separator is one for the second only.
-        rule("block", "^file:[^?#]*%2[Ff]"),
-        rule("block", "^file:[^?#]*%5[Cc]"),
+        rule("block", folder + "[^?#]*%2[Ff]"),
+        rule("block", folder + "[^?#]*%5[Cc]"),
     }
         .dump();
 }

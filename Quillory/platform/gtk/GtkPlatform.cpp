@@ -24,6 +24,12 @@ DisplayKind displayKind(GdkDisplay* display)
     return GDK_IS_X11_DISPLAY(display) ? DisplayKind::x11 : DisplayKind::none;
 }
 
+std::filesystem::path iconsFolder(const Bundle& bundle)
+{
+    const auto resources = bundle.resourceURL();
+    return resources ? resources->parent_path() / "icons" : std::filesystem::path();
+}
+
 // The next window that is presented takes the focus with it.
 void setActivationToken(const std::string& token)
 {
@@ -36,7 +42,7 @@ void setActivationToken(const std::string& token)
 
 GtkPlatform::GtkPlatform()
     : m_bundle(posix::InstalledBundle::ofThisProcess())
-    , m_application(m_bundle.bundleIdentifier().value_or(""))
+    , m_application(m_bundle.bundleIdentifier().value_or(""), iconsFolder(m_bundle))
 {
 }
 

@@ -17,9 +17,12 @@ struct EditItem {
 };
 
 constexpr std::array editItems {
-    EditItem {"_Undo", "Undo", "<Control>z"},   EditItem {"_Redo", "Redo", "<Shift><Control>z"},
-    EditItem {"Cu_t", "Cut", "<Control>x"},     EditItem {"_Copy", "Copy", "<Control>c"},
-    EditItem {"_Paste", "Paste", "<Control>v"}, EditItem {"Select _All", "SelectAll", "<Control>a"},
+    EditItem {localizable("_Undo"), "Undo", "<Control>z"},
+    EditItem {localizable("_Redo"), "Redo", "<Shift><Control>z"},
+    EditItem {localizable("Cu_t"), "Cut", "<Control>x"},
+    EditItem {localizable("_Copy"), "Copy", "<Control>c"},
+    EditItem {localizable("_Paste"), "Paste", "<Control>v"},
+    EditItem {localizable("Select _All"), "SelectAll", "<Control>a"},
 };
 
 const CommandGroup* replacement(const Scene& scene, CommandGroupPlacement placement)

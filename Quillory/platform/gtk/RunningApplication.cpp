@@ -1,6 +1,7 @@
 #include "platform/gtk/RunningApplication.h"
 
 #include <giomm/dbusconnection.h>
+#include <giomm/init.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -38,6 +39,8 @@ std::vector<std::unique_ptr<quillory::RunningApplication>>
 RunningApplication::withIdentifier(const std::string& identifier)
 {
     std::vector<std::unique_ptr<quillory::RunningApplication>> applications;
+    // This process ends here and never starts the toolkit, which would do it.
+    Gio::init();
     try {
         const auto answer = Gio::DBus::Connection::get_sync(Gio::DBus::BusType::SESSION)
                                 ->call_sync("/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",

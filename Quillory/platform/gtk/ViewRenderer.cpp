@@ -1,5 +1,6 @@
 #include "platform/gtk/ViewRenderer.h"
 
+#include <glibmm/stringutils.h>
 #include <gtkmm/box.h>
 #include <gtkmm/cssprovider.h>
 #include <gtkmm/icontheme.h>
@@ -59,6 +60,12 @@ constexpr const char* textStyles = R"(
 
 constexpr double pointsPerPixel = 0.75;
 
+// With a decimal point whatever the user's language.
+std::string cssNumber(double number)
+{
+    return Glib::Ascii::dtostr(number);
+}
+
 void addStyle(Gtk::Widget& widget, const std::string& css)
 {
     const auto provider = Gtk::CssProvider::create();
@@ -85,7 +92,7 @@ void applyFont(Gtk::Widget& widget, const Font& font)
     if (font.monospaced)
         widget.add_css_class("text-monospaced");
     if (font.size)
-        addStyle(widget, "* { font-size: " + std::to_string(*font.size * pointsPerPixel) + "pt; }");
+        addStyle(widget, "* { font-size: " + cssNumber(*font.size * pointsPerPixel) + "pt; }");
 }
 
 std::unique_ptr<Gtk::Widget> renderText(const TextView& text)
@@ -137,10 +144,9 @@ std::unique_ptr<Gtk::Widget> renderBadge(const BadgeView& badge)
     label->set_halign(Gtk::Align::CENTER);
     applyFont(*label, badge.font);
     addStyle(*label,
-             "* { padding: " + std::to_string(pixels(badge.verticalPadding)) + "px "
-                 + std::to_string(pixels(badge.horizontalPadding))
-                 + "px; border-radius: " + std::to_string(pixels(badge.cornerRadius))
-                 + "px; background-color: rgba(128, 128, 128, " + std::to_string(badge.greyOpacity) + "); }");
+             "* { padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
+                 + "px; border-radius: " + cssNumber(badge.cornerRadius) + "px; background-color: rgba(128, 128, 128, "
+                 + cssNumber(badge.greyOpacity) + "); }");
     gtk_accessible_update_property(GTK_ACCESSIBLE(label->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
                                    badge.accessibleName.c_str(), -1);
     return label;

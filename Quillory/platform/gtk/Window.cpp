@@ -76,6 +76,15 @@ void Window::addMenuBar()
                             }});
     m_menuBar = std::make_unique<Gtk::PopoverMenuBar>(makeMenuBarModel(scene));
     m_column.append(*m_menuBar);
+    m_window.property_focus_widget().signal_changed().connect([this] { returnFocusFromMenuBar(); });
+}
+
+// A menu that closes leaves the focus on its title in the bar; people go on typing in the page.
+void Window::returnFocusFromMenuBar()
+{
+    const auto* focus = m_window.get_focus();
+    if (m_content.webView && focus != nullptr && focus->get_parent() == m_menuBar.get())
+        m_content.webView->grabFocus();
 }
 
 void Window::performClose()

@@ -35,6 +35,7 @@ public:
 
 private:
     void addMenuBar();
+    void returnFocusFromMenuBar();
     void performClose();
     void placeWhenMapped();
     bool isOnX11() const;

@@ -27,6 +27,7 @@ protected:
     {
         return m_callback(nullptr, EventType::keyDown, &event, m_userData) != nullptr;
     }
+    void tellDisabledByTimeout() const { m_callback(nullptr, EventType::tapDisabledByTimeout, nullptr, m_userData); }
 
 private:
     EventTapCallback m_callback;

@@ -1,60 +1,47 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
 #include <memory>
-#include <optional>
+#include <mutex>
 #include <string>
-#include <vector>
 
 #include "platform/hotkey/SessionEventTap.h"
-#include "platform/hotkey/X11Chord.h"
-#include "platform/hotkey/Xcb.h"
-#include "platform/hotkey/XcbSource.h"
+#include "platform/hotkey/X11KeyGrab.h"
 
 namespace quillory {
 
-// The hotkey as passive grabs on a connection of its own, so that the server gives them up whatever
-// becomes of the process.
-//
-// A grabbed press freezes the keyboard of the session until it is answered. Every press is: one that
-// the callback lets pass, and any press while the tap is disabled or off the run loop, is replayed to
-// the focused window. Between a swallowed press and its release the keyboard is not frozen, and its
-// repeats are delivered like presses.
-class X11EventTap final : public SessionEventTap {
+// The hotkey on X11. The keyboard of the whole session waits for the callback, but no longer than a second
+// for a main thread that is busy: the press goes to the focused window then, and the tap is disabled and
+// the callback told so once the main thread is back.
+class X11EventTap final : public SessionEventTap, public std::enable_shared_from_this<X11EventTap> {
 public:
     using WillDeliver = std::function<void(std::uint32_t timestamp)>;
 
     // Null if the server cannot be reached, the keymap lacks the chord or another client holds it.
     static std::shared_ptr<X11EventTap> make(const std::string& displayName, EventTapCallback callback, void* userData,
                                              WillDeliver willDeliver);
-
-    // Whether the server is there and knows keymaps.
-    static bool isAvailable(const std::string& displayName);
+    ~X11EventTap() override;
 
     // False as well once the connection is lost.
     bool isEnabled() const override;
 
 private:
+    struct Question;
+
     X11EventTap(EventTapCallback callback, void* userData, WillDeliver willDeliver);
 
-    bool connect(const std::string& displayName);
-    void selectKeymapEvents();
-    // All of it or nothing.
-    bool grab(const X11Chord& chord);
-    void ungrab(const X11Chord& chord);
-    void followKeymap();
-
-    void handle(const xcb_generic_event_t& event);
-    void handleKeyPress(const xcb_key_press_event_t& press);
-    void answer(std::uint8_t mode, xcb_timestamp_t time);
+    X11KeyGrab::Answer askMainThread(const X11KeyGrab::Press& press);
+    void take(Question& question);
+    bool settle(Question& question, X11KeyGrab::Answer answer);
+    X11KeyGrab::Answer decide(const X11KeyGrab::Press& press);
 
     WillDeliver m_willDeliver;
-    XcbConnection m_connection;
-    std::vector<xcb_window_t> m_roots;
-    std::uint8_t m_firstKeymapEvent = 0;
-    bool m_keymapChanged = false;
-    std::optional<X11Chord> m_chord;
-    std::optional<XcbSource> m_source;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_timedOut = false; // guarded by m_mutex
+    bool m_closing = false; // guarded by m_mutex
+    std::unique_ptr<X11KeyGrab> m_grab;
 };
 
 }

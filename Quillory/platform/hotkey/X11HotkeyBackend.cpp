@@ -14,7 +14,7 @@ X11HotkeyBackend::X11HotkeyBackend(HotkeyBackendOptions options)
 
 bool X11HotkeyBackend::isTrusted(bool)
 {
-    return X11EventTap::isAvailable(m_options.displayName);
+    return X11KeyGrab::isAvailable(m_options.displayName);
 }
 
 std::shared_ptr<EventTap> X11HotkeyBackend::makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData)

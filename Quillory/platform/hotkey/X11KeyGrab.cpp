@@ -1,0 +1,175 @@
+#include "platform/hotkey/X11KeyGrab.h"
+
+#include <sys/socket.h>
+
+#include <iostream>
+#include <utility>
+
+// The header names a field "explicit".
+#define explicit explicitMaps
+#include <xcb/xkb.h>
+#undef explicit
+#include <xkbcommon/xkbcommon-x11.h>
+
+namespace quillory {
+
+namespace {
+
+// The first event number of the extension, or none without it.
+std::optional<std::uint8_t> setUpKeymapExtension(xcb_connection_t* connection)
+{
+    std::uint8_t firstEvent = 0;
+    const bool there = xcb_connection_has_error(connection) == 0
+        && xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &firstEvent, nullptr)
+            != 0;
+    return there ? std::optional(firstEvent) : std::nullopt;
+}
+
+XcbConnection openDisplay(const std::string& name)
+{
+    return XcbConnection(xcb_connect(name.empty() ? nullptr : name.c_str(), nullptr));
+}
+
+}
+
+X11KeyGrab::X11KeyGrab(Decide decide)
+    : m_decide(std::move(decide))
+{
+}
+
+std::unique_ptr<X11KeyGrab> X11KeyGrab::make(const std::string& displayName, Decide decide)
+{
+    std::unique_ptr<X11KeyGrab> self(new X11KeyGrab(std::move(decide)));
+    if (!self->connect(displayName))
+        return nullptr;
+    self->m_chord = X11Chord::find(self->m_connection.get());
+    if (!self->m_chord || !self->grab(*self->m_chord))
+        return nullptr;
+    self->m_thread = std::thread([grab = self.get()] { grab->run(); });
+    return self;
+}
+
+X11KeyGrab::~X11KeyGrab()
+{
+    if (!m_thread.joinable())
+        return;
+    // Ends the thread's wait for events.
+    shutdown(xcb_get_file_descriptor(m_connection.get()), SHUT_RDWR);
+    m_thread.join();
+}
+
+bool X11KeyGrab::isAvailable(const std::string& displayName)
+{
+    const auto connection = openDisplay(displayName);
+    return setUpKeymapExtension(connection.get()).has_value();
+}
+
+bool X11KeyGrab::isConnected() const
+{
+    return xcb_connection_has_error(m_connection.get()) == 0;
+}
+
+bool X11KeyGrab::connect(const std::string& displayName)
+{
+    m_connection = openDisplay(displayName);
+    const auto firstEvent = setUpKeymapExtension(m_connection.get());
+    if (!firstEvent)
+        return false;
+    m_firstKeymapEvent = *firstEvent;
+    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get())); screen.rem > 0;
+         xcb_screen_next(&screen))
+        m_roots.push_back(screen.data->root);
+    selectKeymapEvents();
+    return true;
+}
+
+void X11KeyGrab::selectKeymapEvents()
+{
+    auto* connection = m_connection.get();
+    constexpr std::uint16_t events =
+        XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY | XCB_XKB_EVENT_TYPE_NAMES_NOTIFY;
+    constexpr std::uint16_t mapParts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
+    xcb_xkb_select_events_details_t details {};
+    details.affectNewKeyboard = details.newKeyboardDetails = XCB_XKB_NKN_DETAIL_KEYCODES;
+    details.affectNames = details.namesDetails = XCB_XKB_NAME_DETAIL_KEY_NAMES;
+    xcb_xkb_select_events_aux(connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, 0, mapParts, mapParts, &details);
+}
+
+bool X11KeyGrab::grab(const X11Chord& chord)
+{
+    auto* connection = m_connection.get();
+    std::vector<xcb_void_cookie_t> requests;
+    for (const auto root : m_roots) {
+        for (const auto state : chord.states) {
+            requests.push_back(
+                xcb_grab_key_checked(connection, 0, root, state, chord.key, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC));
+        }
+    }
+    bool granted = true;
+    for (const auto request : requests) {
+        const XcbMemory<xcb_generic_error_t> error(xcb_request_check(connection, request));
+        granted = granted && !error;
+    }
+    if (!granted)
+        ungrab(chord);
+    return granted && xcb_connection_has_error(connection) == 0;
+}
+
+void X11KeyGrab::ungrab(const X11Chord& chord)
+{
+    for (const auto root : m_roots)
+        xcb_ungrab_key(m_connection.get(), chord.key, root, XCB_MOD_MASK_ANY);
+    xcb_flush(m_connection.get());
+}
+
+// Ends with the connection.
+void X11KeyGrab::run()
+{
+    auto* connection = m_connection.get();
+    while (XcbMemory<xcb_generic_event_t> event {xcb_wait_for_event(connection)}) {
+        while (event) {
+            handle(*event);
+            event.reset(xcb_poll_for_event(connection));
+        }
+        if (std::exchange(m_keymapChanged, false))
+            followKeymap();
+    }
+}
+
+void X11KeyGrab::handle(const xcb_generic_event_t& event)
+{
+    const auto type = static_cast<std::uint8_t>(event.response_type & 0x7f);
+    if (type == XCB_KEY_PRESS)
+        handleKeyPress(reinterpret_cast<const xcb_key_press_event_t&>(event));
+    else if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent)
+        m_keymapChanged = true;
+}
+
+// Both answers end the grab that the press began. A window that gets the focus while a grab lasts is not
+// told so before its end, and the user may hold the key for long.
+void X11KeyGrab::handleKeyPress(const xcb_key_press_event_t& press)
+{
+    auto* connection = m_connection.get();
+    const bool ours = m_chord && press.detail == m_chord->key;
+    if (ours && m_decide({press.time, m_chord->flags(press.state)}) == Answer::swallow)
+        xcb_ungrab_keyboard(connection, press.time);
+    else
+        xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press.time);
+    xcb_flush(connection);
+}
+
+// Typing on a second keyboard counts as a change as well, so most changes change nothing.
+void X11KeyGrab::followKeymap()
+{
+    const auto chord = X11Chord::find(m_connection.get());
+    if (chord == m_chord)
+        return;
+    if (m_chord)
+        ungrab(*m_chord);
+    m_chord = chord && grab(*chord) ? chord : std::nullopt;
+    if (!m_chord)
+        std::cerr << "quillory: the new keymap leaves no free chord for the global hotkey" << std::endl;
+}
+
+}

@@ -1,0 +1,65 @@
+"""The confinement that the Flatpak manifest asks for, made of bubblewrap and the system's own libraries."""
+import os
+import pathlib
+import shutil
+
+from desktop import wait_for
+
+APP_ID = "com.quillory.Quillory"
+RUNTIME = "/run/user/app"
+# Configuration that belongs to the system's libraries, as a Flatpak runtime has its own.
+SYSTEM_FILES = ["/etc/alternatives", "/etc/fonts", "/etc/ld.so.cache", "/etc/machine-id", "/etc/passwd",
+                "/etc/group", "/var/cache/fontconfig"]
+
+
+class Sandbox:
+    """Read-only system, an empty home with the user's Downloads folder, a filtered session bus, no network."""
+
+    def __init__(self, desktop, prefix):
+        self._desktop = desktop
+        self._prefix = prefix
+        self.home = pathlib.Path(desktop.home)
+        self.downloads = self.home / "Downloads"
+        self.downloads.mkdir(exist_ok=True)
+        # Flatpak gives all instances of one application this folder in common.
+        self._shared = pathlib.Path(desktop.runtime, "app", APP_ID)
+        self._shared.mkdir(parents=True, exist_ok=True)
+        self._start_bus_proxy()
+
+    def _start_bus_proxy(self):
+        self._bus = pathlib.Path(self._desktop.runtime, "sandbox-bus")
+        self.proxy = self._desktop._spawn(
+            "xdg-dbus-proxy", self._desktop.env["DBUS_SESSION_BUS_ADDRESS"], str(self._bus), "--filter",
+            f"--own={APP_ID}", "--call=org.freedesktop.portal.*=*", "--broadcast=org.freedesktop.portal.*=@/org/freedesktop/portal/*")
+        wait_for(self._bus.exists, "the filtered session bus")
+
+    def command(self, *program, env=None):
+        """What runs `program` confined; `env` adds to the environment in there, which has nothing of this one's."""
+        display = self._desktop.env["DISPLAY"]
+        socket = "/tmp/.X11-unix/X" + display.lstrip(":")
+        environment = {
+            "HOME": self.home, "PATH": "/usr/bin", "LANG": "C.UTF-8", "DISPLAY": display, "XDG_RUNTIME_DIR": RUNTIME,
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={RUNTIME}/bus", "TMPDIR": f"{RUNTIME}/app/{APP_ID}",
+            "GSETTINGS_BACKEND": "memory", "NO_AT_BRIDGE": "1", **(env or {})}
+        arguments = ["bwrap", "--die-with-parent", "--unshare-net", "--unshare-pid", "--unshare-uts",
+                     "--ro-bind", "/usr", "/usr", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp",
+                     "--ro-bind", socket, socket, "--dir", RUNTIME, "--chmod", "0700", RUNTIME,
+                     "--bind", self._bus, f"{RUNTIME}/bus", "--bind", self._shared, f"{RUNTIME}/app/{APP_ID}",
+                     "--tmpfs", self.home, "--bind", self.downloads, self.downloads,
+                     "--ro-bind", self._prefix, "/app", "--chdir", "/", "--clearenv"]
+        for name in ("bin", "sbin", "lib", "lib32", "lib64"):
+            if os.path.islink(f"/{name}"):
+                arguments += ["--symlink", os.readlink(f"/{name}"), f"/{name}"]
+        for path in SYSTEM_FILES:
+            arguments += ["--ro-bind-try", path, path]
+        if os.path.exists("/dev/dri"):
+            arguments += ["--dev-bind", "/dev/dri", "/dev/dri"]
+        for name, value in environment.items():
+            arguments += ["--setenv", name, value]
+        return [str(argument) for argument in [*arguments, *program]]
+
+    def close(self):
+        self.proxy.terminate()
+        self.proxy.wait()
+        self._bus.unlink(missing_ok=True)
+        shutil.rmtree(self.downloads)
