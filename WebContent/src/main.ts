@@ -219,7 +219,7 @@ document.addEventListener("drop", (e) => {
   const over = stage.host.contains(e.target as Node);
   const at = over ? stage.canvas.getScenePoint(e) : undefined;
   const files = [...(e.dataTransfer?.files ?? [])];
-  if (files.length === 0) return tell("Only files of images and projects can be dropped here.", "error");
+  if (files.length === 0) return tell("Nothing that was dropped can be read here. “Add image” (I) takes image files.", "error");
   guarded(async () => {
     for (const file of files) await drop(file, at);
   })();
