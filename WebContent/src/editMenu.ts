@@ -18,6 +18,7 @@ export function listenToUndoCommands(undo: () => unknown, redo: () => unknown): 
     own = true;
     act();
     own = false;
+    getSelection()?.removeAllRanges(); // Select All is to mean the canvas
     if (focused instanceof HTMLElement) focused.focus({ preventScroll: true });
   };
   const prepare = (): void => {

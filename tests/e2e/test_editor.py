@@ -231,6 +231,25 @@ def test_keys_change_the_selected_objects(editor, tmp_path):
     assert editor.objects(tmp_path / "again.json") == [second]
 
 
+def test_the_edit_menu_works_on_the_canvas(editor, tmp_path):
+    def choose(item):
+        editor.desktop.choose_from_menu(editor.window, 2, ("Undo", "Redo", "Cut", "Copy", "Paste", "Select All").index(item))
+
+    editor.draw("r", (200, 200), (400, 400))
+    editor.wait_colour(BLUE, 300, 300)
+    for item, colour in (("Undo", WHITE), ("Redo", BLUE), ("Undo", WHITE), ("Redo", BLUE)):
+        choose(item)
+        editor.wait_colour(colour, 300, 300)
+    choose("Select All")
+    choose("Cut")
+    editor.log.wait("📋 Copied to native pasteboard")
+    editor.wait_colour(WHITE, 300, 300)
+    choose("Paste")
+    editor.log.wait("✅ Paste content sent to JavaScript")
+    rect, = editor.objects(tmp_path / "pasted.json")
+    assert round(rect["width"]) in range(198, 203)
+
+
 def test_objects_are_copied_through_the_clipboard(editor, tmp_path):
     desktop = editor.desktop
     editor.draw("r", (200, 200), (400, 400))
