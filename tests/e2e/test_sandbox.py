@@ -2,6 +2,7 @@
 import json
 import os
 import pathlib
+import re
 import subprocess
 
 import pytest
@@ -100,3 +101,12 @@ def test_nothing_else_can_be_read(start, desktop, sandbox):
     for url in (secret.as_uri(), "file:///etc/passwd"):
         attempt = f"return fetch({json.dumps(url)}).then(() => 'read', () => 'refused')"
         assert app.run_script(attempt) == "refused"
+
+
+def test_manifest_asks_for_what_is_explained():
+    root = pathlib.Path(__file__).parents[2]
+    manifest = (root / "packaging/flatpak/com.quillory.Quillory.yml").read_text()
+    asked = re.search(r"^finish-args:\n((?:  - .*\n)+)", manifest, re.M).group(1).replace("  - ", "").split()
+    explained = re.findall(r"^\| `(--[^`]*)` \|", (root / "docs/sandbox.md").read_text(), re.M)
+    assert asked == explained
+    assert not [permission for permission in asked if re.search("network|home|host|session-bus|talk-name", permission)]
