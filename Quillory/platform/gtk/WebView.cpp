@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "platform/Localization.h"
+#include "platform/gtk/AccessibleName.h"
 #include "platform/gtk/ContentFilter.h"
 
 namespace quillory::gtk {
@@ -125,6 +127,7 @@ std::unique_ptr<Gtk::Widget> WebView::makeWidget()
 {
     auto box = std::make_unique<Gtk::Box>();
     auto* widget = GTK_WIDGET(m_view.get());
+    setAccessibleName(GTK_ACCESSIBLE(widget), localized("Editor"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
     gtk_box_append(box->gobj(), widget);
