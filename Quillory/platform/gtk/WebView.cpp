@@ -61,6 +61,13 @@ gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestR
     return webkit_context_menu_get_n_items(menu) == 0;
 }
 
+// The engine starts the page's process when it first needs it, which takes longer than all that the
+// program does at its launch. A script in the empty page that comes first is such a need.
+void launchProcess(WebKitWebView* view)
+{
+    webkit_web_view_evaluate_javascript(view, "", 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
 std::string describe(const GError& error)
 {
     return std::string(g_quark_to_string(error.domain)) + " " + std::to_string(error.code) + ": " + error.message;
@@ -88,6 +95,7 @@ WebView::WebView(const WebViewConfiguration& configuration)
     g_signal_connect(webkit_web_view_get_network_session(m_view.get()), "download-started", G_CALLBACK(refuseDownload),
                      nullptr);
     g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
+    launchProcess(m_view.get());
 }
 
 WebView::~WebView() = default;
