@@ -68,24 +68,6 @@ void launchProcess(WebKitWebView* view)
     webkit_web_view_evaluate_javascript(view, "", 0, nullptr, nullptr, nullptr, nullptr, nullptr);
 }
 
-std::string describe(const GError& error)
-{
-    return std::string(g_quark_to_string(error.domain)) + " " + std::to_string(error.code) + ": " + error.message;
-}
-
-void evaluated(GObject* source, GAsyncResult* result, gpointer data)
-{
-    const std::unique_ptr<WebView::EvaluationCompletion> completion(static_cast<WebView::EvaluationCompletion*>(data));
-    GError* error = nullptr;
-    const GObjectPtr<::JSCValue> value(
-        webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error));
-    const GErrorPtr owner(error);
-    // The script ran, its value is of a kind that cannot be handed over, and nobody wants it.
-    const bool unsupportedValue =
-        g_error_matches(error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
-    (*completion)(error == nullptr || unsupportedValue ? std::nullopt : std::optional(describe(*error)));
-}
-
 }
 
 WebView::WebView(const WebViewConfiguration& configuration)
@@ -124,9 +106,7 @@ void WebView::loadFile(const std::filesystem::path& page, const std::filesystem:
 
 void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)
 {
-    auto boxed = std::make_unique<EvaluationCompletion>(std::move(completion));
-    webkit_web_view_evaluate_javascript(m_view.get(), script.data(), static_cast<gssize>(script.size()), nullptr,
-                                        nullptr, nullptr, evaluated, boxed.release());
+    m_scripts->evaluate(m_view.get(), std::move(script), std::move(completion));
 }
 
 std::unique_ptr<Gtk::Widget> WebView::makeWidget()

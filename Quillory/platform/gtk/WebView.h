@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "platform/WebView.h"
+#include "platform/gtk/ScriptQueue.h"
 #include "platform/gtk/WebViewConfiguration.h"
 
 namespace quillory::gtk {
@@ -31,6 +32,7 @@ private:
     std::shared_ptr<UserContentController> m_controller;
     GObjectPtr<WebKitWebView> m_view;
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
+    std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 
 }
