@@ -7,6 +7,10 @@ import { dirname, join, resolve } from "node:path";
 import { fileURLToPath } from "node:url";
 import { build } from "esbuild";
 
+// What fabric and jsPDF use for things that the page never does (other document formats, running without a browser).
+// npm installs these optional packages all the same; they stay out of the page.
+const absent = ["canvas", "canvg", "core-js", "dompurify", "html2canvas", "jsdom"];
+
 const here = dirname(fileURLToPath(import.meta.url));
 const option = (name) => process.argv.find((a) => a.startsWith(`--${name}=`))?.slice(name.length + 3);
 
@@ -19,6 +23,7 @@ async function buildPage(outdir) {
     minify: true,
     format: "iife",
     target: "es2022",
+    external: absent,
     charset: "utf8",
     legalComments: "linked",
     logLevel: "warning",

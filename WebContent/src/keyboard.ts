@@ -46,17 +46,18 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
       e.preventDefault();
       return void commands[command]!();
     }
-    if (typing || e.target !== stage.host) return;
+    const onStage = e.target === stage.host;
+    if (typing || !(onStage || e.target === document.body)) return;
     const arrow = ARROWS[e.key];
     const step = e.shiftKey ? 10 : 1;
     if (arrow && !e.ctrlKey && !e.altKey && stage.active) editor.nudge(arrow[0] * step, arrow[1] * step);
     else if (e.key === "Enter" && stage.tool) stage.placeInMiddle(stage.tool);
     else if (e.key === "Enter") stage.editText();
-    else if (e.key !== "Tab" || e.ctrlKey || !selectNext(editor, e.shiftKey ? -1 : 1)) return;
+    else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(editor, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
   });
 
-  // The application's Edit menu sends editing commands: these events are how they arrive.
+  // Commands of the application's Edit menu arrive as these events.
   for (const name of ["copy", "cut", "paste"] as const) {
     document.addEventListener(`before${name}`, (e) => {
       if (!takesText(e.target)) e.preventDefault(); // says that there is something to copy

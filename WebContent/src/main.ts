@@ -1,6 +1,7 @@
 import { Point } from "fabric";
 import { Autosave, type Session } from "./autosave";
 import { blankProject, Editor } from "./editor";
+import { listenToUndoCommands } from "./editMenu";
 import { exportPages, type Format } from "./export";
 import { readAsDataURL } from "./images";
 import { Inspector } from "./inspector";
@@ -57,6 +58,7 @@ function updateButtons(): void {
     "page-left": editor.page > 0,
     "page-right": editor.page < editor.state.pages.length - 1,
     group: stage.selection.length > 1,
+    ungroup: stage.selection.some((o) => o.isType("Group")),
     delete: selected,
     duplicate: selected,
   };
@@ -197,6 +199,7 @@ document.addEventListener("click", (e) => {
   } else commands[command]!();
 });
 listenToKeyboard(editor, commands);
+listenToUndoCommands(commands.undo!, commands.redo!);
 
 const nameField = $<HTMLInputElement>("project-name");
 nameField.addEventListener("input", () => editor.rename(nameField.value));
@@ -216,7 +219,7 @@ document.addEventListener("drop", (e) => {
   const over = stage.host.contains(e.target as Node);
   const at = over ? stage.canvas.getScenePoint(e) : undefined;
   const files = [...(e.dataTransfer?.files ?? [])];
-  if (files.length === 0) return tell("Only files of images and projects can be dropped here.", "error");
+  if (files.length === 0) return tell("Nothing that was dropped can be read here. “Add image” (I) takes image files.", "error");
   guarded(async () => {
     for (const file of files) await drop(file, at);
   })();

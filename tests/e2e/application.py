@@ -139,6 +139,10 @@ class Application:
         reports = {i for i, line in enumerate(lines) if re.match(r"📥 Native download requested: T(ready|\d+) ", line)}
         return [line for i, line in enumerate(lines) if i >= start and i not in reports and i - 1 not in reports]
 
+    def own_errors(self):
+        """What the program itself says on standard error; the toolkit and the engine write there too."""
+        return [line for line in self.errors.lines if line.startswith("quillory:")]
+
     # The process
 
     def window(self):

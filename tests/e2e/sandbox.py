@@ -2,18 +2,22 @@
 import os
 import pathlib
 import shutil
+import subprocess
 
 from desktop import wait_for
 
 APP_ID = "com.quillory.Quillory"
 RUNTIME = "/run/user/app"
-# Configuration that belongs to the system's libraries, as a Flatpak runtime has its own.
+# What a Flatpak runtime has of its own, and what Flatpak shows of the system.
 SYSTEM_FILES = ["/etc/alternatives", "/etc/fonts", "/etc/ld.so.cache", "/etc/machine-id", "/etc/passwd",
-                "/etc/group", "/var/cache/fontconfig"]
+                "/etc/group", "/var/cache/fontconfig", "/sys/block", "/sys/bus", "/sys/class", "/sys/dev", "/sys/devices"]
+# Flatpak filters the session bus; here the sandbox has one of its own, on which nothing else is.
+BUS = """<busconfig><type>session</type><listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow send_destination="*"/><allow receive_sender="*"/><allow own="{name}"/></policy></busconfig>"""
 
 
 class Sandbox:
-    """Read-only system, an empty home with the user's Downloads folder, a filtered session bus, no network."""
+    """Read-only system, an empty home with the user's Downloads folder, an empty session bus, no network."""
 
     def __init__(self, desktop, prefix):
         self._desktop = desktop
@@ -24,14 +28,15 @@ class Sandbox:
         # Flatpak gives all instances of one application this folder in common.
         self._shared = pathlib.Path(desktop.runtime, "app", APP_ID)
         self._shared.mkdir(parents=True, exist_ok=True)
-        self._start_bus_proxy()
+        self._start_bus()
 
-    def _start_bus_proxy(self):
-        self._bus = pathlib.Path(self._desktop.runtime, "sandbox-bus")
-        self.proxy = self._desktop._spawn(
-            "xdg-dbus-proxy", self._desktop.env["DBUS_SESSION_BUS_ADDRESS"], str(self._bus), "--filter",
-            f"--own={APP_ID}", "--call=org.freedesktop.portal.*=*", "--broadcast=org.freedesktop.portal.*=@/org/freedesktop/portal/*")
-        wait_for(self._bus.exists, "the filtered session bus")
+    def _start_bus(self):
+        config = self._shared.parent / "bus.conf"
+        self._bus = self._shared.parent / "bus"
+        config.write_text(BUS.format(socket=self._bus, name=APP_ID), encoding="utf-8")
+        self._daemon = subprocess.Popen(["dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile"],
+                                        stderr=subprocess.DEVNULL)
+        wait_for(self._bus.exists, "the session bus")
 
     def command(self, *program, env=None):
         """What runs `program` confined; `env` adds to the environment in there, which has nothing of this one's."""
@@ -40,7 +45,7 @@ class Sandbox:
         environment = {
             "HOME": self.home, "PATH": "/usr/bin", "LANG": "C.UTF-8", "DISPLAY": display, "XDG_RUNTIME_DIR": RUNTIME,
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={RUNTIME}/bus", "TMPDIR": f"{RUNTIME}/app/{APP_ID}",
-            "GSETTINGS_BACKEND": "memory", "NO_AT_BRIDGE": "1", **(env or {})}
+            "GSETTINGS_BACKEND": "memory", "GTK_A11Y": "none", **(env or {})}
         arguments = ["bwrap", "--die-with-parent", "--unshare-net", "--unshare-pid", "--unshare-uts",
                      "--ro-bind", "/usr", "/usr", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp",
                      "--ro-bind", socket, socket, "--dir", RUNTIME, "--chmod", "0700", RUNTIME,
@@ -59,7 +64,7 @@ class Sandbox:
         return [str(argument) for argument in [*arguments, *program]]
 
     def close(self):
-        self.proxy.terminate()
-        self.proxy.wait()
-        self._bus.unlink(missing_ok=True)
+        self._daemon.terminate()
+        self._daemon.wait()
+        shutil.rmtree(self._shared.parent)
         shutil.rmtree(self.downloads)

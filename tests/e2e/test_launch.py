@@ -17,7 +17,7 @@ def test_log_of_a_launch(launch):
     app.log.wait(STATUS_REPORT[-1])
     assert app.quit() == 0
     assert app.own_lines() == LAUNCH + STATUS_REPORT
-    assert app.errors.lines == []
+    assert app.own_errors() == []
 
 
 def test_window_size_and_place(launch, desktop):
@@ -69,7 +69,7 @@ def second_launch(desktop, app):
     started = time.monotonic()
     second = Application(desktop, app.tree.binary, app.page_folder)
     assert second.wait_exit() == 0
-    assert second.log.lines == [] and second.errors.lines == []
+    assert second.log.lines == [] and second.own_errors() == []
     return time.monotonic() - started
 
 
@@ -163,4 +163,4 @@ def test_without_a_page_the_rest_works(launch, missing):
     assert app.log.lines == LAUNCH + STATUS_REPORT
     app.window()
     assert app.quit() == 0
-    assert app.errors.lines == []
+    assert app.own_errors() == []

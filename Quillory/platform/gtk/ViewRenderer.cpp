@@ -14,6 +14,7 @@
 #include <cmath>
 #include <filesystem>
 
+#include "platform/gtk/AccessibleName.h"
 #include "platform/gtk/WebView.h"
 
 namespace quillory::gtk {
@@ -47,15 +48,16 @@ const char* styleName(TextStyle style)
 }
 
 // Sizes are in points, 1/72 inch: they are 13, 11 and 10 pixels at 96 dots per inch and grow with the
-// user's text scaling.
+// user's text scaling. Lines are 14, 12 and 11 pixels high whatever the font, so that a layout of fixed
+// height holds with all of them; those of links have room for the rule below the text.
 constexpr const char* textStyles = R"(
-.text-body { font-size: 9.75pt; }
-.text-headline { font-size: 9.75pt; font-weight: bold; }
-.text-subheadline { font-size: 8.25pt; }
-.text-caption, .text-footnote { font-size: 7.5pt; }
+.text-body { font-size: 9.75pt; line-height: 10.5pt; }
+.text-headline { font-size: 9.75pt; line-height: 10.5pt; font-weight: bold; }
+.text-subheadline { font-size: 8.25pt; line-height: 9pt; }
+.text-caption, .text-footnote { font-size: 7.5pt; line-height: 8.25pt; }
 .text-bold { font-weight: bold; }
 .text-monospaced { font-family: monospace; }
-.plain-link { padding: 0; min-height: 0; min-width: 0; border: none; }
+.plain-link { line-height: 11.25pt; padding: 0; min-height: 0; min-width: 0; border: none; }
 )";
 
 constexpr double pointsPerPixel = 0.75;
@@ -92,7 +94,9 @@ void applyFont(Gtk::Widget& widget, const Font& font)
     if (font.monospaced)
         widget.add_css_class("text-monospaced");
     if (font.size)
-        addStyle(widget, "* { font-size: " + cssNumber(*font.size * pointsPerPixel) + "pt; }");
+        addStyle(widget,
+                 "* { font-size: " + cssNumber(*font.size * pointsPerPixel)
+                     + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt; }");
 }
 
 std::unique_ptr<Gtk::Widget> renderText(const TextView& text)
@@ -124,8 +128,7 @@ std::unique_ptr<Gtk::Widget> renderImage(const ImageView& image)
         return nullptr;
     widget->set_pixel_size(size);
     widget->set_halign(Gtk::Align::CENTER);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(widget->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   image.accessibleName.c_str(), -1);
+    setAccessibleName(*widget, image.accessibleName);
     return widget;
 }
 
@@ -147,8 +150,7 @@ std::unique_ptr<Gtk::Widget> renderBadge(const BadgeView& badge)
              "* { padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
                  + "px; border-radius: " + cssNumber(badge.cornerRadius) + "px; background-color: rgba(128, 128, 128, "
                  + cssNumber(badge.greyOpacity) + "); }");
-    gtk_accessible_update_property(GTK_ACCESSIBLE(label->gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                                   badge.accessibleName.c_str(), -1);
+    setAccessibleName(*label, badge.accessibleName);
     return label;
 }
 
@@ -170,8 +172,11 @@ std::unique_ptr<Gtk::Widget> renderSpacer()
 std::unique_ptr<Gtk::Widget> renderStack(const StackView& stack)
 {
     auto column = std::make_unique<Gtk::Box>(Gtk::Orientation::VERTICAL, pixels(stack.spacing));
-    column->set_margin_top(pixels(stack.verticalPadding));
-    column->set_margin_bottom(pixels(stack.verticalPadding));
+    if (stack.fixedSize)
+        column->set_size_request(pixels(stack.fixedSize->width), pixels(stack.fixedSize->height));
+    // Unlike a margin, padding is part of the size.
+    const auto padding = cssNumber(stack.verticalPadding) + "px";
+    addStyle(*column, "* { padding-top: " + padding + "; padding-bottom: " + padding + "; }");
     for (const auto& child : stack.children) {
         if (auto widget = renderView(child).widget)
             column->append(*Gtk::manage(widget.release()));

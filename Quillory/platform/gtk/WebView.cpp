@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "platform/Localization.h"
+#include "platform/gtk/AccessibleName.h"
 #include "platform/gtk/ContentFilter.h"
 
 namespace quillory::gtk {
@@ -113,10 +115,34 @@ std::unique_ptr<Gtk::Widget> WebView::makeWidget()
 {
     auto box = std::make_unique<Gtk::Box>();
     auto* widget = GTK_WIDGET(m_view.get());
+    setAccessibleName(GTK_ACCESSIBLE(widget), localized("Editor"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
     gtk_box_append(box->gobj(), widget);
+    box->add_controller(makeFileDropTarget());
     return box;
+}
+
+// Asked before the engine, which would leave the page for the file.
+Glib::RefPtr<Gtk::DropTarget> WebView::makeFileDropTarget()
+{
+    auto target = Gtk::DropTarget::create(GDK_TYPE_FILE_LIST, Gdk::DragAction::COPY);
+    target->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
+    target->signal_drop().connect(
+        [this](const Glib::ValueBase& value, double, double) {
+            std::vector<std::filesystem::path> files;
+            auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value.gobj()));
+            const std::unique_ptr<GSList, decltype(&g_slist_free)> entries(gdk_file_list_get_files(list), g_slist_free);
+            for (auto* entry = entries.get(); entry != nullptr; entry = entry->next) {
+                if (const char* path = g_file_peek_path(G_FILE(entry->data)))
+                    files.emplace_back(path);
+            }
+            if (m_fileDropHandler)
+                m_fileDropHandler(files);
+            return true;
+        },
+        false);
+    return target;
 }
 
 void WebView::grabFocus()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gtkmm/droptarget.h>
 #include <gtkmm/widget.h>
 #include <webkit/webkit.h>
 
@@ -20,6 +21,7 @@ public:
 
     void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) override;
     void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
+    void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
     // A widget that shows the page.
@@ -28,10 +30,13 @@ public:
     void executeEditingCommand(const char* command);
 
 private:
+    Glib::RefPtr<Gtk::DropTarget> makeFileDropTarget();
+
     // The page is sent no message after the handlers are gone, so they go last.
     std::shared_ptr<UserContentController> m_controller;
     GObjectPtr<WebKitWebView> m_view;
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
+    FileDropHandler m_fileDropHandler;
     std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/Localization.h"
+#include "platform/gtk/AccessibleName.h"
 #include "platform/gtk/Application.h"
 #include "platform/gtk/MenuBar.h"
 #include "platform/gtk/WebView.h"
@@ -73,6 +75,7 @@ void Window::addMenuBar()
                                     m_content.webView->executeEditingCommand(command);
                             }});
     m_menuBar = std::make_unique<Gtk::PopoverMenuBar>(makeMenuBarModel(scene));
+    setAccessibleName(*m_menuBar, localized("Menu bar"));
     m_column.prepend(*m_menuBar);
     int width = 0;
     int height = 0;
