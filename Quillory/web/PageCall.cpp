@@ -24,44 +24,40 @@ constexpr char escapeLetter(char character)
     return escapeLetters[static_cast<unsigned char>(character)];
 }
 
-std::string scriptBuffer(const PageCall& call, std::size_t argumentLength)
-{
-    std::string script;
-    script.reserve(call.prefix.size() + argumentLength + suffix.size());
-    script += call.prefix;
-    return script;
 }
 
-}
-
-void escapeForSingleQuotedScript(std::string_view text, std::string& script)
+void escapeForSingleQuotedScript(std::string& text, std::string_view before, std::string_view after)
 {
-    // A block at a time goes through a buffer that stays in the processor's cache.
-    std::array<char, 8192> buffer;
-    for (; !text.empty(); text.remove_prefix(std::min(text.size(), buffer.size() / 2))) {
-        char* out = buffer.data();
-        for (const char character : text.substr(0, buffer.size() / 2)) {
-            const char letter = escapeLetter(character);
-            *out = '\\';
-            out += letter != 0;
-            *out++ = letter != 0 ? letter : character;
-        }
-        script.append(buffer.data(), out);
+    std::size_t escapes = 0;
+    for (const char character : text)
+        escapes += escapeLetter(character) != 0;
+
+    // From the end to the start, so that what is written never overtakes what is still to be read.
+    const auto length = text.size();
+    text.resize(before.size() + length + escapes + after.size());
+    const char* in = text.data() + length;
+    char* out = std::copy_backward(after.begin(), after.end(), text.data() + text.size());
+    while (in != text.data()) {
+        const char character = *--in;
+        const char letter = escapeLetter(character);
+        *--out = letter != 0 ? letter : character;
+        if (letter != 0)
+            *--out = '\\';
     }
+    std::copy_backward(before.begin(), before.end(), out);
 }
 
-std::string scriptForText(const PageCall& call, std::string_view argument)
+std::string scriptForText(const PageCall& call, std::string argument)
 {
-    const auto escapes = std::ranges::count_if(argument, [](char character) { return escapeLetter(character) != 0; });
-    auto script = scriptBuffer(call, argument.size() + static_cast<std::size_t>(escapes));
-    escapeForSingleQuotedScript(argument, script);
-    script += suffix;
-    return script;
+    escapeForSingleQuotedScript(argument, call.prefix, suffix);
+    return argument;
 }
 
 std::string scriptForDataURL(const PageCall& call, const DataURL& argument)
 {
-    auto script = scriptBuffer(call, argument.textLength());
+    std::string script;
+    script.reserve(call.prefix.size() + argument.textLength() + suffix.size());
+    script += call.prefix;
     argument.appendTo(script);
     script += suffix;
     return script;

@@ -9,7 +9,7 @@ namespace quillory::gtk {
 
 namespace {
 
-constexpr std::size_t pieceSize = 4 << 20;
+constexpr std::size_t pieceSize = 1 << 20;
 // One is being evaluated, one is on its way.
 constexpr int mostPiecesUnderWay = 2;
 
