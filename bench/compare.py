@@ -43,7 +43,7 @@ def main():
     parser.add_argument("build")
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("job", nargs="*")
-    options = parser.parse_args()
+    options = parser.parse_intermixed_args()
 
     print("| Job | Unit | Quillory: median (spread) | Floor: median (spread) | Ratio | Limit | |")
     print("|---|---|---|---|---|---|---|")

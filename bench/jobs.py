@@ -142,6 +142,7 @@ def batch(rig):
 RECEIVER = """
 const got = new Promise((resolve) => {
     window.handleNativeFileContent = window.handleNativeImageContent = (text) => {
+        text.charCodeAt(text.length - 1); // it may have come in parts, and counts when it is whole
         const now = Date.now();
         resolve([now, text.length]);
     };

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Value.h"
 
@@ -63,6 +64,10 @@ public:
     // Loads the page, which may read every file below `readAccessRoot` and no other. If that cannot be
     // guaranteed nothing is loaded and one line on standard error says so. Returns at once.
     virtual void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) = 0;
+
+    // Gets the files that the user drops on the page, which the engine keeps from it.
+    using FileDropHandler = std::function<void(const std::vector<std::filesystem::path>& files)>;
+    virtual void setFileDropHandler(FileDropHandler handler) = 0;
 
     // Runs `script` (UTF-8) in the page. `completion` is called exactly once, on a later turn of the
     // main thread, also when the page's process has died.

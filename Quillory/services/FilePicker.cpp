@@ -27,17 +27,21 @@ void showFilePicker(Platform& platform, std::weak_ptr<Page> page)
     panel->setAllowedContentTypes({ContentType::json});
     panel->setMessage(localized("Select a Quillory project file"));
     panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
-        if (response != ModalResponse::ok || !url)
-            return;
-        auto content = readText(*url);
-        if (const auto* error = std::get_if<ReadError>(&content)) {
-            platform.log().print("❌ Error reading file: " + error->description);
-            return;
-        }
-        if (const auto receiver = page.lock())
-            receiver->sendFileContentToPage(std::get<std::string>(std::move(content)));
-        platform.log().print("✅ File loaded: " + url->filename().string());
+        if (response == ModalResponse::ok && url)
+            openProjectFile(platform, page, *url);
     });
+}
+
+void openProjectFile(Platform& platform, const std::weak_ptr<Page>& page, const std::filesystem::path& file)
+{
+    auto content = readText(file);
+    if (const auto* error = std::get_if<ReadError>(&content)) {
+        platform.log().print("❌ Error reading file: " + error->description);
+        return;
+    }
+    if (const auto receiver = page.lock())
+        receiver->sendFileContentToPage(std::get<std::string>(std::move(content)));
+    platform.log().print("✅ File loaded: " + file.filename().string());
 }
 
 }

@@ -16,15 +16,24 @@ namespace {
 const std::array imageTypes {ContentType::png,  ContentType::jpeg, ContentType::gif, ContentType::webP,
                              ContentType::heic, ContentType::bmp,  ContentType::tiff};
 
+auto imageType(const std::filesystem::path& file)
+{
+    return std::ranges::find_if(imageTypes, [extension = pathExtension(file.string())](const ContentType& candidate) {
+        return std::ranges::find(candidate.suffixes, extension) != candidate.suffixes.end();
+    });
+}
+
 }
 
 std::string imageMimeType(const std::filesystem::path& file)
 {
-    const auto extension = pathExtension(file.string());
-    const auto type = std::ranges::find_if(imageTypes, [&](const ContentType& candidate) {
-        return std::ranges::find(candidate.suffixes, extension) != candidate.suffixes.end();
-    });
+    const auto type = imageType(file);
     return type == imageTypes.end() ? ContentType::png.mimeType : type->mimeType;
+}
+
+bool isImageFile(const std::filesystem::path& file)
+{
+    return imageType(file) != imageTypes.end();
 }
 
 void showImagePicker(Platform& platform, std::weak_ptr<Page> page)
@@ -36,18 +45,22 @@ void showImagePicker(Platform& platform, std::weak_ptr<Page> page)
     panel->setAllowedContentTypes({imageTypes.begin(), imageTypes.end()});
     panel->setMessage(localized("Select an image to add to canvas"));
     panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
-        if (response != ModalResponse::ok || !url)
-            return;
-        auto content = readFile(*url);
-        if (const auto* error = std::get_if<ReadError>(&content)) {
-            platform.log().print("❌ Error reading image: " + error->description);
-            return;
-        }
-        if (const auto receiver = page.lock())
-            receiver->sendImageToPage(
-                {imageMimeType(*url), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
-        platform.log().print("✅ Image loaded: " + url->filename().string());
+        if (response == ModalResponse::ok && url)
+            openImageFile(platform, page, *url);
     });
+}
+
+void openImageFile(Platform& platform, const std::weak_ptr<Page>& page, const std::filesystem::path& file)
+{
+    auto content = readFile(file);
+    if (const auto* error = std::get_if<ReadError>(&content)) {
+        platform.log().print("❌ Error reading image: " + error->description);
+        return;
+    }
+    if (const auto receiver = page.lock())
+        receiver->sendImageToPage(
+            {imageMimeType(file), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
+    platform.log().print("✅ Image loaded: " + file.filename().string());
 }
 
 }

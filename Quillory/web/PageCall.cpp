@@ -1,6 +1,7 @@
 #include "web/PageCall.h"
 
 #include <algorithm>
+#include <array>
 
 namespace quillory::web {
 
@@ -8,20 +9,19 @@ namespace {
 
 constexpr std::string_view suffix = "');";
 
-// The letter that stands for a character behind a backslash, 0 for one that needs none.
+// The letter that stands for each character behind a backslash, 0 for one that needs none.
+constexpr auto escapeLetters = [] {
+    std::array<char, 256> letters {};
+    letters['\\'] = '\\';
+    letters['\''] = '\'';
+    letters['\n'] = 'n';
+    letters['\r'] = 'r';
+    return letters;
+}();
+
 constexpr char escapeLetter(char character)
 {
-    switch (character) {
-    case '\\':
-    case '\'':
-        return character;
-    case '\n':
-        return 'n';
-    case '\r':
-        return 'r';
-    default:
-        return 0;
-    }
+    return escapeLetters[static_cast<unsigned char>(character)];
 }
 
 std::string scriptBuffer(const PageCall& call, std::size_t argumentLength)
@@ -36,16 +36,17 @@ std::string scriptBuffer(const PageCall& call, std::size_t argumentLength)
 
 void escapeForSingleQuotedScript(std::string_view text, std::string& script)
 {
-    const auto needsEscape = [](char character) { return escapeLetter(character) != 0; };
-    auto position = text.begin();
-    while (true) {
-        const auto special = std::find_if(position, text.end(), needsEscape);
-        script.append(position, special);
-        if (special == text.end())
-            return;
-        script += '\\';
-        script += escapeLetter(*special);
-        position = special + 1;
+    // A block at a time goes through a buffer that stays in the processor's cache.
+    std::array<char, 8192> buffer;
+    for (; !text.empty(); text.remove_prefix(std::min(text.size(), buffer.size() / 2))) {
+        char* out = buffer.data();
+        for (const char character : text.substr(0, buffer.size() / 2)) {
+            const char letter = escapeLetter(character);
+            *out = '\\';
+            out += letter != 0;
+            *out++ = letter != 0 ? letter : character;
+        }
+        script.append(buffer.data(), out);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "web/WebView.h"
 
+#include "services/FileDrop.h"
 #include "web/Coordinator.h"
 
 namespace quillory::web {
@@ -22,6 +23,8 @@ std::shared_ptr<quillory::WebView> WebView::makeNSView(const Context& context) c
     auto view = m_platform.makeWebView(std::move(configuration));
     view->setNavigationDelegate(context.coordinator);
     context.coordinator->webView = view;
+    view->setFileDropHandler([&platform = m_platform, page = std::weak_ptr<Page>(context.coordinator)](
+                                 const auto& files) { openDroppedFiles(platform, page, files); });
 
     if (const auto resources = m_platform.mainBundle().resourceURL()) {
         const auto folder = *resources / "WebContent";

@@ -308,6 +308,17 @@ TEST_F(CoordinatorTest, HandsAnImageToThePageWithTheTypeOfItsName)
     }
 }
 
+TEST_F(CoordinatorTest, OpensDroppedFilesAsTheirPickersWould)
+{
+    view->dropFiles({folder.write("a.PNG", "ABC"), folder.write("notes.txt", "text"), folder.write("p.json", "{}"),
+                     folder.path() / "gone.png", folder.path() / "gone"});
+    EXPECT_THAT(platform.steps,
+                testing::IsSupersetOf({"log: ✅ Image loaded: a.PNG", "log: ✅ File loaded: p.json",
+                                       "log: ❌ Error reading image: No such file or directory"}));
+    EXPECT_THAT(view->scripts, ElementsAre("window.handleNativeImageContent('data:image/png;base64,QUJD');",
+                                           "window.handleNativeFileContent('{}');"));
+}
+
 TEST_F(CoordinatorTest, DescribesThePickersPanels)
 {
     linesAfter("nativeFilePicker");

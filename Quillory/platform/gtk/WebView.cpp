@@ -63,22 +63,11 @@ gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestR
     return webkit_context_menu_get_n_items(menu) == 0;
 }
 
-std::string describe(const GError& error)
+// The engine starts the page's process when it first needs it, which takes longer than all that the
+// program does at its launch. A script in the empty page that comes first is such a need.
+void launchProcess(WebKitWebView* view)
 {
-    return std::string(g_quark_to_string(error.domain)) + " " + std::to_string(error.code) + ": " + error.message;
-}
-
-void evaluated(GObject* source, GAsyncResult* result, gpointer data)
-{
-    const std::unique_ptr<WebView::EvaluationCompletion> completion(static_cast<WebView::EvaluationCompletion*>(data));
-    GError* error = nullptr;
-    const GObjectPtr<::JSCValue> value(
-        webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error));
-    const GErrorPtr owner(error);
-    // The script ran, its value is of a kind that cannot be handed over, and nobody wants it.
-    const bool unsupportedValue =
-        g_error_matches(error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
-    (*completion)(error == nullptr || unsupportedValue ? std::nullopt : std::optional(describe(*error)));
+    webkit_web_view_evaluate_javascript(view, "", 0, nullptr, nullptr, nullptr, nullptr, nullptr);
 }
 
 }
@@ -90,6 +79,7 @@ WebView::WebView(const WebViewConfiguration& configuration)
     g_signal_connect(webkit_web_view_get_network_session(m_view.get()), "download-started", G_CALLBACK(refuseDownload),
                      nullptr);
     g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
+    launchProcess(m_view.get());
 }
 
 WebView::~WebView() = default;
@@ -118,9 +108,7 @@ void WebView::loadFile(const std::filesystem::path& page, const std::filesystem:
 
 void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)
 {
-    auto boxed = std::make_unique<EvaluationCompletion>(std::move(completion));
-    webkit_web_view_evaluate_javascript(m_view.get(), script.data(), static_cast<gssize>(script.size()), nullptr,
-                                        nullptr, nullptr, evaluated, boxed.release());
+    m_scripts->evaluate(m_view.get(), std::move(script), std::move(completion));
 }
 
 std::unique_ptr<Gtk::Widget> WebView::makeWidget()
@@ -131,7 +119,30 @@ std::unique_ptr<Gtk::Widget> WebView::makeWidget()
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
     gtk_box_append(box->gobj(), widget);
+    box->add_controller(makeFileDropTarget());
     return box;
+}
+
+// Asked before the engine, which would leave the page for the file.
+Glib::RefPtr<Gtk::DropTarget> WebView::makeFileDropTarget()
+{
+    auto target = Gtk::DropTarget::create(GDK_TYPE_FILE_LIST, Gdk::DragAction::COPY);
+    target->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
+    target->signal_drop().connect(
+        [this](const Glib::ValueBase& value, double, double) {
+            std::vector<std::filesystem::path> files;
+            auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value.gobj()));
+            const std::unique_ptr<GSList, decltype(&g_slist_free)> entries(gdk_file_list_get_files(list), g_slist_free);
+            for (auto* entry = entries.get(); entry != nullptr; entry = entry->next) {
+                if (const char* path = g_file_peek_path(G_FILE(entry->data)))
+                    files.emplace_back(path);
+            }
+            if (m_fileDropHandler)
+                m_fileDropHandler(files);
+            return true;
+        },
+        false);
+    return target;
 }
 
 void WebView::grabFocus()

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <gtkmm/droptarget.h>
 #include <gtkmm/widget.h>
 #include <webkit/webkit.h>
 
 #include <memory>
 
 #include "platform/WebView.h"
+#include "platform/gtk/ScriptQueue.h"
 #include "platform/gtk/WebViewConfiguration.h"
 
 namespace quillory::gtk {
@@ -19,6 +21,7 @@ public:
 
     void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) override;
     void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
+    void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
     // A widget that shows the page.
@@ -27,10 +30,14 @@ public:
     void executeEditingCommand(const char* command);
 
 private:
+    Glib::RefPtr<Gtk::DropTarget> makeFileDropTarget();
+
     // The page is sent no message after the handlers are gone, so they go last.
     std::shared_ptr<UserContentController> m_controller;
     GObjectPtr<WebKitWebView> m_view;
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
+    FileDropHandler m_fileDropHandler;
+    std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 
 }

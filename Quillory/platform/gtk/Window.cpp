@@ -42,16 +42,14 @@ bool hasActivationToken(GdkDisplay* display)
 
 Window::Window(Application& application, Size contentSize, unsigned styleMask)
     : m_application(application)
+    , m_hasMenuBar((styleMask & windowMiniaturizable) != 0)
 {
     m_application.gtkApplication().add_window(m_window);
     m_window.set_show_menubar(false);
     m_window.set_hide_on_close(true);
     m_window.set_resizable((styleMask & windowResizable) != 0);
     m_window.set_child(m_column);
-    if ((styleMask & windowMiniaturizable) != 0)
-        addMenuBar();
-    const int menuBarHeight = m_menuBar ? naturalHeight(*m_menuBar) : 0;
-    m_window.set_default_size(pixels(contentSize.width), pixels(contentSize.height) + menuBarHeight);
+    m_window.set_default_size(pixels(contentSize.width), pixels(contentSize.height));
 
     m_window.signal_close_request().connect(
         [this] {
@@ -78,7 +76,11 @@ void Window::addMenuBar()
                             }});
     m_menuBar = std::make_unique<Gtk::PopoverMenuBar>(makeMenuBarModel(scene));
     setAccessibleName(*m_menuBar, localized("Menu bar"));
-    m_column.append(*m_menuBar);
+    m_column.prepend(*m_menuBar);
+    int width = 0;
+    int height = 0;
+    m_window.get_default_size(width, height);
+    m_window.set_default_size(width, height + naturalHeight(*m_menuBar));
     m_window.property_focus_widget().signal_changed().connect([this] { returnFocusFromMenuBar(); });
 }
 
@@ -107,6 +109,9 @@ void Window::setContentView(const FramedView& content)
     m_content.widget->set_vexpand(true);
     m_content.widget->set_hexpand(true);
     m_column.append(*m_content.widget);
+    // Laying out a text waits until the fonts are known: a page's process can start meanwhile.
+    if (m_hasMenuBar && !m_menuBar)
+        addMenuBar();
     setContentMinSize(content.minSize);
     if (m_content.webView)
         m_content.webView->grabFocus();

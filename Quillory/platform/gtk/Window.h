@@ -42,6 +42,7 @@ private:
     GdkSurface* surface() const;
 
     Application& m_application;
+    bool m_hasMenuBar;
     Gtk::ApplicationWindow m_window;
     Gtk::Box m_column {Gtk::Orientation::VERTICAL};
     std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;

@@ -70,6 +70,9 @@ public:
     void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
+    void setFileDropHandler(FileDropHandler handler) override { dropFiles = std::move(handler); }
+
+    FileDropHandler dropFiles;
     std::vector<std::string> scripts;
     std::vector<EvaluationCompletion> completions;
     // The page posts a message; one under a name without a handler goes to any of them.
