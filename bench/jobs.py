@@ -75,14 +75,19 @@ return now;
 ARRIVED = "📥 Native download requested: a.png"
 
 
-def saved_by_shell(rig, target, script, decoded, saved):
+def born(file):
+    """When a file was made, which is when the panel's answer had reached the program."""
+    return float(subprocess.run(["stat", "-c", "%.9W", file], check=True, stdout=subprocess.PIPE).stdout)
+
+
+def saved_by_shell(rig, target, script, decoded, saved, first_file=None):
     with ready(rig.shell(), settled=True) as program:
         number = program.start_script(script)
-        answered = rig.answer(target)
+        rig.answer(target)
         on_disk = program.log.time_of(saved)
         posted = program.result(number) / 1000
         handled = program.log.time_of(decoded)
-        return milliseconds(handled - posted + on_disk - answered), peak(program)
+        return milliseconds(handled - posted + on_disk - born(first_file or target)), peak(program)
 
 
 def arrival_in_floor(rig, script, line):
@@ -127,7 +132,8 @@ def batch(rig):
         for file in folder.iterdir():
             file.unlink()
     clear()
-    ours = saved_by_shell(rig, folder, BATCH, line, f"✅ Saved 200/200 files to: {folder}")
+    ours = saved_by_shell(rig, folder, BATCH, line, f"✅ Saved 200/200 files to: {folder}",
+                          folder / "0.png")
     assert len(list(folder.iterdir())) == 200
     arrival = arrival_in_floor(rig, BATCH, line)
     clear()

@@ -61,9 +61,10 @@ std::optional<std::string> decoded(const Text& text)
 
 gtk::JSCText engineText(const std::string& text)
 {
-    static const gtk::GObjectPtr<JSCContext> context(jsc_context_new());
+    // Never ended: the engine cannot be at the end of the process.
+    static JSCContext* const context = jsc_context_new();
     const gtk::GBytesPtr bytes(g_bytes_new(text.data(), text.size()));
-    return gtk::JSCText(gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context.get(), bytes.get())));
+    return gtk::JSCText(gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context, bytes.get())));
 }
 
 }
