@@ -101,6 +101,7 @@ def test_a_grant_at_once(session, portal, launch):
         session.wait_active(MAIN_WINDOW)
         assert app.quit() == 0
         desktop.wait_call("Close")
+        other.log.wait("active", after=2)
         assert other.log.lines == ["active", "inactive", "active"]
 
 

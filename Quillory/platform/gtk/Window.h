@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "platform/Window.h"
+#include "platform/gtk/FirstFrame.h"
 #include "platform/gtk/ViewRenderer.h"
 #include "platform/gtk/X11Placement.h"
 
@@ -44,6 +45,7 @@ private:
     Application& m_application;
     bool m_hasMenuBar;
     Gtk::ApplicationWindow m_window;
+    FirstFrame m_firstFrame {m_window};
     Gtk::Box m_column {Gtk::Orientation::VERTICAL};
     std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
     RenderedView m_content;
