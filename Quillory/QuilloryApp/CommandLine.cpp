@@ -35,8 +35,7 @@ std::string version(const Bundle& bundle)
 CommandLineAnswer unexpected(std::string_view argument)
 {
     const auto shown = posix::escapedLogLine(argument);
-    return {usageError,
-            "quillory: " + localized("unexpected argument “{}”; try “quillory --help”", shown) + "\n"};
+    return {usageError, "quillory: " + localized("unexpected argument “{}”; try “quillory --help”", shown) + "\n"};
 }
 
 }

@@ -10,7 +10,7 @@ namespace quillory {
 
 // What the program says to its command line instead of running.
 struct CommandLineAnswer {
-    int status;       // 0, or 2 when the command line is wrong
+    int status; // 0, or 2 when the command line is wrong
     std::string text; // for standard output, or for standard error when the command line is wrong
 };
 

@@ -12,7 +12,6 @@ inline constexpr const char* licenceLabel = localizable("Licence agreement");
 inline constexpr const char* licenceURL = "https://quillory.example/licence";
 inline constexpr const char* notice = localizable("© 2026 the Quillory team");
 inline constexpr const char* country = localizable("Made in Switzerland");
-inline constexpr const char* disclaimer =
-    localizable("Provided as is, without warranty, as far as the law allows.");
+inline constexpr const char* disclaimer = localizable("Provided as is, without warranty, as far as the law allows.");
 
 }

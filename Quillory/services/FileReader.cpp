@@ -10,6 +10,17 @@
 
 namespace quillory {
 
+namespace {
+
+// A text becomes a script in the buffer that it was read into: room for the rest of the script and for as
+// many escapes as usual. It takes memory only when it is used.
+std::size_t roomFor(std::size_t size)
+{
+    return 128 + size / 4;
+}
+
+}
+
 std::variant<std::string, ReadError> readFile(const std::filesystem::path& path)
 {
     const auto failure = [](int error) { return ReadError {std::generic_category().message(error)}; };
@@ -25,7 +36,9 @@ std::variant<std::string, ReadError> readFile(const std::filesystem::path& path)
         return ReadError {"Not a regular file"};
 
     std::string content;
-    content.resize(static_cast<std::size_t>(status.st_size));
+    const auto size = static_cast<std::size_t>(status.st_size);
+    content.reserve(size + roomFor(size));
+    content.resize(size);
     std::size_t position = 0;
     while (position < content.size()) {
         const auto got = read(file.get(), content.data() + position, content.size() - position);

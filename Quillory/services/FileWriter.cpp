@@ -27,29 +27,45 @@ std::string describe(int error)
 // One place in the file system, relative to a folder that is open already or to the working directory.
 class Target {
 public:
-    Target(int folder, std::string name, std::uint64_t resolve)
+    enum class Confined { no, toFolder };
+
+    Target(int folder, std::string name, Confined confined)
         : m_folder(folder)
         , m_name(std::move(name))
-        , m_resolve(resolve)
+        , m_confined(confined)
     {
     }
 
     // Never waits for the other end of a pipe, and never makes a terminal ours.
     FileDescriptor open(int flags) const
     {
-        open_how how {};
-        how.flags = static_cast<std::uint64_t>(flags | O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-        how.mode = (flags & O_CREAT) != 0 ? 0666 : 0;
-        how.resolve = m_resolve;
-        return FileDescriptor(static_cast<int>(syscall(SYS_openat2, m_folder, m_name.c_str(), &how, sizeof how)));
+        flags |= O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+        return m_confined == Confined::toFolder ? openBeneath(flags) : openAt(flags);
     }
 
     void remove() const { unlinkat(m_folder, m_name.c_str(), 0); }
 
 private:
+    FileDescriptor openAt(int flags) const { return FileDescriptor(openat(m_folder, m_name.c_str(), flags, fileMode)); }
+
+    FileDescriptor openBeneath(int flags) const
+    {
+        open_how how {};
+        how.flags = static_cast<std::uint64_t>(flags);
+        how.mode = (flags & O_CREAT) != 0 ? fileMode : 0;
+        how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+        FileDescriptor file(static_cast<int>(syscall(SYS_openat2, m_folder, m_name.c_str(), &how, sizeof how)));
+        // Where the kernel cannot watch the way, a name without one is still safe if it is no link.
+        if (!file && errno == ENOSYS && m_name.find('/') == std::string::npos && m_name != "..")
+            return openAt(flags | O_NOFOLLOW);
+        return file;
+    }
+
+    static constexpr mode_t fileMode = 0666;
+
     int m_folder;
     std::string m_name;
-    std::uint64_t m_resolve;
+    Confined m_confined;
 };
 
 // Setting blocks aside does not ask whether the process may write that far.
@@ -138,7 +154,7 @@ std::optional<std::string> write(const Target& target, std::span<const std::byte
 
 std::optional<std::string> writeFile(const fs::path& path, std::span<const std::byte> bytes)
 {
-    return write(Target(AT_FDCWD, path, 0), bytes);
+    return write(Target(AT_FDCWD, path, Target::Confined::no), bytes);
 }
 
 std::optional<std::string> writeFileInFolder(const fs::path& folder, const std::string& name,
@@ -147,7 +163,7 @@ std::optional<std::string> writeFileInFolder(const fs::path& folder, const std::
     const FileDescriptor directory(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!directory)
         return describe(errno);
-    return write(Target(directory.get(), name, RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS), bytes);
+    return write(Target(directory.get(), name, Target::Confined::toFolder), bytes);
 }
 
 }

@@ -51,9 +51,7 @@ void WebView::Coordinator::handleNativeImagePicker()
 
 void WebView::Coordinator::sendFileContentToPage(std::string content)
 {
-    auto script = scriptForText(fileContentCall, content);
-    content = {};
-    evaluate(fileContentCall, std::move(script));
+    evaluate(fileContentCall, scriptForText(fileContentCall, std::move(content)));
 }
 
 void WebView::Coordinator::sendImageToPage(DataURL image)
@@ -65,9 +63,7 @@ void WebView::Coordinator::sendImageToPage(DataURL image)
 
 void WebView::Coordinator::sendPasteContentToPage(std::string content)
 {
-    auto script = scriptForText(pasteContentCall, content);
-    content = {};
-    evaluate(pasteContentCall, std::move(script));
+    evaluate(pasteContentCall, scriptForText(pasteContentCall, std::move(content)));
 }
 
 void WebView::Coordinator::evaluate(const PageCall& call, std::string script)

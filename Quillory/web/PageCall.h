@@ -22,12 +22,14 @@ inline constexpr PageCall imageCall {"window.handleNativeImageContent('", "✅ I
 inline constexpr PageCall pasteContentCall {"window.handleNativePasteContent('", "✅ Paste content sent to JavaScript",
                                             "❌ JavaScript paste error: "};
 
-// Appends `text` so that a single-quoted script literal has exactly that value: backslashes,
-// apostrophes, line feeds and carriage returns get a backslash, all else stays.
-void escapeForSingleQuotedScript(std::string_view text, std::string& script);
+// Makes of `text` what a single-quoted script literal needs in order to have exactly that value:
+// backslashes, apostrophes, line feeds and carriage returns get a backslash, all else stays. `before` and
+// `after` are put around it. A text that has room for all that is rewritten where it is.
+void escapeForSingleQuotedScript(std::string& text, std::string_view before, std::string_view after);
 
-// The whole script, built in one buffer of its final size.
-std::string scriptForText(const PageCall& call, std::string_view argument);
+// The whole script, in the buffer of `argument` if that has the room, else in one of its final size.
+std::string scriptForText(const PageCall& call, std::string argument);
+// The whole script, in one buffer of its final size.
 std::string scriptForDataURL(const PageCall& call, const DataURL& argument);
 
 }

@@ -20,14 +20,18 @@ class AccessibilityBus:
         self._desktop = desktop
         self._process = subprocess.Popen([LAUNCHER, "--launch-immediately"], env=desktop.env,
                                          stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        wait_for(lambda: "true" in desktop.run(
+        wait_for(lambda: "true" in self._run(
             "gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/",
             "--method", "org.freedesktop.DBus.NameHasOwner", "org.a11y.Bus"), "the accessibility bus")
         self.environment = {"GTK_A11Y": "atspi"}
 
     def tree(self, program="com.quillory.Quillory"):
         """Nodes with `role`, `name`, `focusable`, `focused`, `extents` and `children`."""
-        return json.loads(self._desktop.run("/usr/bin/python3", __file__, program))
+        return json.loads(self._run("/usr/bin/python3", __file__, program))
+
+    def _run(self, *command):
+        return subprocess.run(command, env=self._desktop.env, capture_output=True, text=True, timeout=30,
+                              check=True).stdout
 
     def close(self):
         self._process.terminate()

@@ -1,10 +1,10 @@
 """From the launch to the end of the run: one instance, order of the log, window size, termination."""
 import fcntl
 import os
+import pathlib
 import shutil
 import signal
 import subprocess
-import time
 
 import pytest
 
@@ -66,11 +66,9 @@ def test_every_ending_is_orderly(launch, desktop, how):
 
 
 def second_launch(desktop, app):
-    started = time.monotonic()
     second = Application(desktop, app.tree.binary, app.page_folder)
     assert second.wait_exit() == 0
     assert second.log.lines == [] and second.own_errors() == []
-    return time.monotonic() - started
 
 
 @pytest.mark.parametrize("state", ["behind", "hidden", "minimised"])
@@ -89,7 +87,7 @@ def test_second_launch_raises_the_first(launch, desktop, state):
         wait_for(lambda: "Iconic" in desktop.run("xprop", "-id", window, "WM_STATE"), "the window to be minimised")
     other, _ = desktop.other_program()
     try:
-        assert second_launch(desktop, app) < 1
+        second_launch(desktop, app)
         assert app.window() == window
         desktop.wait_active(window)
         wait_for(lambda: desktop.geometry(window) == place, "the window to be where it was")
@@ -133,7 +131,18 @@ def test_lock_file_that_cannot_be_opened(launch, tmp_path):
         assert app.log.lines == []
 
 
-def test_without_a_session_bus(launch, desktop):
+@pytest.fixture
+def no_traces_of_the_engine():
+    """Run by root and without a bus, the engine's sandbox leaves an empty file behind, and toolkits that find it take
+    every program for a sandboxed one."""
+    trace = pathlib.Path("/.flatpak-info")
+    was_there = trace.exists()
+    yield
+    if not was_there:
+        trace.unlink(missing_ok=True)
+
+
+def test_without_a_session_bus(launch, desktop, no_traces_of_the_engine):
     app = launch(env={"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"})
     app.log.wait(STATUS_REPORT[-1])
     assert app.own_lines() == LAUNCH + STATUS_REPORT

@@ -2,6 +2,7 @@
 import configparser
 import json
 import os
+import pathlib
 import re
 import shutil
 import signal
@@ -58,7 +59,12 @@ def test_descriptions_agree_with_the_program(installed):
     assert metainfo.findtext("id") == info["CFBundleIdentifier"]
     assert metainfo.findtext("launchable") == f"{APP_ID}.desktop"
     assert metainfo.find("releases/release").get("version") == info["CFBundleShortVersionString"]
-    assert metainfo.find("content_rating") is not None and metainfo.findall("screenshots/screenshot/image")
+    assert metainfo.find("content_rating") is not None
+    images = metainfo.findall("screenshots/screenshot/image")
+    assert images
+    for image in images:
+        file = pathlib.Path(__file__).parents[2] / "packaging/screenshots" / image.text.rsplit("/", 1)[1]
+        assert run("identify", "-format", "%w %h", file).stdout == f"{image.get('width')} {image.get('height')}"
 
 
 @pytest.mark.parametrize("arguments, status, output, error", [

@@ -35,7 +35,7 @@ std::vector<std::string> items(const fake::FakePlatform& platform)
     const auto& column = std::get<StackView>(view);
     EXPECT_EQ(column.spacing, 16);
     EXPECT_EQ(column.verticalPadding, 24);
-    EXPECT_EQ(column.fixedSize, (Size{400, 550}));
+    EXPECT_EQ(column.fixedSize, (Size {400, 550}));
     std::vector<std::string> lines;
     for (const auto& child : column.children)
         lines.push_back(describe(child));
@@ -51,8 +51,8 @@ TEST(AboutView, ShowsItsItemsFromTopToBottom)
     using testing::HasSubstr;
     EXPECT_THAT(items(platform),
                 testing::ElementsAre("icon", "Quillory", "Version 1.0 (1)", "separator 40", HasSubstr("[link https://"),
-                                     "separator 40", "[Global Hotkey][badge ⌘ ⇧ E][Brings app to front]", "separator 40",
-                                     HasSubstr("©"), "separator 40", HasSubstr("warranty"), "spacer"));
+                                     "separator 40", "[Global Hotkey][badge ⌘ ⇧ E][Brings app to front]",
+                                     "separator 40", HasSubstr("©"), "separator 40", HasSubstr("warranty"), "spacer"));
 }
 
 TEST(AboutView, LeavesOutAVersionLineThatWouldNotBeComplete)

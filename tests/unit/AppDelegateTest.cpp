@@ -53,7 +53,7 @@ protected:
 
 TEST_F(AppDelegateTest, LaunchesInOrder)
 {
-    platform.screen = Screen{{2000, 1200}};
+    platform.screen = Screen {{2000, 1200}};
     platform.resources = folder.path();
     std::filesystem::create_directory(folder.path() / "WebContent");
     folder.write("WebContent/index.html", "");
@@ -61,13 +61,14 @@ TEST_F(AppDelegateTest, LaunchesInOrder)
         EXPECT_FALSE(lockIsFree());
         EXPECT_THAT(platform.steps,
                     ElementsAre("check trust with prompt", "make tap", "add source", "enable tap",
-                                "log: Global hotkey Cmd+Shift+E registered", "after 500 ms", "window 1800x1080 style 15",
-                                "title Quillory", "content", "preference allowFileAccessFromFileURLs on",
-                                "handler nativeDownload", "handler nativeBatchDownload", "handler nativeFilePicker",
-                                "handler nativeImagePicker", "handler nativeCopy", "handler nativePaste", "web view",
-                                "navigation delegate", "load index.html of WebContent", "min size 800x800", "center",
-                                "delegate", "makeKeyAndOrderFront", "log: Main window created"));
-        EXPECT_EQ(platform.window(0).view->minSize, (Size{800, 800}));
+                                "log: Global hotkey Cmd+Shift+E registered", "after 500 ms",
+                                "window 1800x1080 style 15", "title Quillory", "content",
+                                "preference allowFileAccessFromFileURLs on", "handler nativeDownload",
+                                "handler nativeBatchDownload", "handler nativeFilePicker", "handler nativeImagePicker",
+                                "handler nativeCopy", "handler nativePaste", "web view", "navigation delegate",
+                                "load index.html of WebContent", "min size 800x800", "center", "delegate",
+                                "makeKeyAndOrderFront", "log: Main window created"));
+        EXPECT_EQ(platform.window(0).view->minSize, (Size {800, 800}));
         platform.steps.clear();
         platform.delayed.front().second();
         EXPECT_THAT(platform.lines(), Contains("=== HotkeyManager Status ==="));
@@ -83,8 +84,8 @@ TEST_F(AppDelegateTest, SizesTheMainWindowFromTheScreen)
         std::optional<Screen> screen;
         const char* step;
     } cases[] = {
-        {Screen{{1000, 700}}, "window 900x800 style 15"},
-        {Screen{{800, 1200}}, "window 800x1080 style 15"},
+        {Screen {{1000, 700}}, "window 900x800 style 15"},
+        {Screen {{800, 1200}}, "window 800x1080 style 15"},
         {std::nullopt, "window 1400x900 style 15"},
     };
     for (const auto& [screen, step] : cases) {
@@ -113,8 +114,7 @@ TEST_F(AppDelegateTest, HandsOverToTheRunningInstance)
     ASSERT_EQ(flock(held.get(), LOCK_EX), 0);
     platform.otherInstances = 2;
     EXPECT_EQ(run(), 0);
-    EXPECT_THAT(platform.steps,
-                ElementsAre("look for com.quillory.Quillory", "activate other instance", "terminate"));
+    EXPECT_THAT(platform.steps, ElementsAre("look for com.quillory.Quillory", "activate other instance", "terminate"));
 
     platform.steps.clear();
     platform.otherInstances = 0;
@@ -168,8 +168,9 @@ TEST_F(AppDelegateTest, HidesTheMainWindowAndShowsItAgain)
                 EXPECT_EQ(steps.at(1), "deminiaturize");
                 steps.erase(steps.begin() + 1);
             }
-            EXPECT_THAT(steps, ElementsAre("activate ignoring others", "visible", "orderFrontRegardless",
-                                           "makeKeyAndOrderFront", "activate ignoring others"));
+            EXPECT_THAT(steps,
+                        ElementsAre("activate ignoring others", "visible", "orderFrontRegardless",
+                                    "makeKeyAndOrderFront", "activate ignoring others"));
         }
         EXPECT_EQ(platform.windows.size(), 1U);
     });
@@ -179,7 +180,7 @@ TEST_F(AppDelegateTest, ComesToTheFrontOnTheHotkeyThroughTheMainQueue)
 {
     run([&](auto&, const auto&) {
         const auto tap = platform.tap.lock();
-        const TapEvent chord{keyCodeE, EventFlags::command | EventFlags::shift};
+        const TapEvent chord {keyCodeE, EventFlags::command | EventFlags::shift};
         const auto start = platform.steps.size();
         EXPECT_EQ(tap->callback(nullptr, EventType::keyDown, &chord, tap->userData), nullptr);
         EXPECT_THAT(stepsSince(start), testing::IsEmpty());
@@ -210,8 +211,9 @@ TEST_F(AppDelegateTest, ShowsOneAboutWindowThroughTheReplacedMenuItem)
 
         auto start = platform.steps.size();
         about.action();
-        EXPECT_THAT(stepsSince(start), ElementsAre("window 400x550 style 3", "title About Quillory", "content", "center",
-                                                   "makeKeyAndOrderFront", "activate"));
+        EXPECT_THAT(stepsSince(start),
+                    ElementsAre("window 400x550 style 3", "title About Quillory", "content", "center",
+                                "makeKeyAndOrderFront", "activate"));
         EXPECT_EQ(platform.window(1).delegate, nullptr);
         EXPECT_TRUE(platform.window(0).delegate->windowShouldClose(platform.window(1)));
         start = platform.steps.size();

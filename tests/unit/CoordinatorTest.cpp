@@ -60,14 +60,14 @@ protected:
 
 PlainValue file(const std::string& name, const std::string& data)
 {
-    return Object{{"filename", name}, {"data", data}};
+    return Object {{"filename", name}, {"data", data}};
 }
 
 }
 
 TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
 {
-    const PlainValue number = PlainValue::Number{1};
+    const PlainValue number = PlainValue::Number {1};
     const struct {
         const char* message;
         const char* line;
@@ -75,18 +75,18 @@ TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
     } cases[] = {
         {"nativeDownload",
          "❌ Invalid download message",
-         {PlainValue(), true, number, "text", Array{}, Object{}, Object{{"filename", "a.png"}}, Object{{"data", ",QUJD"}},
-          Object{{"filename", "a.png"}, {"data", ",QUJD"}, {"size", number}},
-          Object{{"filename", "a.png"}, {"data", PlainValue()}}, Object{{"filename", number}, {"data", ",QUJD"}}}},
+         {PlainValue(), true, number, "text", Array {}, Object {}, Object {{"filename", "a.png"}},
+          Object {{"data", ",QUJD"}}, Object {{"filename", "a.png"}, {"data", ",QUJD"}, {"size", number}},
+          Object {{"filename", "a.png"}, {"data", PlainValue()}}, Object {{"filename", number}, {"data", ",QUJD"}}}},
         {"nativeBatchDownload",
          "❌ Invalid batch download message",
-         {PlainValue(), "text", Array{}, Object{}, Object{{"file", Array{}}}, Object{{"files", "text"}},
-          Object{{"files", Object{}}}, Object{{"files", Array{file("a", ",QUJD"), number}}},
-          Object{{"files", Array{Object{{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}}}},
+         {PlainValue(), "text", Array {}, Object {}, Object {{"file", Array {}}}, Object {{"files", "text"}},
+          Object {{"files", Object {}}}, Object {{"files", Array {file("a", ",QUJD"), number}}},
+          Object {{"files", Array {Object {{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}}}},
         {"nativeCopy",
          "❌ Invalid copy message",
-         {PlainValue(), "text", Array{}, Object{}, Object{{"text", "x"}}, Object{{"data", number}},
-          Object{{"data", "x"}, {"count", number}}}},
+         {PlainValue(), "text", Array {}, Object {}, Object {{"text", "x"}}, Object {{"data", number}},
+          Object {{"data", "x"}, {"count", number}}}},
     };
     for (const auto& [message, line, bodies] : cases) {
         for (const auto& body : bodies) {
@@ -115,8 +115,9 @@ TEST_F(CoordinatorTest, ShowsPickersAfterTheMessageWasHandled)
 
 TEST_F(CoordinatorTest, SavesADownloadWhereTheUserSays)
 {
-    EXPECT_THAT(linesAfter("nativeDownload", Object{{"filename", "logo.png"}, {"data", "xyz,QUJD"}, {"note", "extra"}}),
-                ElementsAre("📥 Native download requested: logo.png", "✅ Decoded 3 bytes"));
+    EXPECT_THAT(
+        linesAfter("nativeDownload", Object {{"filename", "logo.png"}, {"data", "xyz,QUJD"}, {"note", "extra"}}),
+        ElementsAre("📥 Native download requested: logo.png", "✅ Decoded 3 bytes"));
     const auto path = folder.write("logo.png", "something longer that was there before");
     EXPECT_THAT(choose(path), ElementsAre("✅ File saved to: " + path.string()));
     EXPECT_EQ(folder.read("logo.png"), "ABC");
@@ -140,13 +141,19 @@ TEST_F(CoordinatorTest, LimitsTheSavePanelByTheNamesExtension)
         const char* name;
         const char* types;
     } cases[] = {
-        {"Logo.PNG", "image/png"}, {"photo.jpg", "image/jpeg"},     {"photo.JPEG", "image/jpeg"}, {"a.b.pdf", "application/pdf"},
-        {"p.json", "application/json"}, {"notes.txt", nullptr}, {"README", nullptr},         {"v1.0/png", nullptr},
+        {"Logo.PNG", "image/png"},
+        {"photo.jpg", "image/jpeg"},
+        {"photo.JPEG", "image/jpeg"},
+        {"a.b.pdf", "application/pdf"},
+        {"p.json", "application/json"},
+        {"notes.txt", nullptr},
+        {"README", nullptr},
+        {"v1.0/png", nullptr},
         {"dot.", nullptr},
     };
     for (const auto& [name, types] : cases) {
         linesAfter("nativeDownload", file(name, ","));
-        std::map<std::string, std::string> settings{{"name", name}, {"create directories", "yes"}};
+        std::map<std::string, std::string> settings {{"name", name}, {"create directories", "yes"}};
         if (types != nullptr)
             settings["types"] = types;
         EXPECT_EQ(takePanel().settings, settings);
@@ -162,7 +169,7 @@ TEST_F(CoordinatorTest, EndsSilentlyWhenAPanelIsCancelled)
         takePanel().completion(ModalResponse::ok, std::nullopt);
         EXPECT_THAT(platform.steps, IsEmpty()) << message;
     }
-    linesAfter("nativeBatchDownload", Object{{"files", Array{file("a.png", ",QUJD")}}});
+    linesAfter("nativeBatchDownload", Object {{"files", Array {file("a.png", ",QUJD")}}});
     takePanel().completion(ModalResponse::cancel, folder.path());
     EXPECT_THAT(platform.steps, IsEmpty());
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
@@ -182,11 +189,11 @@ TEST_F(CoordinatorTest, SavesABatchIntoOneFolder)
         return "❌ Error saving " + name + ": The name leads out of the chosen folder";
     };
 
-    const Array files{
+    const Array files {
         file("old.txt", ",QUJD"),
-        Object{},
-        Object{{"filename", "no data"}},
-        Object{{"data", ",QUJD"}},
+        Object {},
+        Object {{"filename", "no data"}},
+        Object {{"data", ",QUJD"}},
         file("no comma", "QUJD"),
         file("not base64", ",QUJ"),
         file("same", ",QUJD"),
@@ -201,15 +208,15 @@ TEST_F(CoordinatorTest, SavesABatchIntoOneFolder)
         file("link-to-file", ",QUJD"),
         file("is-a-folder", ",QUJD"),
     };
-    EXPECT_THAT(linesAfter("nativeBatchDownload", Object{{"files", files}}),
+    EXPECT_THAT(linesAfter("nativeBatchDownload", Object {{"files", files}}),
                 ElementsAre("📥 Batch download requested: 17 files"));
     EXPECT_EQ(platform.panels.front()->settings,
-              (std::map<std::string, std::string>{{"files", "no"},
-                                                  {"directories", "yes"},
-                                                  {"multiple", "no"},
-                                                  {"create directories", "yes"},
-                                                  {"message", "Choose a folder to save 17 files"},
-                                                  {"prompt", "Save Here"}}));
+              (std::map<std::string, std::string> {{"files", "no"},
+                                                   {"directories", "yes"},
+                                                   {"multiple", "no"},
+                                                   {"create directories", "yes"},
+                                                   {"message", "Choose a folder to save 17 files"},
+                                                   {"prompt", "Save Here"}}));
     EXPECT_THAT(choose(folder.path()),
                 ElementsAre("❌ Error saving missing/file: No such file or directory", leaving("../outside"),
                             leaving("/absolute"), leaving("link/outside"), leaving("link-to-file"),
@@ -226,7 +233,7 @@ TEST_F(CoordinatorTest, SavesABatchIntoOneFolder)
 
 TEST_F(CoordinatorTest, SavesAnEmptyBatch)
 {
-    EXPECT_THAT(linesAfter("nativeBatchDownload", Object{{"files", Array{}}}),
+    EXPECT_THAT(linesAfter("nativeBatchDownload", Object {{"files", Array {}}}),
                 ElementsAre("📥 Batch download requested: 0 files"));
     EXPECT_THAT(choose(folder.path()), ElementsAre("✅ Saved 0/0 files to: " + folder.path().string()));
 }
@@ -303,8 +310,8 @@ TEST_F(CoordinatorTest, HandsAnImageToThePageWithTheTypeOfItsName)
         view->scripts.clear();
         choose(path);
         EXPECT_THAT(platform.steps, ElementsAre("evaluate", std::string("log: ✅ Image loaded: ") + name));
-        EXPECT_THAT(view->scripts, ElementsAre(std::string("window.handleNativeImageContent('data:") + mimeType
-                                               + ";base64,QUJD');"));
+        EXPECT_THAT(view->scripts,
+                    ElementsAre(std::string("window.handleNativeImageContent('data:") + mimeType + ";base64,QUJD');"));
     }
 }
 
@@ -315,14 +322,15 @@ TEST_F(CoordinatorTest, OpensDroppedFilesAsTheirPickersWould)
     EXPECT_THAT(platform.steps,
                 testing::IsSupersetOf({"log: ✅ Image loaded: a.PNG", "log: ✅ File loaded: p.json",
                                        "log: ❌ Error reading image: No such file or directory"}));
-    EXPECT_THAT(view->scripts, ElementsAre("window.handleNativeImageContent('data:image/png;base64,QUJD');",
-                                           "window.handleNativeFileContent('{}');"));
+    EXPECT_THAT(view->scripts,
+                ElementsAre("window.handleNativeImageContent('data:image/png;base64,QUJD');",
+                            "window.handleNativeFileContent('{}');"));
 }
 
 TEST_F(CoordinatorTest, DescribesThePickersPanels)
 {
     linesAfter("nativeFilePicker");
-    const std::map<std::string, std::string> common{{"files", "yes"}, {"directories", "no"}, {"multiple", "no"}};
+    const std::map<std::string, std::string> common {{"files", "yes"}, {"directories", "no"}, {"multiple", "no"}};
     auto project = common;
     project.insert({{"message", "Select a Quillory project file"}, {"types", "application/json"}});
     EXPECT_EQ(takePanel().settings, project);
@@ -363,12 +371,13 @@ TEST_F(CoordinatorTest, CopiesUnderBothTypesAfterClearing)
 {
     platform.generalPasteboard().strings["image"] = "of somebody else";
     for (const std::string text : {"", "it's {\"type\": 1}"}) {
-        linesAfter("nativeCopy", Object{{"data", text}});
+        linesAfter("nativeCopy", Object {{"data", text}});
         EXPECT_THAT(platform.steps,
                     ElementsAre("clear pasteboard", "copy as com.quillory.object", "copy as public.utf8-plain-text",
                                 "log: 📋 Copied to native pasteboard"));
-        EXPECT_EQ(platform.generalPasteboard().strings,
-                  (std::map<std::string, std::string>{{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
+        EXPECT_EQ(
+            platform.generalPasteboard().strings,
+            (std::map<std::string, std::string> {{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
     }
 }
 
@@ -388,13 +397,19 @@ TEST_F(CoordinatorTest, PastesTheFirstThingThatTheCanvasCanTake)
         {{{object, "own"}, {string, canvas}}, image, "📥 Pasted Quillory object from pasteboard", pasted + "own');"},
         {{{object, ""}}, image, "📥 Pasted Quillory object from pasteboard", pasted + "');"},
         {{{string, canvas}}, image, "📥 Pasted JSON object from pasteboard", pasted + canvas + "');"},
-        {{{string, R"("type" "objects")"}}, nullptr, "📥 Pasted JSON object from pasteboard",
+        {{{string, R"("type" "objects")"}},
+         nullptr,
+         "📥 Pasted JSON object from pasteboard",
          pasted + R"("type" "objects"');)"},
-        {{{string, R"({"Type":1,"left":1})"}}, image, "📥 Pasted image from pasteboard",
+        {{{string, R"({"Type":1,"left":1})"}},
+         image,
+         "📥 Pasted image from pasteboard",
          "window.handleNativeImageContent('data:image/png;base64,UE5H');"},
         {{{string, R"({"type":1,"right":1})"}}, nullptr, nullptr, ""},
         {{{string, "type left objects"}}, nullptr, nullptr, ""},
-        {{{string, ""}}, image, "📥 Pasted image from pasteboard",
+        {{{string, ""}},
+         image,
+         "📥 Pasted image from pasteboard",
          "window.handleNativeImageContent('data:image/png;base64,UE5H');"},
         {{}, nullptr, nullptr, ""},
     };

@@ -15,7 +15,7 @@ struct DataURLCase {
     std::optional<std::string> bytes;
 };
 
-inline const std::vector<DataURLCase> dataURLCases{
+inline const std::vector<DataURLCase> dataURLCases {
     {"data:text/plain;base64,QUJD", "ABC"},
     {"xyz,QUJD", "ABC"},
     {",QUJD", "ABC"},

@@ -18,7 +18,7 @@ TEST(DataURL, EncodesEveryLengthAndEveryByte)
 {
     std::string bytes;
     for (int i = 0; i < 300; ++i) {
-        const DataURL url{"image/png", std::make_shared<StringBytes>(bytes)};
+        const DataURL url {"image/png", std::make_shared<StringBytes>(bytes)};
         std::string text;
         url.appendTo(text);
         EXPECT_TRUE(text.starts_with("data:image/png;base64,"));

@@ -24,7 +24,7 @@ public:
     {
         std::signal(SIGXFSZ, SIG_IGN);
         getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit limit{size, m_old.rlim_max};
+        const rlimit limit {size, m_old.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
     FileSizeLimit(const FileSizeLimit&) = delete;
@@ -32,7 +32,7 @@ public:
     ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_old); }
 
 private:
-    rlimit m_old{};
+    rlimit m_old {};
 };
 
 }
@@ -50,7 +50,7 @@ TEST(FileWriter, ReplacesTheContentAndKeepsTheFile)
         EXPECT_EQ(writeFile(folder.path() / "soft", bytesOf(content)), std::nullopt);
         EXPECT_EQ(folder.read("hard"), content);
         EXPECT_TRUE(std::filesystem::is_symlink(folder.path() / "soft"));
-        struct stat status {};
+        struct stat status { };
         stat(path.c_str(), &status);
         EXPECT_EQ(status.st_mode & 0777U, 0640U);
     }

@@ -25,7 +25,7 @@ protected:
     }
 
 private:
-    GObjectPtr<JSCContext> m_context{jsc_context_new()};
+    GObjectPtr<JSCContext> m_context {jsc_context_new()};
 };
 
 }
@@ -43,7 +43,7 @@ TEST_F(Engine, KeepsDecodedBytesInPlaceUntilTheyAreReleased)
     const auto bytes = source->base64AfterFirstComma();
     source.reset();
     EXPECT_EQ(bytes->span().size(), megabytes.size() / 4 * 3);
-    EXPECT_TRUE(std::ranges::all_of(bytes->span(), [](std::byte byte) { return byte == std::byte{0}; }));
+    EXPECT_TRUE(std::ranges::all_of(bytes->span(), [](std::byte byte) { return byte == std::byte {0}; }));
 }
 
 TEST_F(Engine, GivesTextsAsUTF8)
@@ -68,9 +68,10 @@ TEST_F(Engine, TellsTheKindsApart)
         const char* script;
         Value::Kind kind;
     } cases[] = {
-        {"null", null},     {"undefined", null}, {"true", boolean},    {"1.5", number}, {"NaN", number},
-        {"'text'", text},   {"[]", array},       {"[1, 'a']", array},  {"({})", object}, {"new Date()", null},
-        {"({length: 3})", object},
+        {"null", null},       {"undefined", null},       {"true", boolean},
+        {"1.5", number},      {"NaN", number},           {"'text'", text},
+        {"[]", array},        {"[1, 'a']", array},       {"({})", object},
+        {"new Date()", null}, {"({length: 3})", object},
     };
     for (const auto& [script, kind] : cases)
         EXPECT_EQ(evaluate(script).kind(), kind) << script;
@@ -111,7 +112,7 @@ TEST_F(Engine, ReadsTheHolesOfAListAsNothing)
 {
     const auto list = evaluate("new Array(4294967295)");
     EXPECT_EQ(list.size(), 4294967295U);
-    EXPECT_EQ(list.at(std::size_t{7})->kind(), Value::Kind::null);
+    EXPECT_EQ(list.at(std::size_t {7})->kind(), Value::Kind::null);
 }
 
 }

@@ -19,7 +19,9 @@ TEST(StandardLog, KeepsOneEventOnOneLine)
         {"✅ Decoded 3 bytes", "✅ Decoded 3 bytes"},
         {"name\nwith\r\n\tlines", R"(name\nwith\r\n\tlines)"},
         {std::string("nul\0 \x1b[31m \x7f", 12), R"(nul\x00 \x1b[31m \x7f)"},
-        {"next\xC2\x85line \xC2\xA0 ä", R"(next\x85line)" " \xC2\xA0 ä"},
+        {"next\xC2\x85line \xC2\xA0 ä",
+         R"(next\x85line)"
+         " \xC2\xA0 ä"},
         {"broken \xFF\xE2\x82 path \xED\xA0\x80.", R"(broken \xff\xe2\x82 path \xed\xa0\x80.)"},
     };
     for (const auto& [text, line] : cases)
@@ -57,9 +59,12 @@ TEST(InstalledBundle, ReadsStringsOfItsInformationFile)
         const char* json;
         std::optional<std::string> version;
     } cases[] = {
-        {R"({"CFBundleVersion": "37"})", "37"}, {R"({"CFBundleVersion": 37})", std::nullopt},
-        {R"({"CFBundle": "37"})", std::nullopt}, {"[]", std::nullopt},
-        {"{", std::nullopt},                     {"", std::nullopt},
+        {R"({"CFBundleVersion": "37"})", "37"},
+        {R"({"CFBundleVersion": 37})", std::nullopt},
+        {R"({"CFBundle": "37"})", std::nullopt},
+        {"[]", std::nullopt},
+        {"{", std::nullopt},
+        {"", std::nullopt},
     };
     EXPECT_EQ(bundle.infoString("CFBundleVersion"), std::nullopt);
     for (const auto& [json, version] : cases) {

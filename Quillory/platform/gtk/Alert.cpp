@@ -1,5 +1,7 @@
 #include "platform/gtk/Alert.h"
 
+#include <gtk/gtk.h>
+
 #include "platform/gtk/Application.h"
 
 namespace quillory::gtk {
@@ -28,8 +30,11 @@ void Alert::runModal(std::function<void(int answer)> answered)
     m_dialog->set_secondary_text(m_informativeText);
     m_dialog->set_title(m_messageText);
     m_application.gtkApplication().add_window(*m_dialog);
-    for (std::size_t i = 0; i < m_buttons.size(); ++i)
-        m_dialog->add_button(m_buttons[i], alertFirstButtonReturn + static_cast<int>(i));
+    for (std::size_t i = 0; i < m_buttons.size(); ++i) {
+        auto* button = m_dialog->add_button(m_buttons[i], alertFirstButtonReturn + static_cast<int>(i));
+        // The toolkit names it by its label and by its text: it would be read out twice.
+        gtk_accessible_reset_relation(GTK_ACCESSIBLE(button->gobj()), GTK_ACCESSIBLE_RELATION_LABELLED_BY);
+    }
     m_dialog->set_default_response(alertFirstButtonReturn);
 
     m_application.keep(shared_from_this());

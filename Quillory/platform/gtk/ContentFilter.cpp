@@ -120,7 +120,7 @@ std::string contentFilterRules(const fs::path& readAccessRoot)
 {
     const GStringPtr uri(g_filename_to_uri(fs::absolute(readAccessRoot).lexically_normal().c_str(), nullptr, nullptr));
     const auto folder = "^" + escapedPattern(uri.get()) + "/";
-    return nlohmann::json{
+    return nlohmann::json {
         rule("block", "^file:"),
         rule("ignore-previous-rules", folder),
         // The engine compares URLs, the file system paths: an encoded separator is one for the second only.

@@ -23,11 +23,20 @@ constexpr std::string_view decoder = R"((function (text) {
 // Converting to UTF-8 stops at an unpaired surrogate.
 constexpr std::string_view wellFormer = "(function (text) { return text.toWellFormed(); })";
 
-GObjectPtr<::JSCValue> call(std::string_view function, ::JSCValue* argument)
+// Compiled once for each context, which keeps it under `name`.
+GObjectPtr<::JSCValue> function(JSCContext* context, const char* name, std::string_view source)
 {
-    auto* context = jsc_value_get_context(argument);
-    const GObjectPtr<::JSCValue> callee(
-        jsc_context_evaluate(context, function.data(), static_cast<gssize>(function.size())));
+    GObjectPtr<::JSCValue> known(jsc_context_get_value(context, name));
+    if (jsc_value_is_function(known.get()))
+        return known;
+    GObjectPtr<::JSCValue> compiled(jsc_context_evaluate(context, source.data(), static_cast<gssize>(source.size())));
+    jsc_context_set_value(context, name, compiled.get());
+    return compiled;
+}
+
+GObjectPtr<::JSCValue> call(const char* name, std::string_view source, ::JSCValue* argument)
+{
+    const auto callee = function(jsc_value_get_context(argument), name, source);
     return GObjectPtr<::JSCValue>(jsc_value_function_call(callee.get(), JSC_TYPE_VALUE, argument, G_TYPE_NONE));
 }
 
@@ -65,7 +74,7 @@ private:
 
 std::string JSCText::utf8() const
 {
-    const GBytesPtr bytes(jsc_value_to_string_as_bytes(call(wellFormer, m_value.get()).get()));
+    const GBytesPtr bytes(jsc_value_to_string_as_bytes(call("quilloryWellFormer", wellFormer, m_value.get()).get()));
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
     return {data, size};
@@ -73,7 +82,7 @@ std::string JSCText::utf8() const
 
 std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 {
-    auto bytes = call(decoder, m_value.get());
+    auto bytes = call("quilloryDecoder", decoder, m_value.get());
     if (!bytes || !jsc_value_is_typed_array(bytes.get()))
         return nullptr;
     return std::make_unique<JSCBytes>(std::move(bytes));
@@ -81,7 +90,13 @@ std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 
 Value::Kind JSCValue::kind() const
 {
-    auto* value = m_value.get();
+    if (!m_kind)
+        m_kind = kindOf(m_value.get());
+    return *m_kind;
+}
+
+Value::Kind JSCValue::kindOf(::JSCValue* value)
+{
     if (jsc_value_is_string(value))
         return Kind::text;
     if (jsc_value_is_number(value))

@@ -2,6 +2,8 @@
 
 #include <jsc/jsc.h>
 
+#include <optional>
+
 #include "platform/Value.h"
 #include "platform/gtk/GObjectPtr.h"
 
@@ -38,7 +40,10 @@ public:
     std::unique_ptr<Value> at(const std::string& key) const override;
 
 private:
+    static Kind kindOf(::JSCValue* value);
+
     GObjectPtr<::JSCValue> m_value;
+    mutable std::optional<Kind> m_kind; // telling an object from a date is a script of its own
 };
 
 }

@@ -9,7 +9,7 @@ namespace quillory::gtk {
 
 namespace {
 
-constexpr std::size_t pieceSize = 4 << 20;
+constexpr std::size_t pieceSize = 1 << 20;
 // One is being evaluated, one is on its way.
 constexpr int mostPiecesUnderWay = 2;
 
@@ -68,11 +68,10 @@ Evaluated reportTo(ScriptQueue::Completion completion)
     return [completion = std::move(completion)](WebKitWebView*, auto error) { completion(std::move(error)); };
 }
 
-std::string join(std::string_view head, std::string_view text, std::string_view tail)
+// Into a buffer that is used again and again.
+std::string_view join(std::string& script, std::string_view head, std::string_view text, std::string_view tail)
 {
-    std::string script;
-    script.reserve(head.size() + text.size() + tail.size());
-    script += head;
+    script.assign(head);
     script += text;
     script += tail;
     return script;
@@ -86,6 +85,7 @@ struct ScriptQueue::Transfer {
     LiteralCall call;
     std::size_t sent = 0;
     int piecesUnderWay = 0;
+    std::string buffer;
 };
 
 std::optional<LiteralCall> literalCall(std::string_view script)
@@ -128,7 +128,7 @@ void ScriptQueue::sendWaiting(WebKitWebView* view)
         auto entry = std::move(m_waiting.front());
         m_waiting.pop_front();
         if (entry.script.size() > pieceSize) {
-            m_transfer = std::make_shared<Transfer>(Transfer {.entry = std::move(entry), .call = {}});
+            m_transfer = std::make_shared<Transfer>(Transfer {.entry = std::move(entry), .call = {}, .buffer = {}});
             if (const auto call = literalCall(m_transfer->entry.script)) {
                 m_transfer->call = *call;
                 return sendPieces(view);
@@ -148,7 +148,7 @@ void ScriptQueue::sendPieces(WebKitWebView* view)
         const auto piece = rest.substr(0, literalPieceLength(rest, pieceSize));
         if (transfer->sent == 0)
             send(view, prepare, [](auto*, const auto&) {});
-        send(view, join(pieceHead, piece, pieceTail),
+        send(view, join(transfer->buffer, pieceHead, piece, pieceTail),
              [self = shared_from_this(), transfer](WebKitWebView* source, auto error) {
                  --transfer->piecesUnderWay;
                  self->pieceEvaluated(source, *transfer, std::move(error));
@@ -159,7 +159,7 @@ void ScriptQueue::sendPieces(WebKitWebView* view)
     if (transfer->sent < text.size())
         return;
     // What became of the last pieces shows in the call, which cannot do without them.
-    send(view, join(head, wholeText, tail), reportTo(std::move(transfer->entry.completion)));
+    send(view, join(transfer->buffer, head, wholeText, tail), reportTo(std::move(transfer->entry.completion)));
     m_transfer.reset();
     sendWaiting(view);
 }

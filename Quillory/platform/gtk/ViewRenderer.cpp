@@ -94,7 +94,9 @@ void applyFont(Gtk::Widget& widget, const Font& font)
     if (font.monospaced)
         widget.add_css_class("text-monospaced");
     if (font.size)
-        addStyle(widget, "* { font-size: " + cssNumber(*font.size * pointsPerPixel) + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt; }");
+        addStyle(widget,
+                 "* { font-size: " + cssNumber(*font.size * pointsPerPixel)
+                     + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt; }");
 }
 
 std::unique_ptr<Gtk::Widget> renderText(const TextView& text)

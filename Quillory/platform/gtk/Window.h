@@ -45,7 +45,7 @@ private:
     Application& m_application;
     bool m_hasMenuBar;
     Gtk::ApplicationWindow m_window;
-    FirstFrame m_firstFrame{m_window};
+    FirstFrame m_firstFrame {m_window};
     Gtk::Box m_column {Gtk::Orientation::VERTICAL};
     std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
     RenderedView m_content;

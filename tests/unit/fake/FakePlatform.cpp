@@ -254,7 +254,8 @@ void FakeWebView::evaluateJavaScript(std::string script, EvaluationCompletion co
 void FakeWebView::post(const std::string& name, std::shared_ptr<const Value> body)
 {
     auto& configuration = dynamic_cast<FakeConfiguration&>(*m_configuration);
-    const auto named = std::ranges::find_if(configuration.handlers, [&](const auto& entry) { return entry.first == name; });
+    const auto named =
+        std::ranges::find_if(configuration.handlers, [&](const auto& entry) { return entry.first == name; });
     const auto& handler = named == configuration.handlers.end() ? configuration.handlers.front() : *named;
     handler.second->didReceiveScriptMessage(configuration, {name, std::move(body)});
 }
@@ -341,7 +342,7 @@ std::shared_ptr<Alert> FakePlatform::makeAlert()
 std::unique_ptr<Timer> FakePlatform::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                                                    std::function<void()> block)
 {
-    timers.push_back(std::make_shared<FakeTimer>(FakeTimer{interval, repeats, std::move(block)}));
+    timers.push_back(std::make_shared<FakeTimer>(FakeTimer {interval, repeats, std::move(block)}));
     return std::make_unique<TimerFake>(*this, timers.back());
 }
 
@@ -350,7 +351,7 @@ std::shared_ptr<EventTap> FakePlatform::makeEventTap(std::uint64_t mask, EventTa
     steps.emplace_back("make tap");
     if (!tapsAllowed)
         return nullptr;
-    auto state = std::make_shared<FakeTapState>(FakeTapState{mask, callback, userData});
+    auto state = std::make_shared<FakeTapState>(FakeTapState {mask, callback, userData});
     tap = state;
     return std::make_shared<TapFake>(steps, std::move(state));
 }

@@ -112,7 +112,7 @@ struct FakeAlert {
 };
 
 struct FakeTimer {
-    std::chrono::milliseconds interval{};
+    std::chrono::milliseconds interval {};
     bool repeats = false;
     std::function<void()> block;
     bool valid = true;
@@ -174,7 +174,7 @@ public:
     std::vector<std::string> steps;
 
     // What it answers
-    std::map<std::string, std::string> info{{"CFBundleIdentifier", "com.quillory.Quillory"}};
+    std::map<std::string, std::string> info {{"CFBundleIdentifier", "com.quillory.Quillory"}};
     std::optional<std::filesystem::path> resources;
     std::optional<Screen> screen;
     std::size_t otherInstances = 0;
@@ -193,8 +193,8 @@ public:
     std::vector<std::pair<std::chrono::milliseconds, std::function<void()>>> delayed;
 
 private:
-    FakeApplication m_application{steps};
-    FakePasteboard m_pasteboard{steps};
+    FakeApplication m_application {steps};
+    FakePasteboard m_pasteboard {steps};
 };
 
 }

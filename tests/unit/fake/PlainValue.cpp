@@ -16,7 +16,7 @@ constexpr std::uint8_t invalid = 0xFF;
 
 constexpr std::array<std::uint8_t, 256> valueTable()
 {
-    std::array<std::uint8_t, 256> table{};
+    std::array<std::uint8_t, 256> table {};
     table.fill(invalid);
     for (std::size_t i = 0; i < alphabet.size(); ++i)
         table[static_cast<unsigned char>(alphabet[i])] = static_cast<std::uint8_t>(i);
@@ -36,7 +36,7 @@ std::optional<std::string> decode(std::string_view payload)
         const std::size_t characters = i + 4 == payload.size() ? 4 - pads : 4;
         std::uint32_t group = 0;
         for (std::size_t j = 0; j < 4; ++j) {
-            const auto value = j < characters ? values[static_cast<unsigned char>(payload[i + j])] : std::uint8_t{0};
+            const auto value = j < characters ? values[static_cast<unsigned char>(payload[i + j])] : std::uint8_t {0};
             if (value == invalid)
                 return std::nullopt;
             group = group << 6 | value;

@@ -62,7 +62,8 @@ public:
 
 private:
     // In the order of `Kind`.
-    std::variant<std::monostate, bool, Number, std::shared_ptr<PlainText>, std::shared_ptr<Array>, std::shared_ptr<Object>>
+    std::variant<std::monostate, bool, Number, std::shared_ptr<PlainText>, std::shared_ptr<Array>,
+                 std::shared_ptr<Object>>
         m_value;
 };
 
