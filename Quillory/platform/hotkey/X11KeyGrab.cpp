@@ -1,5 +1,6 @@
 #include "platform/hotkey/X11KeyGrab.h"
 
+#include <pthread.h>
 #include <sys/socket.h>
 
 #include <iostream>
@@ -126,6 +127,7 @@ void X11KeyGrab::ungrab(const X11Chord& chord)
 // Ends with the connection.
 void X11KeyGrab::run()
 {
+    pthread_setname_np(pthread_self(), "hotkey");
     auto* connection = m_connection.get();
     while (XcbMemory<xcb_generic_event_t> event {xcb_wait_for_event(connection)}) {
         while (event) {
