@@ -6,11 +6,31 @@
 #include <gtkmm/icontheme.h>
 #include <gtkmm/window.h>
 
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <utility>
 
 namespace quillory::gtk {
+
+namespace {
+
+// The engine's sandbox does not start with a cache folder that is no folder; the usual one takes its place.
+void ignoreUnusableCacheFolder()
+{
+    const char* folder = std::getenv("XDG_CACHE_HOME");
+    if (folder == nullptr)
+        return;
+    struct stat status {};
+    const bool exists = stat(folder, &status) == 0;
+    if (exists ? !S_ISDIR(status.st_mode) : errno == ENOTDIR)
+        unsetenv("XDG_CACHE_HOME");
+}
+
+}
 
 Application::Application(std::string identifier, std::filesystem::path icons)
     : m_identifier(Gio::Application::id_is_valid(identifier) ? std::move(identifier) : std::string())
@@ -37,6 +57,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
 {
     if (!m_identifier.empty())
         g_set_prgname(m_identifier.c_str());
+    ignoreUnusableCacheFolder();
     if (!gtk_init_check()) {
         std::fputs("quillory: there is no display to open a window on\n", stderr);
         return 1;
