@@ -24,7 +24,7 @@ void ignoreUnusableCacheFolder()
     const char* folder = std::getenv("XDG_CACHE_HOME");
     if (folder == nullptr)
         return;
-    struct stat status {};
+    struct stat status { };
     const bool exists = stat(folder, &status) == 0;
     if (exists ? !S_ISDIR(status.st_mode) : errno == ENOTDIR)
         unsetenv("XDG_CACHE_HOME");
