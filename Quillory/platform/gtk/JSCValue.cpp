@@ -5,39 +5,40 @@ namespace quillory::gtk {
 namespace {
 
 // The engine's decoder passes over white space and missing padding. Every character that it passed over
-// makes the result shorter than the text's length promises, so the length tells a strict text.
-constexpr std::string_view decoder = R"((function (text) {
-    const comma = text.indexOf(",");
-    if (comma < 0)
-        return null;
-    const payload = text.substring(comma + 1);
-    const pads = payload.endsWith("==") ? 2 : payload.endsWith("=") ? 1 : 0;
-    try {
-        const bytes = Uint8Array.fromBase64(payload);
-        return payload.length % 4 === 0 && bytes.length === payload.length / 4 * 3 - pads ? bytes : null;
-    } catch {
-        return null;
-    }
+// makes the result shorter than the text's length promises, so the length tells a strict text. Decoding into
+// an array that is there already takes half the memory of making one.
+// Converting to UTF-8 stops at an unpaired surrogate, so these are replaced before.
+constexpr std::string_view textFunctions = R"(({
+    decoded(text) {
+        const comma = text.indexOf(",");
+        if (comma < 0)
+            return null;
+        const payload = text.substring(comma + 1);
+        const pads = payload.endsWith("==") ? 2 : payload.endsWith("=") ? 1 : 0;
+        if (payload.length % 4 !== 0)
+            return null;
+        try {
+            const bytes = new Uint8Array(payload.length / 4 * 3 - pads);
+            const {read, written} = bytes.setFromBase64(payload);
+            return read === payload.length && written === bytes.length ? bytes : null;
+        } catch {
+            return null;
+        }
+    },
+    wellFormed(text) { return text.toWellFormed(); },
 }))";
 
-// Converting to UTF-8 stops at an unpaired surrogate.
-constexpr std::string_view wellFormer = "(function (text) { return text.toWellFormed(); })";
+constexpr const char* textFunctionsName = "quilloryTextFunctions";
 
-// Compiled once for each context, which keeps it under `name`.
-GObjectPtr<::JSCValue> function(JSCContext* context, const char* name, std::string_view source)
+GObjectPtr<::JSCValue> compiledTextFunctions(JSCContext* context)
 {
-    GObjectPtr<::JSCValue> known(jsc_context_get_value(context, name));
-    if (jsc_value_is_function(known.get()))
+    GObjectPtr<::JSCValue> known(jsc_context_get_value(context, textFunctionsName));
+    if (jsc_value_is_object(known.get()))
         return known;
-    GObjectPtr<::JSCValue> compiled(jsc_context_evaluate(context, source.data(), static_cast<gssize>(source.size())));
-    jsc_context_set_value(context, name, compiled.get());
+    GObjectPtr<::JSCValue> compiled(
+        jsc_context_evaluate(context, textFunctions.data(), static_cast<gssize>(textFunctions.size())));
+    jsc_context_set_value(context, textFunctionsName, compiled.get());
     return compiled;
-}
-
-GObjectPtr<::JSCValue> call(const char* name, std::string_view source, ::JSCValue* argument)
-{
-    const auto callee = function(jsc_value_get_context(argument), name, source);
-    return GObjectPtr<::JSCValue>(jsc_value_function_call(callee.get(), JSC_TYPE_VALUE, argument, G_TYPE_NONE));
 }
 
 // A typed array's memory, read in place.
@@ -72,9 +73,18 @@ private:
 
 }
 
+GObjectPtr<::JSCValue> JSCTextFunctions::call(const char* name, ::JSCValue* text)
+{
+    if (!m_functions)
+        m_functions = compiledTextFunctions(jsc_value_get_context(text));
+    return GObjectPtr<::JSCValue>(
+        jsc_value_object_invoke_method(m_functions.get(), name, JSC_TYPE_VALUE, text, G_TYPE_NONE));
+}
+
 std::string JSCText::utf8() const
 {
-    const GBytesPtr bytes(jsc_value_to_string_as_bytes(call("quilloryWellFormer", wellFormer, m_value.get()).get()));
+    const auto text = m_functions->call("wellFormed", m_value.get());
+    const GBytesPtr bytes(jsc_value_to_string_as_bytes(text.get()));
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
     return {data, size};
@@ -82,7 +92,7 @@ std::string JSCText::utf8() const
 
 std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 {
-    auto bytes = call("quilloryDecoder", decoder, m_value.get());
+    auto bytes = m_functions->call("decoded", m_value.get());
     if (!bytes || !jsc_value_is_typed_array(bytes.get()))
         return nullptr;
     return std::make_unique<JSCBytes>(std::move(bytes));
@@ -91,36 +101,40 @@ std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 Value::Kind JSCValue::kind() const
 {
     if (!m_kind)
-        m_kind = kindOf(m_value.get());
+        m_kind = findKind();
     return *m_kind;
 }
 
-Value::Kind JSCValue::kindOf(::JSCValue* value)
+Value::Kind JSCValue::findKind() const
 {
+    auto* value = m_value.get();
     if (jsc_value_is_string(value))
         return Kind::text;
+    if (jsc_value_is_object(value)) {
+        if (jsc_value_is_array(value))
+            return Kind::array;
+        const std::unique_ptr<char*, decltype(&g_strfreev)> names(jsc_value_object_enumerate_properties(value),
+                                                                  g_strfreev);
+        for (char** name = names.get(); name != nullptr && *name != nullptr; ++name)
+            m_keys.emplace_back(*name);
+        // A date is a value of its own, not a tree of others. It has no keys, and telling it is a script.
+        return m_keys.empty() && jsc_value_object_is_instance_of(value, "Date") ? Kind::null : Kind::object;
+    }
     if (jsc_value_is_number(value))
         return Kind::number;
-    if (jsc_value_is_boolean(value))
-        return Kind::boolean;
-    if (jsc_value_is_array(value))
-        return Kind::array;
-    // A date is a value of its own, not a tree of others.
-    if (jsc_value_is_object(value) && !jsc_value_object_is_instance_of(value, "Date"))
-        return Kind::object;
-    return Kind::null;
+    return jsc_value_is_boolean(value) ? Kind::boolean : Kind::null;
 }
 
 TextHandle JSCValue::text() const
 {
-    if (!jsc_value_is_string(m_value.get()))
+    if (kind() != Kind::text)
         return nullptr;
-    return std::make_shared<JSCText>(retain(m_value.get()));
+    return std::make_shared<JSCText>(retain(m_value.get()), m_functions);
 }
 
 std::size_t JSCValue::size() const
 {
-    if (!jsc_value_is_array(m_value.get()))
+    if (kind() != Kind::array)
         return 0;
     const GObjectPtr<::JSCValue> length(jsc_value_object_get_property(m_value.get(), "length"));
     return static_cast<std::size_t>(jsc_value_to_double(length.get()));
@@ -129,29 +143,23 @@ std::size_t JSCValue::size() const
 std::unique_ptr<Value> JSCValue::at(std::size_t index) const
 {
     return std::make_unique<JSCValue>(
-        GObjectPtr<::JSCValue>(jsc_value_object_get_property_at_index(m_value.get(), static_cast<guint>(index))));
+        GObjectPtr<::JSCValue>(jsc_value_object_get_property_at_index(m_value.get(), static_cast<guint>(index))),
+        m_functions);
 }
 
 std::vector<std::string> JSCValue::keys() const
 {
-    if (kind() != Kind::object)
-        return {};
-    const std::unique_ptr<char*, decltype(&g_strfreev)> names(jsc_value_object_enumerate_properties(m_value.get()),
-                                                              g_strfreev);
-    std::vector<std::string> keys;
-    for (char** name = names.get(); name != nullptr && *name != nullptr; ++name)
-        keys.emplace_back(*name);
-    return keys;
+    return kind() == Kind::object ? m_keys : std::vector<std::string>();
 }
 
 std::unique_ptr<Value> JSCValue::at(const std::string& key) const
 {
     if (kind() != Kind::object) {
         auto* context = jsc_value_get_context(m_value.get());
-        return std::make_unique<JSCValue>(GObjectPtr<::JSCValue>(jsc_value_new_null(context)));
+        return std::make_unique<JSCValue>(GObjectPtr<::JSCValue>(jsc_value_new_null(context)), m_functions);
     }
-    return std::make_unique<JSCValue>(
-        GObjectPtr<::JSCValue>(jsc_value_object_get_property(m_value.get(), key.c_str())));
+    return std::make_unique<JSCValue>(GObjectPtr<::JSCValue>(jsc_value_object_get_property(m_value.get(), key.c_str())),
+                                      m_functions);
 }
 
 }

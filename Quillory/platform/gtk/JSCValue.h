@@ -2,18 +2,32 @@
 
 #include <jsc/jsc.h>
 
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "platform/Value.h"
 #include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
 
+// Functions on texts that are compiled once for each of the engine's contexts, and looked up there when first called.
+class JSCTextFunctions {
+public:
+    GObjectPtr<::JSCValue> call(const char* name, ::JSCValue* text);
+
+private:
+    GObjectPtr<::JSCValue> m_functions;
+};
+
 // A text that stays in the engine.
 class JSCText final : public Text {
 public:
-    explicit JSCText(GObjectPtr<::JSCValue> value)
+    explicit JSCText(GObjectPtr<::JSCValue> value,
+                     std::shared_ptr<JSCTextFunctions> functions = std::make_shared<JSCTextFunctions>())
         : m_value(std::move(value))
+        , m_functions(std::move(functions))
     {
     }
 
@@ -22,13 +36,16 @@ public:
 
 private:
     GObjectPtr<::JSCValue> m_value;
+    std::shared_ptr<JSCTextFunctions> m_functions;
 };
 
 // A value that the engine delivered.
 class JSCValue final : public Value {
 public:
-    explicit JSCValue(GObjectPtr<::JSCValue> value)
+    explicit JSCValue(GObjectPtr<::JSCValue> value,
+                      std::shared_ptr<JSCTextFunctions> functions = std::make_shared<JSCTextFunctions>())
         : m_value(std::move(value))
+        , m_functions(std::move(functions))
     {
     }
 
@@ -40,10 +57,12 @@ public:
     std::unique_ptr<Value> at(const std::string& key) const override;
 
 private:
-    static Kind kindOf(::JSCValue* value);
+    Kind findKind() const;
 
     GObjectPtr<::JSCValue> m_value;
-    mutable std::optional<Kind> m_kind; // telling an object from a date is a script of its own
+    std::shared_ptr<JSCTextFunctions> m_functions;
+    mutable std::optional<Kind> m_kind;
+    mutable std::vector<std::string> m_keys; // once it is known that this is an object
 };
 
 }
