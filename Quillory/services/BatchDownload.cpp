@@ -1,5 +1,7 @@
 #include "services/BatchDownload.h"
 
+#include <future>
+
 #include "platform/Localization.h"
 #include "services/DataURL.h"
 #include "services/FileWriter.h"
@@ -25,31 +27,66 @@ std::optional<std::vector<StringObject>> readFiles(const Value& body)
     return files;
 }
 
-// True if the file is on disk now. One decoded file is held at a time.
-bool saveFile(Platform& platform, const std::filesystem::path& folder, const StringObject& file)
-{
-    const auto filename = textForKey(file, "filename");
-    const auto data = textForKey(file, "data");
-    if (!filename || !data)
-        return false;
-    const auto bytes = decodeDataURLPayload(*data);
-    if (!bytes)
-        return false;
-    const auto name = filename->utf8();
-    if (const auto error = writeFileInFolder(folder, name, bytes->span())) {
-        platform.log().print("❌ Error saving " + name + ": " + *error);
-        return false;
+// Decodes the files one after the other, and writes each on a thread of its own while the next is decoded.
+class BatchWriter {
+public:
+    BatchWriter(Platform& platform, const std::filesystem::path& folder)
+        : m_platform(platform)
+        , m_folder(folder)
+    {
     }
-    return true;
-}
+
+    void save(const StringObject& file)
+    {
+        const auto filename = textForKey(file, "filename");
+        const auto data = textForKey(file, "data");
+        if (!filename || !data)
+            return;
+        // A large file is not held while another is made.
+        if (m_bytes && m_bytes->span().size() > largestHeld)
+            finish();
+        auto bytes = decodeDataURLPayload(*data);
+        if (!bytes)
+            return;
+        finish();
+        m_name = filename->utf8();
+        m_bytes = std::move(bytes);
+        // Where no thread is to be had, the file is written when it is waited for.
+        constexpr auto policy = std::launch::async | std::launch::deferred;
+        m_error = std::async(policy, writeFileInFolder, m_folder, m_name, m_bytes->span());
+    }
+
+    // Waits until all files are written; returns how many are on disk now.
+    std::size_t finish()
+    {
+        if (!m_bytes)
+            return m_saved;
+        if (const auto error = m_error.get())
+            m_platform.log().print("❌ Error saving " + m_name + ": " + *error);
+        else
+            ++m_saved;
+        m_bytes.reset();
+        return m_saved;
+    }
+
+private:
+    static constexpr std::size_t largestHeld = 4 << 20;
+
+    Platform& m_platform;
+    const std::filesystem::path& m_folder;
+    std::size_t m_saved = 0;
+    // The file that is being written. The future goes first, which waits for the thread that reads the bytes.
+    std::string m_name;
+    std::unique_ptr<const Bytes> m_bytes;
+    std::future<std::optional<std::string>> m_error;
+};
 
 void saveFiles(Platform& platform, const std::filesystem::path& folder, const std::vector<StringObject>& files)
 {
-    std::size_t saved = 0;
-    for (const auto& file : files) {
-        if (saveFile(platform, folder, file))
-            ++saved;
-    }
+    BatchWriter writer(platform, folder);
+    for (const auto& file : files)
+        writer.save(file);
+    const auto saved = writer.finish();
     platform.log().print("✅ Saved " + std::to_string(saved) + "/" + std::to_string(files.size())
                          + " files to: " + folder.string());
 }

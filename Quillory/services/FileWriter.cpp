@@ -110,11 +110,13 @@ int replaceContent(int file, off_t oldSize, std::span<const std::byte> bytes)
         return EFBIG;
     if (const int error = reserve(file, oldSize, newSize))
         return error;
-    if (ftruncate(file, 0) != 0)
-        return errno;
-    // Cutting the old content off gave its blocks back: they are taken again before anybody else can.
-    if (const int error = reserve(file, 0, newSize))
-        return error;
+    if (oldSize > 0) {
+        if (ftruncate(file, 0) != 0)
+            return errno;
+        // Cutting the old content off gave its blocks back: they are taken again before anybody else can.
+        if (const int error = reserve(file, 0, newSize))
+            return error;
+    }
     return writeAll(file, bytes);
 }
 
