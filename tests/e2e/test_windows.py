@@ -1,4 +1,5 @@
 """The main window and the menus, worked as a user would."""
+import os
 import pathlib
 
 from desktop import wait_for
@@ -62,3 +63,17 @@ def test_page_started_downloads_are_refused(app, desktop):
     """)
     assert list(pathlib.Path(desktop.home).rglob("unasked*")) == []
     assert app.run_script("return document.title") == "Test page"
+
+
+def test_window_shows_although_the_page_cannot_be_loaded_yet(launch, tmp_path):
+    env = {"XDG_CACHE_HOME": str(tmp_path / "cache")}
+    launch(env=env).quit()
+    # What limits the page's access to files was kept there; reading it anew never comes to an end.
+    kept = [file for file in (tmp_path / "cache").rglob("content-filters/*") if file.is_file()]
+    assert kept
+    for file in kept:
+        file.unlink()
+        os.mkfifo(file)
+    app = launch(env=env, ready=False)
+    app.window()
+    assert app.quit() == 0
