@@ -107,7 +107,7 @@ class Rig:
     def floor(self, file=None, page=DRIVER):
         tree = self._tree(page)
         command = [self.build / "bench" / "floor", tree.page_folder / "index.html"]
-        return Program(self.desktop, command + ([file] if file else []), tree.page_folder)
+        return Program(self.desktop, command + ([file] if file else []), tree.page_folder, FilePortal.ENVIRONMENT)
 
     def grab(self):
         return Program(self.desktop, [self.build / "bench" / "grab"], self._tree(DRIVER).page_folder)

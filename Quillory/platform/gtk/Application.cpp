@@ -2,6 +2,7 @@
 
 #include <giomm/dbusconnection.h>
 #include <glib-unix.h>
+#include <glibmm/main.h>
 #include <gtk/gtk.h>
 #include <gtkmm/icontheme.h>
 #include <gtkmm/window.h>
@@ -67,7 +68,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
     m_application = Gtk::Application::create(m_identifier, Gio::Application::Flags::NON_UNIQUE);
     m_application->signal_startup().connect([&] {
         ownName();
-        useIcon();
+        Glib::signal_idle().connect_once([this] { useIcon(); }, Glib::PRIORITY_LOW);
         terminateOnSignals();
         m_application->hold();
         delegate.applicationDidFinishLaunching();
@@ -102,7 +103,8 @@ void Application::ownName()
     }
 }
 
-// The desktop finds the icon of an installed program by itself; a tree that was moved brings its own.
+// The desktop finds the icon of an installed program by itself; a tree that was moved brings its own. Looking
+// for it takes some time, so it is done when the page is on its way.
 void Application::useIcon() const
 {
     Gtk::IconTheme::get_for_display(Gdk::Display::get_default())->add_search_path(m_icons.string());
