@@ -10,14 +10,19 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
 
+#include "platform/gtk/ContentFilter.h"
+
 namespace quillory::gtk {
 
 namespace {
+
+constexpr std::chrono::milliseconds longestPreparation {200};
 
 // The engine's sandbox does not start with a cache folder that is no folder; the usual one takes its place.
 void ignoreUnusableCacheFolder()
@@ -33,9 +38,10 @@ void ignoreUnusableCacheFolder()
 
 }
 
-Application::Application(std::string identifier, std::filesystem::path icons)
+Application::Application(std::string identifier, std::filesystem::path icons, std::filesystem::path page)
     : m_identifier(Gio::Application::id_is_valid(identifier) ? std::move(identifier) : std::string())
     , m_icons(std::move(icons))
+    , m_page(std::move(page))
 {
 }
 
@@ -63,6 +69,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
         std::fputs("quillory: there is no display to open a window on\n", stderr);
         return 1;
     }
+    prepareForPage();
     // The lock has decided already that this is the one instance: another process that still has the
     // name, because it is just ending, must not turn this one into its client.
     m_application = Gtk::Application::create(m_identifier, Gio::Application::Flags::NON_UNIQUE);
@@ -109,6 +116,14 @@ void Application::useIcon() const
 {
     Gtk::IconTheme::get_for_display(Gdk::Display::get_default())->add_search_path(m_icons.string());
     Gtk::Window::set_default_icon_name(m_identifier);
+}
+
+// The page can then be loaded before its window is shown, which keeps this thread busy while the page's process
+// starts. Nothing else is to be done yet, and a user hardly notices the wait.
+void Application::prepareForPage() const
+{
+    if (!m_page.empty())
+        prepareContentFilter(m_page, longestPreparation);
 }
 
 void Application::terminateOnSignals()

@@ -17,8 +17,8 @@ namespace quillory::gtk {
 class Application final : public quillory::Application {
 public:
     // An empty identifier leaves the program without a name on the session bus. `icons` is a folder of
-    // icon themes that has the application's icon; it may be missing.
-    Application(std::string identifier, std::filesystem::path icons);
+    // icon themes that has the application's icon, `page` the one that has the page; both may be missing.
+    Application(std::string identifier, std::filesystem::path icons, std::filesystem::path page);
     ~Application() override;
 
     int run(ApplicationDelegate& delegate, const Scene& scene) override;
@@ -50,9 +50,11 @@ private:
     void ownName();
     void useIcon() const;
     void terminateOnSignals();
+    void prepareForPage() const;
 
     std::string m_identifier;
     std::filesystem::path m_icons;
+    std::filesystem::path m_page;
     const Scene* m_scene = nullptr;
     Glib::RefPtr<Gtk::Application> m_application;
     std::set<std::shared_ptr<void>> m_dialogs;

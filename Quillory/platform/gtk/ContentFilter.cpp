@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <utility>
+
 #include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
@@ -114,6 +116,30 @@ private:
     fs::path m_temporaryFolder;
 };
 
+// A filter that is got ahead, and who asked for it meanwhile.
+struct Prepared {
+    fs::path readAccessRoot;
+    bool done = false;
+    UserContentFilterPtr filter;
+    std::string error;
+    ContentFilterCompletion completion;
+
+    void finish(UserContentFilterPtr made, const std::string& message)
+    {
+        if (completion)
+            return completion(std::move(made), message);
+        done = true;
+        filter = std::move(made);
+        error = message;
+    }
+};
+
+std::shared_ptr<Prepared>& prepared()
+{
+    static std::shared_ptr<Prepared> filter;
+    return filter;
+}
+
 }
 
 std::string contentFilterRules(const fs::path& readAccessRoot)
@@ -130,9 +156,36 @@ std::string contentFilterRules(const fs::path& readAccessRoot)
         .dump();
 }
 
+void prepareContentFilter(const fs::path& readAccessRoot, std::chrono::milliseconds patience)
+{
+    const auto ahead = std::make_shared<Prepared>();
+    ahead->readAccessRoot = readAccessRoot;
+    prepared() = ahead;
+    Attempt::start(std::make_unique<Attempt>(readAccessRoot, [ahead](UserContentFilterPtr filter, const auto& error) {
+        ahead->finish(std::move(filter), error);
+    }));
+
+    bool waiting = true;
+    const auto stopWaiting = [](gpointer flag) -> gboolean {
+        *static_cast<bool*>(flag) = false;
+        return G_SOURCE_REMOVE;
+    };
+    const auto timeout = g_timeout_add(static_cast<guint>(patience.count()), stopWaiting, &waiting);
+    while (waiting && !ahead->done)
+        g_main_context_iteration(nullptr, TRUE);
+    if (waiting)
+        g_source_remove(timeout);
+}
+
 void makeContentFilter(const fs::path& readAccessRoot, ContentFilterCompletion completion)
 {
-    Attempt::start(std::make_unique<Attempt>(readAccessRoot, std::move(completion)));
+    const auto ahead = std::exchange(prepared(), nullptr);
+    if (!ahead || ahead->readAccessRoot != readAccessRoot)
+        Attempt::start(std::make_unique<Attempt>(readAccessRoot, std::move(completion)));
+    else if (ahead->done)
+        completion(std::move(ahead->filter), ahead->error);
+    else
+        ahead->completion = std::move(completion);
 }
 
 }

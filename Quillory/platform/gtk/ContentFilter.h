@@ -2,6 +2,7 @@
 
 #include <webkit/webkit.h>
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -23,8 +24,12 @@ using UserContentFilterPtr = std::unique_ptr<WebKitUserContentFilter, UserConten
 // Gets the filter, or null and what went wrong in words.
 using ContentFilterCompletion = std::function<void(UserContentFilterPtr filter, const std::string& error)>;
 
+// Gets the filter for a folder before it is asked for, and waits for it up to `patience`, dispatching what else the
+// main thread has to do meanwhile.
+void prepareContentFilter(const std::filesystem::path& readAccessRoot, std::chrono::milliseconds patience);
+
 // Compiles the rules, in other threads, or takes what an earlier run compiled. `completion` is called
-// once, on a later turn of the main thread.
+// once, on the main thread: at once if the filter was prepared, else on a later turn.
 void makeContentFilter(const std::filesystem::path& readAccessRoot, ContentFilterCompletion completion);
 
 }

@@ -30,6 +30,12 @@ std::filesystem::path iconsFolder(const Bundle& bundle)
     return resources ? resources->parent_path() / "icons" : std::filesystem::path();
 }
 
+std::filesystem::path pageFolder(const Bundle& bundle)
+{
+    const auto resources = bundle.resourceURL();
+    return resources ? *resources / "WebContent" : std::filesystem::path();
+}
+
 // The next window that is presented takes the focus with it.
 void setActivationToken(const std::string& token)
 {
@@ -42,7 +48,7 @@ void setActivationToken(const std::string& token)
 
 GtkPlatform::GtkPlatform()
     : m_bundle(posix::InstalledBundle::ofThisProcess())
-    , m_application(m_bundle.bundleIdentifier().value_or(""), iconsFolder(m_bundle))
+    , m_application(m_bundle.bundleIdentifier().value_or(""), iconsFolder(m_bundle), pageFolder(m_bundle))
 {
 }
 

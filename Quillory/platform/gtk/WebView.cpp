@@ -3,7 +3,6 @@
 #include <gtkmm/box.h>
 
 #include <cstdio>
-#include <utility>
 
 #include "platform/Localization.h"
 #include "platform/gtk/AccessibleName.h"
@@ -92,7 +91,6 @@ void WebView::setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate)
 
 void WebView::loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot)
 {
-    m_preparingToLoad = true;
     makeContentFilter(readAccessRoot, [self = weak_from_this(), page](UserContentFilterPtr filter, const auto& error) {
         const auto view = self.lock();
         if (!view)
@@ -100,21 +98,12 @@ void WebView::loadFile(const std::filesystem::path& page, const std::filesystem:
         if (!filter) {
             std::fprintf(stderr, "quillory: the page is not loaded, its access to files cannot be limited: %s\n",
                          error.c_str());
-            view->finishPreparing();
             return;
         }
         webkit_user_content_manager_add_filter(view->m_controller->manager(), filter.get());
         const GStringPtr uri(g_filename_to_uri(std::filesystem::absolute(page).c_str(), nullptr, nullptr));
         webkit_web_view_load_uri(view->m_view.get(), uri.get());
-        view->finishPreparing();
     });
-}
-
-void WebView::finishPreparing()
-{
-    m_preparingToLoad = false;
-    if (const auto handler = std::exchange(m_loadHandler, nullptr))
-        handler();
 }
 
 void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)

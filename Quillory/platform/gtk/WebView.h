@@ -4,7 +4,6 @@
 #include <gtkmm/widget.h>
 #include <webkit/webkit.h>
 
-#include <functional>
 #include <memory>
 
 #include "platform/WebView.h"
@@ -25,10 +24,6 @@ public:
     void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
-    // While the way to the page's files is being secured, which the page's load waits for.
-    bool isPreparingToLoad() const { return m_preparingToLoad; }
-    void setLoadHandler(std::function<void()> handler) { m_loadHandler = std::move(handler); }
-
     // A widget that shows the page.
     std::unique_ptr<Gtk::Widget> makeWidget();
     void grabFocus();
@@ -36,15 +31,12 @@ public:
 
 private:
     Glib::RefPtr<Gtk::DropTarget> makeFileDropTarget();
-    void finishPreparing();
 
     // The page is sent no message after the handlers are gone, so they go last.
     std::shared_ptr<UserContentController> m_controller;
     GObjectPtr<WebKitWebView> m_view;
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
     FileDropHandler m_fileDropHandler;
-    bool m_preparingToLoad = false;
-    std::function<void()> m_loadHandler;
     std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 

@@ -1,7 +1,6 @@
 #include "platform/gtk/Window.h"
 
 #include <gdk/wayland/gdkwayland.h>
-#include <glibmm/main.h>
 #include <gtk/gtk.h>
 
 #include <cmath>
@@ -16,8 +15,6 @@
 namespace quillory::gtk {
 
 namespace {
-
-constexpr unsigned longestPreparation = 200; // milliseconds
 
 int pixels(double length)
 {
@@ -63,12 +60,7 @@ Window::Window(Application& application, Size contentSize, unsigned styleMask)
     m_window.signal_map().connect([this] { placeWhenMapped(); });
 }
 
-Window::~Window()
-{
-    m_presentation.disconnect();
-    if (m_content.webView)
-        m_content.webView->setLoadHandler(nullptr);
-}
+Window::~Window() = default;
 
 void Window::addMenuBar()
 {
@@ -143,29 +135,7 @@ void Window::setDelegate(WindowDelegate* delegate)
 
 void Window::makeKeyAndOrderFront()
 {
-    if (m_content.webView && m_content.webView->isPreparingToLoad() && !m_window.is_visible())
-        return presentOnceLoading();
-    m_presentation.disconnect();
     m_window.present();
-}
-
-// Showing a window for the first time keeps this thread busy, and the page's process waits for it meanwhile.
-void Window::presentOnceLoading()
-{
-    if (m_presentation.connected())
-        return;
-    m_presentation = Glib::signal_timeout().connect(
-        [this] {
-            m_window.present();
-            return false;
-        },
-        longestPreparation);
-    m_content.webView->setLoadHandler([this] {
-        if (!m_presentation.connected())
-            return;
-        m_presentation.disconnect();
-        m_window.present();
-    });
 }
 
 void Window::orderFrontRegardless()
@@ -184,7 +154,6 @@ void Window::orderFrontRegardless()
 
 void Window::orderOut()
 {
-    m_presentation.disconnect();
     if (m_window.get_mapped() && !isMiniaturized())
         m_positionWhenMapped = x11Position(surface());
     m_window.set_visible(false);

@@ -39,7 +39,6 @@ private:
     void returnFocusFromMenuBar();
     void performClose();
     void placeWhenMapped();
-    void presentOnceLoading();
     bool isOnX11() const;
     GdkSurface* surface() const;
 
@@ -51,8 +50,6 @@ private:
     std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
     RenderedView m_content;
     WindowDelegate* m_delegate = nullptr;
-    // A window that shows a page waits, though not for long, until the page can be loaded.
-    sigc::connection m_presentation;
     // Done when the window is next mapped: a window manager places a window anew each time.
     bool m_centerWhenMapped = false;
     std::optional<Point> m_positionWhenMapped;
