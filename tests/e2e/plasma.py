@@ -15,7 +15,8 @@ SOCKET = "wayland-quillory"
 # KWin answers questions about its windows only to its own scripts, and what those print is in its log.
 LIST_WINDOWS = r"""
 workspace.clientList().forEach(function (window) {
-    say([window.internalId, window == workspace.activeClient, window.minimized, window.caption].join("\t"));
+    say([window.internalId, window == workspace.activeClient, window.minimized,
+         window.frameGeometry.width, window.frameGeometry.height, window.caption].join("\t"));
 });
 """
 ON_WINDOW = """
@@ -28,7 +29,8 @@ PORTALS = ["org.freedesktop.portal.Desktop", "org.freedesktop.impl.portal.deskto
 
 class Window:
     def __init__(self, line):
-        self.id, active, minimized, self.title = line.split("\t", 3)
+        self.id, active, minimized, width, height, self.title = line.split("\t", 5)
+        self.size = float(width), float(height)
         self.active = active == "true"
         self.minimized = minimized == "true"
 
@@ -36,8 +38,9 @@ class Window:
 class PlasmaSession:
     """A context manager. `env` is for the programs that run in the session."""
 
-    def __init__(self, kde_portal=True):
+    def __init__(self, kde_portal=True, text_scale=1):
         self._kde_portal = kde_portal
+        self._text_scale = text_scale
         self._scripts = 0
         self._cleanup = contextlib.ExitStack()
         self.env = {}
@@ -118,12 +121,16 @@ class PlasmaSession:
                      if key not in ("DISPLAY", "WAYLAND_DISPLAY", "TMPDIR") and not key.startswith("XDG_")}
         self.env = {
             **inherited, **{key: os.path.join(self._home, name) for key, name in folders.items()},
-            "HOME": self._home, "LANG": "C.UTF-8", "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "memory",
+            "HOME": self._home, "LANG": "C.UTF-8", "NO_AT_BRIDGE": "1", "GSETTINGS_BACKEND": "keyfile",
             "XDG_CURRENT_DESKTOP": "KDE", "XDG_SESSION_TYPE": "wayland", "KDE_FULL_SESSION": "true",
             "KDE_SESSION_VERSION": "5", "LIBGL_ALWAYS_SOFTWARE": "1", "GDK_BACKEND": "wayland",
             "QT_QPA_PLATFORM": "wayland", "WAYLAND_DISPLAY": SOCKET}
         for name in folders:
             os.makedirs(self.env[name], mode=0o700)
+        settings = os.path.join(self.env["XDG_CONFIG_HOME"], "glib-2.0", "settings")
+        os.makedirs(settings)
+        with open(os.path.join(settings, "keyfile"), "w", encoding="utf-8") as file:
+            file.write(f"[org/gnome/desktop/interface]\ntext-scaling-factor={self._text_scale:.1f}\n")
 
     def _start_bus(self, cleanup):
         services = os.path.join(self.env["XDG_RUNTIME_DIR"], "dbus-1", "services")

@@ -98,25 +98,31 @@ def test_large_text_grows_the_about_panel(launch):
         desktop.close()
 
 
-def test_alert_has_names_and_roles(launch):
-    # A session without a portal: the hotkey needs a permission that nobody can give.
-    with PlasmaSession(kde_portal=False) as session:
-        bus = AccessibilityBus(session)
-        app = launch(env=bus.environment, on=session)
-        try:
-            def alerts():
-                return [node for role in ("alert", "dialog") for node in nodes(bus.tree(), role)]
-            alert = wait_for(alerts, "the alert")[0]
-            assert alert["name"] == "Accessibility Permission Required"
-            assert names(alert, "push button") == ["Open System Settings", "Later"]
-            assert all(node["focusable"] for node in nodes(alert, "push button"))
-            assert "System Settings → Privacy & Security → Accessibility" in " ".join(names(alert, "label"))
-            session.wait_active("Accessibility Permission Required")
-            wait_for(lambda: "Open System Settings" in focused(bus), "the focus on the first button")
-            session.keyboard.press("Tab")
-            wait_for(lambda: "Later" in focused(bus), "the focus on the second button")
-            session.keyboard.press("Return")
-            session.wait_no_window("Accessibility Permission Required")
-            assert app.process.poll() is None
-        finally:
-            bus.close()
+def test_alert_has_names_and_roles_and_grows_with_the_text(launch):
+    sizes = []
+    for scale, look in ((1, {}), (2, {"GTK_THEME": "Default:hc"})):
+        # A session without a portal: the hotkey needs a permission that nobody can give.
+        with PlasmaSession(kde_portal=False, text_scale=scale) as session:
+            bus = AccessibilityBus(session)
+            try:
+                app = launch(env={**bus.environment, **look}, on=session)
+                sizes.append(session.wait_active("Accessibility Permission Required").size)
+                answer_alert_by_keyboard(session, bus)
+                assert app.quit() == 0
+            finally:
+                bus.close()
+    (width, height), (large_width, large_height) = sizes
+    assert large_width > 1.5 * width and large_height > 1.5 * height
+
+
+def answer_alert_by_keyboard(session, bus):
+    alert = wait_for(lambda: [node for role in ("alert", "dialog") for node in nodes(bus.tree(), role)], "the alert")[0]
+    assert alert["name"] == "Accessibility Permission Required"
+    assert names(alert, "push button") == ["Open System Settings", "Later"]
+    assert all(node["focusable"] for node in nodes(alert, "push button"))
+    assert "System Settings → Privacy & Security → Accessibility" in " ".join(names(alert, "label"))
+    wait_for(lambda: "Open System Settings" in focused(bus), "the focus on the first button")
+    session.keyboard.press("Tab")
+    wait_for(lambda: "Later" in focused(bus), "the focus on the second button")
+    session.keyboard.press("Return")
+    session.wait_no_window("Accessibility Permission Required")

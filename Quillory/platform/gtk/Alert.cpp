@@ -21,6 +21,17 @@ Gtk::MessageType messageType(AlertStyle style)
     return Gtk::MessageType::WARNING;
 }
 
+// The title is for lists of windows; in the alert itself the message says the same.
+void hideTitleLabel(Gtk::MessageDialog& dialog)
+{
+    auto* titlebar = gtk_window_get_titlebar(GTK_WINDOW(dialog.gobj()));
+    for (auto* child = gtk_widget_get_first_child(titlebar); child != nullptr;
+         child = gtk_widget_get_next_sibling(child)) {
+        if (GTK_IS_LABEL(child))
+            gtk_widget_set_visible(child, FALSE);
+    }
+}
+
 }
 
 void Alert::runModal(std::function<void(int answer)> answered)
@@ -29,6 +40,7 @@ void Alert::runModal(std::function<void(int answer)> answered)
         std::make_unique<Gtk::MessageDialog>(m_messageText, false, messageType(m_style), Gtk::ButtonsType::NONE, true);
     m_dialog->set_secondary_text(m_informativeText);
     m_dialog->set_title(m_messageText);
+    hideTitleLabel(*m_dialog);
     m_application.gtkApplication().add_window(*m_dialog);
     for (std::size_t i = 0; i < m_buttons.size(); ++i) {
         auto* button = m_dialog->add_button(m_buttons[i], alertFirstButtonReturn + static_cast<int>(i));
