@@ -17,7 +17,7 @@ constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxy
 // The two characters for each value of 12 bits.
 constexpr auto characterPairs = [] {
     std::array<std::array<char, 2>, 4096> pairs {};
-    for (std::size_t i = 0; i < pairs.size(); ++i)
+    for (std::size_t i = 0; i != pairs.size(); ++i)
         pairs[i] = {alphabet[i >> 6], alphabet[i & 0x3F]};
     return pairs;
 }();
@@ -32,7 +32,8 @@ char* encodeGroup(std::uint32_t group, char* out)
 
 void appendBase64(std::string& text, std::span<const std::byte> bytes)
 {
-    const auto value = [&](std::size_t i) { return std::to_integer<std::uint32_t>(bytes[i]); };
+    // Checking the index of each byte would take a third of the time again; the loop's condition does it for three.
+    const auto value = [&](std::size_t i) { return std::to_integer<std::uint32_t>(bytes.data()[i]); };
     // A block at a time goes through a buffer that stays in the processor's cache.
     std::array<char, 8192> buffer;
     while (bytes.size() >= 3) {
