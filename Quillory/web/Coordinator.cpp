@@ -57,6 +57,8 @@ void WebView::Coordinator::sendFileContentToPage(std::string content)
 void WebView::Coordinator::sendImageToPage(DataURL image)
 {
     auto script = scriptForDataURL(imageCall, image);
+    // The image's bytes are not needed beside the script, which has them too.
+    // cppcheck-suppress [uselessAssignmentArg, unreadVariable]
     image = {};
     evaluate(imageCall, std::move(script));
 }

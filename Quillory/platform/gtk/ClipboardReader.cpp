@@ -145,7 +145,8 @@ void whenClipboardFormatsAreKnown(GdkClipboard* clipboard, std::function<void(Gd
 
 void readClipboard(GdkClipboard* clipboard, std::vector<std::string> mimeTypes, ClipboardCompletion completion)
 {
-    whenClipboardFormatsAreKnown(clipboard, [=](GdkContentFormats* formats) {
+    whenClipboardFormatsAreKnown(clipboard, [clipboard, mimeTypes = std::move(mimeTypes),
+                                             completion = std::move(completion)](GdkContentFormats* formats) {
         std::vector<const char*> wanted;
         for (const auto& type : mimeTypes) {
             if (gdk_content_formats_contain_mime_type(formats, type.c_str()))
@@ -163,7 +164,7 @@ void readClipboard(GdkClipboard* clipboard, std::vector<std::string> mimeTypes, 
 
 void readClipboardText(GdkClipboard* clipboard, ClipboardCompletion completion)
 {
-    whenClipboardFormatsAreKnown(clipboard, [=](GdkContentFormats*) {
+    whenClipboardFormatsAreKnown(clipboard, [clipboard, completion = std::move(completion)](GdkContentFormats*) {
         const auto read = std::make_shared<Read>(completion);
         read->start();
         gdk_clipboard_read_text_async(clipboard, read->cancellable(), readText, read->hold());
@@ -181,7 +182,7 @@ std::vector<std::string> imageFormats(GdkContentFormats* formats)
     }
     if (images.empty() && gdk_content_formats_contain_gtype(formats, GDK_TYPE_TEXTURE))
         images.emplace_back("image/png");
-    std::ranges::stable_partition(images, [](const std::string& type) { return type == "image/png"; });
+    std::stable_partition(images.begin(), images.end(), [](const auto& type) { return type == "image/png"; });
     return images;
 }
 

@@ -307,9 +307,9 @@ std::vector<std::unique_ptr<RunningApplication>> FakePlatform::runningApplicatio
 
 std::unique_ptr<Window> FakePlatform::makeWindow(Size contentSize, unsigned styleMask)
 {
-    auto window = std::make_unique<FakeWindow>(steps, contentSize, styleMask);
-    windows.push_back(window.get());
-    return window;
+    auto made = std::make_unique<FakeWindow>(steps, contentSize, styleMask);
+    windows.push_back(made.get());
+    return made;
 }
 
 std::unique_ptr<WebViewConfiguration> FakePlatform::makeWebViewConfiguration()
