@@ -87,6 +87,9 @@ class Log:
 
 
 class Application:
+    # All that were started and not yet looked at by the fixture `sanitizers_have_nothing_to_say`.
+    started = []
+
     def __init__(self, desktop, binary, page_folder, env=None, arguments=()):
         self.desktop = desktop
         self.page_folder = page_folder
@@ -95,6 +98,7 @@ class Application:
         self.log = Log(self.process.stdout)
         self.errors = Log(self.process.stderr)
         self._scripts = 0
+        self.started.append(self)
 
     # The page
 
@@ -142,6 +146,12 @@ class Application:
     def own_errors(self):
         """What the program itself says on standard error; the toolkit and the engine write there too."""
         return [line for line in self.errors.lines if line.startswith("quillory:")]
+
+    def sanitizer_reports(self):
+        """What AddressSanitizer or UndefinedBehaviorSanitizer have found, once the program has ended."""
+        self.errors.wait_end()
+        found = [i for i, line in enumerate(self.errors.lines) if "Sanitizer" in line or "runtime error" in line]
+        return self.errors.lines[found[0]:] if found else []
 
     # The process
 

@@ -21,6 +21,15 @@ def desktop():
     desktop.close()
 
 
+@pytest.fixture(autouse=True)
+def sanitizers_have_nothing_to_say():
+    """Holds for every test and every program that it starts, whatever the test is about (see tests/sanitizers)."""
+    yield
+    reports = [line for app in Application.started for line in app.sanitizer_reports()]
+    Application.started.clear()
+    assert not reports, "\n".join(reports)
+
+
 @pytest.fixture
 def launch(desktop, installed, tmp_path):
     """Starts the program with a page of the test's own, in a folder of the test's own; ends all at the end."""
