@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdlib>
 
@@ -45,6 +46,31 @@ TEST(TemporaryDirectory, FollowsTheEnvironmentAndEndsInASeparator)
     ASSERT_EQ(chmod(own.c_str(), 0755), 0);
     EXPECT_EQ(temporaryDirectory(), std::nullopt);
     ASSERT_EQ(chmod(own.c_str(), 0700), 0);
+}
+
+TEST(TemporaryDirectory, RefusesWhatOthersCouldHavePutThere)
+{
+    namespace fs = std::filesystem;
+    unsetenv("TMPDIR");
+    unsetenv("XDG_RUNTIME_DIR");
+    const fs::path own = "/tmp/quillory-" + std::to_string(getuid());
+    const fs::path aside = own.string() + ".aside";
+    ASSERT_NE(temporaryDirectory(), std::nullopt);
+    fs::rename(own, aside);
+    const TemporaryFolder elsewhere;
+    fs::create_directory_symlink(elsewhere.path(), own);
+    EXPECT_EQ(temporaryDirectory(), std::nullopt) << "a link";
+    fs::remove(own);
+    fs::copy_file(elsewhere.write("file", ""), own);
+    chmod(own.c_str(), 0700);
+    EXPECT_EQ(temporaryDirectory(), std::nullopt) << "a file";
+    fs::remove(own);
+    // Only root can make a folder of somebody else.
+    if (getuid() == 0 && mkdir(own.c_str(), 0700) == 0 && chown(own.c_str(), 1, 1) == 0) {
+        EXPECT_EQ(temporaryDirectory(), std::nullopt) << "another user's folder";
+        fs::remove(own);
+    }
+    fs::rename(aside, own);
 }
 
 TEST(InstalledBundle, ReadsStringsOfItsInformationFile)
