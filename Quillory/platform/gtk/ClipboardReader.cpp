@@ -145,21 +145,22 @@ void whenClipboardFormatsAreKnown(GdkClipboard* clipboard, std::function<void(Gd
 
 void readClipboard(GdkClipboard* clipboard, std::vector<std::string> mimeTypes, ClipboardCompletion completion)
 {
-    whenClipboardFormatsAreKnown(clipboard, [clipboard, mimeTypes = std::move(mimeTypes),
-                                             completion = std::move(completion)](GdkContentFormats* formats) {
-        std::vector<const char*> wanted;
-        for (const auto& type : mimeTypes) {
-            if (gdk_content_formats_contain_mime_type(formats, type.c_str()))
-                wanted.push_back(type.c_str());
-        }
-        if (wanted.empty())
-            return completion(nullptr);
-        wanted.push_back(nullptr);
-        const auto read = std::make_shared<Read>(completion);
-        read->start();
-        gdk_clipboard_read_async(clipboard, wanted.data(), G_PRIORITY_DEFAULT, read->cancellable(), opened,
-                                 read->hold());
-    });
+    whenClipboardFormatsAreKnown(
+        clipboard,
+        [clipboard, mimeTypes = std::move(mimeTypes), completion = std::move(completion)](GdkContentFormats* formats) {
+            std::vector<const char*> wanted;
+            for (const auto& type : mimeTypes) {
+                if (gdk_content_formats_contain_mime_type(formats, type.c_str()))
+                    wanted.push_back(type.c_str());
+            }
+            if (wanted.empty())
+                return completion(nullptr);
+            wanted.push_back(nullptr);
+            const auto read = std::make_shared<Read>(completion);
+            read->start();
+            gdk_clipboard_read_async(clipboard, wanted.data(), G_PRIORITY_DEFAULT, read->cancellable(), opened,
+                                     read->hold());
+        });
 }
 
 void readClipboardText(GdkClipboard* clipboard, ClipboardCompletion completion)

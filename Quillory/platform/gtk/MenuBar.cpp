@@ -82,7 +82,7 @@ Glib::RefPtr<Gio::Menu> makeMenuBarModel(const Scene& scene)
     return bar;
 }
 
-void installMenuActions(Gtk::ApplicationWindow& window, const Scene& scene, MenuActions actions)
+void installMenuActions(Gtk::ApplicationWindow& window, const Scene& scene, const MenuActions& actions)
 {
     for (const auto placement : {CommandGroupPlacement::newItem, CommandGroupPlacement::appInfo}) {
         const auto* group = replacement(scene, placement);

@@ -22,6 +22,6 @@ struct MenuActions {
 };
 
 // Makes the model's items work in `window`. Keys of the Edit menu are shown but left to the page.
-void installMenuActions(Gtk::ApplicationWindow& window, const Scene& scene, MenuActions actions);
+void installMenuActions(Gtk::ApplicationWindow& window, const Scene& scene, const MenuActions& actions);
 
 }

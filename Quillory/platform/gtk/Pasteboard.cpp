@@ -61,7 +61,7 @@ private:
 };
 
 // Tries one offered format after the other until one of them is an image.
-void readImage(std::vector<std::string> formats, Pasteboard::DataCompletion completion)
+void readImage(std::vector<std::string> formats, const Pasteboard::DataCompletion& completion)
 {
     if (formats.empty())
         return completion(nullptr);

@@ -32,7 +32,7 @@ UserContentController::~UserContentController()
 void UserContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler,
                                                     const std::string& name)
 {
-    auto registration = std::make_unique<Registration>(*this, std::move(handler), name);
+    auto registration = std::make_unique<Registration>(Registration {*this, std::move(handler), name});
     // Connected first: a page that is loaded already can post as soon as the name is registered.
     registration->connection = g_signal_connect(m_manager.get(), ("script-message-received::" + name).c_str(),
                                                 G_CALLBACK(Registration::received), registration.get());

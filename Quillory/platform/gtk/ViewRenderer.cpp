@@ -24,6 +24,8 @@ namespace {
 template<typename... Visitors> struct Overloaded : Visitors... {
     using Visitors::operator()...;
 };
+// Older compilers do not find this out by themselves.
+template<typename... Visitors> Overloaded(Visitors...) -> Overloaded<Visitors...>;
 
 int pixels(double length)
 {

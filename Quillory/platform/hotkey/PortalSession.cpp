@@ -257,7 +257,7 @@ void PortalSession::bindShortcuts()
          token);
 }
 
-void PortalSession::call(Step step, Glib::VariantContainerBase parameters, const std::string& requestToken)
+void PortalSession::call(Step step, const Glib::VariantContainerBase& parameters, const std::string& requestToken)
 {
     auto sender = m_connection->get_unique_name().substr(1);
     std::string name = sender;

@@ -56,7 +56,7 @@ private:
     void registerApplication();
     void createSession();
     void bindShortcuts();
-    void call(Step step, Glib::VariantContainerBase parameters, const std::string& requestToken);
+    void call(Step step, const Glib::VariantContainerBase& parameters, const std::string& requestToken);
     std::string nextRequestToken();
     void forgetSession();
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 // The header names a field "explicit".
+// NOLINTNEXTLINE(clang-diagnostic-keyword-macro): it has no other way to be read as C++
 #define explicit explicitMaps
 #include <xcb/xkb.h>
 #undef explicit
