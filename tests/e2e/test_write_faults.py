@@ -19,6 +19,15 @@ def mount(folder, *arguments):
         pytest.skip("only root may mount a file system")
 
 
+def mount_without_reservation(folder, size):
+    """A file system that cannot set space aside for a file."""
+    image = folder.with_name("image")
+    with open(image, "wb") as file:
+        file.truncate(size)
+    subprocess.run(["/usr/sbin/mke2fs", "-q", "-t", "ext2", "-m", "0", image], check=True)
+    mount(folder, "-o", "loop", image)
+
+
 @pytest.fixture
 def folder(tmp_path):
     folder = tmp_path / "folder"
@@ -31,6 +40,12 @@ def folder(tmp_path):
 
 def disk_full(folder, _app):
     mount(folder, "-t", "tmpfs", "-o", "size=1m", "tmpfs")
+    (folder / "a.bin").write_bytes(OLD)
+    return "No space left on device"
+
+
+def disk_full_without_reservation(folder, _app):
+    mount_without_reservation(folder, 1 << 20)
     (folder / "a.bin").write_bytes(OLD)
     return "No space left on device"
 
@@ -80,7 +95,8 @@ def pipe(folder, app):
     return "No such device or address"
 
 
-@pytest.mark.parametrize("fault", [disk_full, size_limit, read_only, removed, other_folder, pipe, full_device],
+@pytest.mark.parametrize("fault", [disk_full, disk_full_without_reservation, size_limit, read_only, removed, other_folder,
+                                   pipe, full_device],
                          ids=lambda fault: fault.__name__)
 def test_what_cannot_be_written_is_said(launch, portal, folder, fault):
     app = launch(env=FilePortal.ENVIRONMENT)
@@ -117,7 +133,7 @@ EXPORT = DRIVER + f"""<script>
 # When to kill: what the file has become, and how many seconds after the answer.
 MOMENTS = {
     "at once": lambda status, seconds: True,
-    "space reserved": lambda status, seconds: status.st_blocks * 512 > SIZE,
+    "space reserved": lambda status, seconds: status.st_blocks * 512 >= SIZE,
     "old content cut off": lambda status, seconds: status.st_size == 0,
     **{f"{part}/5 written": lambda status, seconds, part=part: part * SIZE // 5 <= status.st_size < SIZE
        for part in range(1, 5)},
@@ -129,7 +145,7 @@ MOMENTS = {
 @pytest.fixture(params=["disk", "disk that cannot reserve space"])
 def disk(request, folder):
     if request.param != "disk":
-        mount(folder, "-t", "ramfs", "ramfs")
+        mount_without_reservation(folder, 4 * SIZE)
     return folder
 
 
@@ -145,12 +161,12 @@ def test_killed_at_any_moment(launch, portal, disk):
         portal.choose(target)
         answered = time.monotonic()
         while not reached(os.stat(target), time.monotonic() - answered):
-            if app.log.lines[-1].startswith("✅ File saved"):
+            if re.match("✅ File saved|❌", app.log.lines[-1]):
                 break
         app.kill()
-        assert app.log.lines[:2] == LAUNCH
+        assert app.log.lines[:2] == LAUNCH and not app.log.lines[-1].startswith("❌")
         content = target.read_bytes()
-        found[name] = "old" if content == old else "new" if content == new else "beginning" if new.startswith(content) else "else"
-    print(found)
+        found[name] = ("old" if content == old else "new" if content == new else
+                       "beginning" if new.startswith(content) else "else")
     assert "else" not in found.values(), found
     assert set(found.values()) == {"old", "beginning", "new"}, found
