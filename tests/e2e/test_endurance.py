@@ -3,8 +3,6 @@
 QUILLORY_ROUNDS=20 asks for 20 rounds of launches and 5,000 uses; without it, fewer.
 """
 import os
-import re
-import time
 
 import pytest
 
@@ -174,18 +172,41 @@ def test_used_for_long(app, portal, desktop, tmp_path):
     assert last[0] <= first[0] * 1.05
 
 
+GARBAGE = [("nativeDownload", "{filename: 1}", "❌ Invalid download message"),
+           ("nativeBatchDownload", "{files: [[[]], {}]}", "❌ Invalid batch download message"),
+           ("nativeCopy", "'x'.repeat(1000)", "❌ Invalid copy message")]
+
+
 def test_page_that_posts_garbage(app, desktop):
     """The window can be used meanwhile, and each message is one right line."""
     window = app.window()
-    app.start_script("""
-        const garbage = [["nativeDownload", {filename: 1}], ["nativeBatchDownload", {files: [[[]], {}]}],
-                         ["nativeCopy", "x".repeat(1000)]];
-        window.posted = 0;
-        while (!window.enough) {
-            for (let i = 0; i < 300; ++i)
-                post(...garbage[window.posted++ % 3]);
-            await new Promise((resolve) => { const { port1, port2 } = new MessageChannel();
-                                             port1.onmessage = resolve; port2.postMessage(null); });
-        }
-        return window.posted;""")
     start = len(app.log.lines)
+    script = app.start_script(f"""
+        const garbage = [{", ".join(f"['{name}', {body}]" for name, body, _ in GARBAGE)}];
+        let enough = false;
+        const timer = setInterval(() => fetch("enough.txt").then(() => {{ enough = true; }}, () => {{}}), 50);
+        const {{port1, port2}} = new MessageChannel();
+        let posted = 0;
+        while (!enough) {{
+            for (let i = 0; i < 1000; ++i)
+                post(...garbage[posted++ % garbage.length]);
+            await new Promise((resolve) => {{ port1.onmessage = resolve; port2.postMessage(null); }});
+        }}
+        clearInterval(timer);
+        return posted;""")
+    app.log.wait(GARBAGE[0][2], start)
+    desktop.choose_from_menu(window, 0, 0)
+    desktop.wait_active(desktop.wait_window("About Quillory"))
+    desktop.key("alt+F4")
+    desktop.wait_no_window("About Quillory")
+    with running(KeyWindow(desktop)) as other:
+        desktop.wait_active(desktop.wait_window(other.TITLE))
+        desktop.key("super+shift+e")
+        desktop.wait_active(window)
+    desktop.key("ctrl+w")
+    desktop.wait_no_window("Quillory")
+    (app.page_folder / "enough.txt").write_text("")
+    posted = app.result(script)
+    assert app.own_lines(start) == [GARBAGE[i % len(GARBAGE)][2] for i in range(posted)]
+    assert app.quit() == 0
+    print(f"{posted} messages")
