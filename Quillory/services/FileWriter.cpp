@@ -4,6 +4,7 @@
 #include <linux/openat2.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -76,18 +77,32 @@ bool exceedsSizeLimit(off_t size)
         && static_cast<rlim_t>(size) > limit.rlim_cur;
 }
 
-// The file system sets blocks aside behind the content that is there, which stays as it is. Some cannot;
-// there the emulation fills what lies past the end, which is cut off again.
+// ENOSPC if `size` bytes do not fit into the free space and what the file has already.
+int checkFreeSpace(int file, off_t size)
+{
+    struct statvfs disk { };
+    struct stat status { };
+    if (fstatvfs(file, &disk) != 0 || disk.f_blocks == 0 || fstat(file, &status) != 0)
+        return 0;
+    constexpr std::uint64_t blockSize = 512; // of st_blocks, on every file system
+    const auto own = static_cast<std::uint64_t>(status.st_blocks) * blockSize;
+    return disk.f_bavail * disk.f_frsize + own < static_cast<std::uint64_t>(size) ? ENOSPC : 0;
+}
+
+// The file system sets blocks aside behind the content that is there, which stays as it is. EOPNOTSUPP from
+// one that cannot.
 int reserve(int file, off_t oldSize, off_t newSize)
 {
-    if (newSize == 0 || fallocate(file, FALLOC_FL_KEEP_SIZE, 0, newSize) == 0)
+    if (newSize == 0)
         return 0;
-    int error = errno;
-    if (error == EOPNOTSUPP)
-        error = posix_fallocate(file, 0, newSize);
+    int error = 0;
+    do {
+        error = fallocate(file, FALLOC_FL_KEEP_SIZE, 0, newSize) == 0 ? 0 : errno;
+    } while (error == EINTR);
     // Gives back what a failed reservation may have taken already.
-    const bool restored = ftruncate(file, oldSize) == 0;
-    return error != 0 ? error : restored ? 0 : errno;
+    if (error != 0 && error != EOPNOTSUPP && ftruncate(file, oldSize) != 0)
+        return errno;
+    return error;
 }
 
 int writeAll(int file, std::span<const std::byte> bytes)
@@ -108,13 +123,19 @@ int replaceContent(int file, off_t oldSize, std::span<const std::byte> bytes)
     const auto newSize = static_cast<off_t>(bytes.size());
     if (exceedsSizeLimit(newSize))
         return EFBIG;
-    if (const int error = reserve(file, oldSize, newSize))
+    int error = reserve(file, oldSize, newSize);
+    const bool canReserve = error != EOPNOTSUPP;
+    if (!canReserve)
+        error = checkFreeSpace(file, newSize);
+    if (error != 0)
         return error;
     if (oldSize > 0) {
         if (ftruncate(file, 0) != 0)
             return errno;
         // Cutting the old content off gave its blocks back: they are taken again before anybody else can.
-        if (const int error = reserve(file, 0, newSize))
+        if (canReserve)
+            error = reserve(file, 0, newSize);
+        if (error != 0)
             return error;
     }
     return writeAll(file, bytes);

@@ -73,12 +73,20 @@ class Log:
         """Waits for a line that equals `wanted`, or matches it if it is a pattern; returns it and its place."""
         matches = wanted.search if isinstance(wanted, re.Pattern) else wanted.__eq__
 
+        place = after
+        result = None
+
         def found():
-            return next(((line, i) for i, line in enumerate(self.lines) if i >= after and matches(line)), None)
+            nonlocal place, result
+            while not result and place < len(self.lines):
+                if matches(self.lines[place]):
+                    result = self.lines[place], place
+                place += 1
+            return result
 
         with self._changed:
             self._changed.wait_for(lambda: found() or self._closed, timeout)
-            if not (result := found()):
+            if not found():
                 raise AssertionError(f"no line {wanted!r}; the log:\n" + "\n".join(self.lines))
             return result
 

@@ -1,11 +1,7 @@
 """Saving one exported file, with the real panel and a real disk."""
 import base64
 import hashlib
-import os
 import re
-import subprocess
-
-import pytest
 
 from desktop import wait_for
 from file_portal import FilePortal
@@ -60,59 +56,6 @@ def test_downloads_asked_for_together_have_a_panel_each(launch, portal, tmp_path
         portal.answer(panel, tmp_path / name)
         app.log.wait(f"✅ File saved to: {tmp_path / name}")
         assert (tmp_path / name).read_text() == name[0]
-
-
-@pytest.mark.parametrize("case", ["folder removed", "folder in its place", "pipe", "full device", "read-only"])
-def test_what_cannot_be_written_is_said(launch, portal, tmp_path, case):
-    app = launch(env=FilePortal.ENVIRONMENT)
-    folder = tmp_path / "folder"
-    folder.mkdir()
-    target = folder / "a.bin"
-    app.post("nativeDownload", download("a.bin", b"content"))
-    panel = portal.wait_panel()
-    if case == "folder removed":
-        folder.rmdir()
-        error = "No such file or directory"
-    elif case == "folder in its place":
-        target.mkdir()
-        error = "Is a directory"
-    elif case == "pipe":
-        os.mkfifo(target)
-        error = "No such device or address"
-    elif case == "full device":
-        target = "/dev/full"
-        error = "No space left on device"
-    else:
-        target = "/sys/kernel/notes"
-        error = "Permission denied" if os.getuid() else "Read-only file system"
-    portal.answer(panel, target)
-    line, _ = app.log.wait(re.compile("^❌ Error saving file: "))
-    assert line.removeprefix("❌ Error saving file: ") in (error, "Permission denied")
-    assert app.run_script("return 'alive'") == "alive"
-
-
-@pytest.fixture
-def small_disk(tmp_path):
-    """A file system of 1 MiB."""
-    folder = tmp_path / "disk"
-    folder.mkdir()
-    if subprocess.run(["mount", "-t", "tmpfs", "-o", "size=1m", "tmpfs", folder], capture_output=True).returncode != 0:
-        pytest.skip("only root may mount a small file system")
-    yield folder
-    subprocess.run(["umount", "-l", folder], check=True)
-
-
-def test_full_disk_leaves_the_old_content_whole(launch, portal, small_disk):
-    app = launch(env=FilePortal.ENVIRONMENT)
-    old = small_disk / "old.bin"
-    old.write_bytes(b"precious" * 1000)
-    for target in (small_disk / "new.bin", old):
-        start = app.run_script("post('nativeDownload', {filename: 'a.bin', data: ',' + 'A'.repeat(4 << 20)})")
-        start = len(app.log.lines)
-        portal.choose(target)
-        app.log.wait("❌ Error saving file: No space left on device", after=start)
-    assert old.read_bytes() == b"precious" * 1000
-    assert not (small_disk / "new.bin").exists()
 
 
 def test_hundreds_of_mebibytes_byte_for_byte(launch, portal, tmp_path):

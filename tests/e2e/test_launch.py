@@ -8,7 +8,7 @@ import subprocess
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Application, InstallTree
+from application import LAUNCH, STATUS_REPORT, Application
 from desktop import Desktop, wait_for
 
 
@@ -95,24 +95,6 @@ def test_second_launch_raises_the_first(launch, desktop, state):
         assert app.own_lines().count("Main window created") == 1
     finally:
         other.kill()
-
-
-@pytest.mark.parametrize("count", [2, 8])
-def test_started_at_once_there_is_one(desktop, installed, tmp_path, count):
-    tree = InstallTree(installed, tmp_path / "installed")
-    apps = [Application(desktop, tree.binary, tree.page_folder) for _ in range(count)]
-    try:
-        wait_for(lambda: sum(app.process.poll() is None for app in apps) == 1, "all but one to end")
-        remaining = next(app for app in apps if app.process.poll() is None)
-        remaining.wait_ready()
-        assert len(desktop.windows("Quillory")) == 1
-        for app in apps:
-            if app is not remaining:
-                assert app.wait_exit() == 0 and app.log.lines == []
-        assert remaining.quit() == 0
-    finally:
-        for app in apps:
-            app.kill()
 
 
 def test_killed_instance_leaves_no_lock(launch):

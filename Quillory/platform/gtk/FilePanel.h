@@ -15,12 +15,16 @@ class Application;
 
 // What the save and the open panel have in common: one file chooser of the desktop, shown once.
 class FilePanel : public std::enable_shared_from_this<FilePanel> {
+public:
+    FilePanel(const FilePanel&) = delete;
+    FilePanel& operator=(const FilePanel&) = delete;
+
 protected:
     explicit FilePanel(Application& application)
         : m_application(application)
     {
     }
-    ~FilePanel() = default;
+    ~FilePanel();
 
     struct Settings {
         std::string title;
@@ -34,10 +38,13 @@ protected:
     void show(const Settings& settings, PanelCompletion completion);
 
 private:
-    void ended(int response, const PanelCompletion& completion);
+    void watchPortal();
+    void ended(int response);
 
     Application& m_application;
     Glib::RefPtr<Gtk::FileChooserNative> m_chooser;
+    PanelCompletion m_completion; // none once the panel has ended
+    guint m_portalWatch = 0; // none if the toolkit's own panel is shown
 };
 
 }

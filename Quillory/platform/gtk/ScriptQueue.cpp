@@ -23,6 +23,10 @@ constexpr std::string_view pieceTail = "');";
 constexpr std::string_view wholeText =
     "(() => { const pieces = window.__quilloryText; delete window.__quilloryText; return pieces.join(''); })()";
 
+// Nobody wants a script's value, and not every value can be handed over. With one that always can, no
+// value means that the page's process did not live to the end of the script.
+constexpr std::string_view plainValue = "\n0";
+
 bool isEscaped(std::string_view text, std::size_t position)
 {
     std::size_t backslashes = 0;
@@ -38,7 +42,9 @@ bool continuesCharacter(char byte)
 
 std::string describe(const GError& error)
 {
-    return std::string(g_quark_to_string(error.domain)) + " " + std::to_string(error.code) + ": " + error.message;
+    const bool hasNoValue = g_error_matches(&error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
+    return std::string(g_quark_to_string(error.domain)) + " " + std::to_string(error.code) + ": "
+        + (hasNoValue ? "the page's process has ended" : error.message);
 }
 
 using Evaluated = std::function<void(WebKitWebView* view, std::optional<std::string> error)>;
@@ -50,10 +56,7 @@ void evaluated(GObject* source, GAsyncResult* result, gpointer data)
     GError* error = nullptr;
     const GObjectPtr<::JSCValue> value(webkit_web_view_evaluate_javascript_finish(view, result, &error));
     const GErrorPtr owner(error);
-    // The script ran, its value is of a kind that cannot be handed over, and nobody wants it.
-    const bool unsupportedValue =
-        g_error_matches(error, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
-    (*completion)(view, error == nullptr || unsupportedValue ? std::nullopt : std::optional(describe(*error)));
+    (*completion)(view, error == nullptr ? std::nullopt : std::optional(describe(*error)));
 }
 
 void send(WebKitWebView* view, std::string_view script, Evaluated completion)
@@ -69,7 +72,7 @@ Evaluated reportTo(ScriptQueue::Completion completion)
 }
 
 // Into a buffer that is used again and again.
-std::string_view join(std::string& script, std::string_view head, std::string_view text, std::string_view tail)
+std::string& join(std::string& script, std::string_view head, std::string_view text, std::string_view tail)
 {
     script.assign(head);
     script += text;
@@ -135,6 +138,7 @@ void ScriptQueue::sendWaiting(WebKitWebView* view)
             }
             entry = std::move(std::exchange(m_transfer, nullptr)->entry);
         }
+        entry.script += plainValue;
         send(view, entry.script, reportTo(std::move(entry.completion)));
     }
 }
@@ -159,7 +163,8 @@ void ScriptQueue::sendPieces(WebKitWebView* view)
     if (transfer->sent < text.size())
         return;
     // What became of the last pieces shows in the call, which cannot do without them.
-    send(view, join(transfer->buffer, head, wholeText, tail), reportTo(std::move(transfer->entry.completion)));
+    join(transfer->buffer, head, wholeText, tail) += plainValue;
+    send(view, transfer->buffer, reportTo(std::move(transfer->entry.completion)));
     m_transfer.reset();
     sendWaiting(view);
 }
