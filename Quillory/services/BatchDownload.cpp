@@ -52,8 +52,7 @@ public:
         m_name = filename->utf8();
         m_bytes = std::move(bytes);
         // Where no thread is to be had, the file is written when it is waited for.
-        constexpr auto policy = std::launch::async | std::launch::deferred;
-        m_error = std::async(policy, writeFileInFolder, m_folder, m_name, m_bytes->span());
+        m_error = std::async(writeFileInFolder, m_folder, m_name, m_bytes->span());
     }
 
     // Waits until all files are written; returns how many are on disk now.

@@ -56,8 +56,9 @@ private:
         how.mode = (flags & O_CREAT) != 0 ? fileMode : 0;
         how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
         FileDescriptor file(static_cast<int>(syscall(SYS_openat2, m_folder, m_name.c_str(), &how, sizeof how)));
-        // Where the kernel cannot watch the way, a name without one is still safe if it is no link.
-        if (!file && errno == ENOSYS && m_name.find('/') == std::string::npos && m_name != "..")
+        // Where the kernel cannot watch the way, a single name is still safe if it is no link: a folder cannot be
+        // written.
+        if (!file && errno == ENOSYS && m_name.find('/') == std::string::npos)
             return openAt(flags | O_NOFOLLOW);
         return file;
     }

@@ -6,8 +6,7 @@ namespace quillory {
 
 std::string pathExtension(std::string_view filename)
 {
-    const auto lastSeparator = filename.rfind('/');
-    const auto name = lastSeparator == std::string_view::npos ? filename : filename.substr(lastSeparator + 1);
+    const auto name = filename.substr(filename.rfind('/') + 1); // the whole name if there is no separator
     const auto dot = name.rfind('.');
     if (dot == std::string_view::npos)
         return {};
