@@ -129,24 +129,37 @@ TEST_F(AppDelegateTest, HandsOverToTheRunningInstance)
 
 TEST_F(AppDelegateTest, TerminatesWhenTheLockFileCannotBeOpened)
 {
-    const auto unopenable = {folder.path() / "missing", folder.write("a-file", "")};
-    for (const auto& directory : unopenable) {
-        setenv("TMPDIR", directory.c_str(), 1);
+    const auto expectToTerminate = [this](const std::string& where) {
         platform.steps.clear();
         run();
-        EXPECT_THAT(platform.steps, ElementsAre("look for com.quillory.Quillory", "terminate"));
+        EXPECT_THAT(platform.steps, ElementsAre("look for com.quillory.Quillory", "terminate")) << where;
+    };
+    for (const auto& directory : {folder.path() / "missing", folder.write("a-file", "")}) {
+        setenv("TMPDIR", directory.c_str(), 1);
+        expectToTerminate(directory);
     }
     setenv("TMPDIR", folder.path().c_str(), 1);
     folder.makePipe("Quillory.lock");
-    platform.steps.clear();
-    run();
-    EXPECT_THAT(platform.steps, Contains("terminate"));
+    expectToTerminate("a pipe in its place");
+
+    unsetenv("TMPDIR");
+    unsetenv("XDG_RUNTIME_DIR");
+    const auto own = "/tmp/quillory-" + std::to_string(getuid());
+    mkdir(own.c_str(), 0700);
+    chmod(own.c_str(), 0755);
+    expectToTerminate("a directory that lets others in");
+    chmod(own.c_str(), 0700);
 }
 
-TEST_F(AppDelegateTest, LeavesTheLockFileAsItIs)
+TEST_F(AppDelegateTest, LeavesTheLockFileAsItIsAndToItself)
 {
     folder.write("Quillory.lock", "of an earlier run");
-    run([&](auto&, const auto&) { EXPECT_FALSE(lockIsFree()); });
+    run([&](auto& delegate, const auto&) {
+        EXPECT_FALSE(lockIsFree());
+        EXPECT_NE(std::system("ls -l /proc/self/fd | grep -q Quillory.lock"), 0) << "a child process would keep it";
+        delegate.applicationWillTerminate();
+        EXPECT_TRUE(lockIsFree());
+    });
     EXPECT_EQ(folder.read("Quillory.lock"), "of an earlier run");
 }
 

@@ -148,6 +148,7 @@ TEST_F(CoordinatorTest, LimitsTheSavePanelByTheNamesExtension)
         {"p.json", "application/json"},
         {"notes.txt", nullptr},
         {"README", nullptr},
+        {".png", "image/png"},
         {"v1.0/png", nullptr},
         {"dot.", nullptr},
     };
@@ -238,40 +239,64 @@ TEST_F(CoordinatorTest, SavesAnEmptyBatch)
     EXPECT_THAT(choose(folder.path()), ElementsAre("✅ Saved 0/0 files to: " + folder.path().string()));
 }
 
-TEST_F(CoordinatorTest, HandsAProjectFileToThePage)
+TEST_F(CoordinatorTest, HandsAProjectFileToThePageIfItIsText)
 {
-    const struct {
-        std::string content;
-        const char* error; // null if it is handed over
-    } cases[] = {
-        {"", nullptr},
-        {"not JSON, it's text\\\r\n", nullptr},
-        {"\xEF\xBB\xBF{}", nullptr},
-        {std::string("a\0b", 3), nullptr},
-        {"\xF4\x8F\xBF\xBF 12345678 \xED\x9F\xBF\xEE\x80\x80", nullptr},
-        {"overlong \xC0\xAF", "The file is not valid UTF-8 text"},
-        {"overlong \xE0\x9F\xBF", "The file is not valid UTF-8 text"},
-        {"overlong \xF0\x8F\xBF\xBF", "The file is not valid UTF-8 text"},
-        {"surrogate \xED\xA0\x80", "The file is not valid UTF-8 text"},
-        {"too high \xF4\x90\x80\x80", "The file is not valid UTF-8 text"},
-        {"lone \x80", "The file is not valid UTF-8 text"},
-        {"truncated \xE2\x82", "The file is not valid UTF-8 text"},
-        {"interrupted \xE2\x28\xA1 and more text", "The file is not valid UTF-8 text"},
-    };
-    for (const auto& [content, error] : cases) {
-        const auto path = folder.write("project.json", content);
-        post("nativeFilePicker");
-        platform.runMainQueue();
+    const auto open = [this](const std::string& content) {
         view->scripts.clear();
-        const auto lines = choose(path);
-        if (error != nullptr) {
-            EXPECT_THAT(lines, ElementsAre(std::string("❌ Error reading file: ") + error)) << content;
-            EXPECT_THAT(view->scripts, IsEmpty());
-        } else {
-            EXPECT_THAT(platform.steps, ElementsAre("evaluate", "log: ✅ File loaded: project.json")) << content;
-            EXPECT_THAT(view->scripts, ElementsAre(scriptForText(fileContentCall, content)));
-        }
+        linesAfter("nativeFilePicker");
+        return choose(folder.write("project.json", content));
+    };
+    const std::string accepted[] = {
+        "",
+        "not JSON, it's text\\\r\n",
+        "\xEF\xBB\xBF{}",
+        std::string("a\0b", 3),
+        std::string(100'000, '\''),
+        "12345678\x7F 12345678\xC2\x80\xDF\xBF 12345678",
+        "\xE0\xA0\x80\xE0\xBF\xBF\xE1\x80\x80\xEC\xBF\xBF\xED\x80\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF",
+        "\xF0\x90\x80\x80\xF0\xBF\xBF\xBF\xF1\x80\x80\x80\xF3\xBF\xBF\xBF\xF4\x80\x80\x80\xF4\x8F\xBF\xBF",
+    };
+    for (const auto& content : accepted) {
+        open(content);
+        EXPECT_THAT(platform.steps, ElementsAre("evaluate", "log: ✅ File loaded: project.json")) << content;
+        EXPECT_THAT(view->scripts, ElementsAre(scriptForText(fileContentCall, content)));
     }
+    const std::string refused[] = {
+        // Overlong, a surrogate, too high, and bytes that nothing starts with.
+        "\xC1\xBF",
+        "\xE0\x9F\xBF",
+        "\xF0\x8F\xBF\xBF",
+        "\xED\xA0\x80",
+        "\xF4\x90\x80\x80",
+        "\xF5\x80\x80\x80",
+        "\x80",
+        "12345678\xFF",
+        // Cut off by the end or by something else.
+        "\xC3",
+        "\xE2\x82",
+        "\xF1\x80\x80",
+        "\xC3(",
+        "\xC3\xC0",
+        "\xE2(\xA1",
+        "\xE2\x82(",
+        "\xE2\x82\xC0",
+        "\xF1(\x80\x80",
+        "\xF1\x80(\x80",
+        "\xF1\x80\x80(",
+        "\xF1\x80\x80\xC0 and more text",
+    };
+    for (const auto& content : refused) {
+        EXPECT_THAT(open(content), ElementsAre("❌ Error reading file: The file is not valid UTF-8 text")) << content;
+        EXPECT_THAT(view->scripts, IsEmpty());
+    }
+}
+
+TEST_F(CoordinatorTest, TakesAFileThatEndsBeforeItsSize)
+{
+    linesAfter("nativeFilePicker");
+    EXPECT_THAT(choose("/sys/devices/system/cpu/online"), ElementsAre("✅ File loaded: online"));
+    ASSERT_EQ(view->scripts.size(), 1U);
+    EXPECT_THAT(view->scripts[0], testing::MatchesRegex(R"(window\.handleNativeFileContent\('[0-9,-]+\\n'\);)"));
 }
 
 TEST_F(CoordinatorTest, ReadsRegularFilesOnly)

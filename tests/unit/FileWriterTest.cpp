@@ -1,10 +1,15 @@
 #include "services/FileWriter.h"
 
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include <csignal>
+#include <thread>
 
 #include "TemporaryFolder.h"
 
@@ -35,13 +40,30 @@ private:
     rlimit m_old {};
 };
 
+void takeOpenat2FromThisThread()
+{
+    sock_filter program[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog filter {std::size(program), program};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+}
+
 }
 
 TEST(FileWriter, ReplacesTheContentAndKeepsTheFile)
 {
     const TemporaryFolder folder;
-    for (const std::string content : {"", "short", "much longer than what there was"}) {
-        const auto path = folder.write("file", "twelve bytes");
+    const struct {
+        const char* old;
+        std::string content;
+    } cases[] = {{"1", ""}, {"twelve bytes", ""}, {"twelve bytes", "short"}, {"1", "longer than what there was"}};
+    for (const auto& [old, content] : cases) {
+        const auto path = folder.write("file", old);
         chmod(path.c_str(), 0640);
         std::filesystem::remove(folder.path() / "hard");
         std::filesystem::remove(folder.path() / "soft");
@@ -66,6 +88,19 @@ TEST(FileWriter, LeavesTheOldContentWholeWhenTheNewOneDoesNotFit)
     EXPECT_EQ(folder.read("old"), "precious");
     EXPECT_EQ(writeFile(folder.path() / "new", bytesOf(large)), "File too large");
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "new"));
+    EXPECT_EQ(writeFile(folder.path() / "fits", bytesOf(large).first(64 << 10)), std::nullopt);
+}
+
+TEST(FileWriter, LeavesTheOldContentWholeWhenNoDiskHasTheRoom)
+{
+    const TemporaryFolder folder;
+    folder.write("old", "precious");
+    // Never read: that it cannot be stored is known before.
+    const std::string content = "x";
+    const std::span<const std::byte> exbibyte(bytesOf(content).data(), 1UL << 60);
+    errno = ENOENT; // of an earlier call
+    EXPECT_NE(writeFile(folder.path() / "old", exbibyte), std::nullopt);
+    EXPECT_EQ(folder.read("old"), "precious");
 }
 
 TEST(FileWriter, SaysWhyItCouldNotWrite)
@@ -84,6 +119,20 @@ TEST(FileWriter, SaysWhyItCouldNotWrite)
         EXPECT_EQ(writeFile(path, bytesOf("content")), error) << path;
 }
 
+TEST(FileWriter, GivesANewFileTheUsualPermissions)
+{
+    const TemporaryFolder folder;
+    const auto mask = umask(002);
+    writeFile(folder.path() / "one", bytesOf("content"));
+    writeFileInFolder(folder.path(), "of-a-batch", bytesOf("content"));
+    umask(mask);
+    for (const char* name : {"one", "of-a-batch"}) {
+        struct stat status { };
+        stat((folder.path() / name).c_str(), &status);
+        EXPECT_EQ(status.st_mode & 0777U, 0664U) << name;
+    }
+}
+
 TEST(FileWriter, StaysInsideTheFolder)
 {
     const TemporaryFolder folder;
@@ -94,6 +143,29 @@ TEST(FileWriter, StaysInsideTheFolder)
     EXPECT_EQ(writeFileInFolder(folder.path() / "missing", "file", bytesOf("x")), "No such file or directory");
     EXPECT_NE(writeFileInFolder(folder.path(), "", bytesOf("x")), std::nullopt);
     EXPECT_EQ(folder.read("file"), "content");
+}
+
+TEST(FileWriter, StaysInsideTheFolderOnAnOldKernel)
+{
+    const TemporaryFolder folder;
+    std::filesystem::create_directory(folder.path() / "sub");
+    std::filesystem::create_symlink("sub/target", folder.path() / "link");
+    const struct {
+        const char* name;
+        std::optional<std::string> error;
+    } cases[] = {
+        {"file", std::nullopt},
+        {"..", "Is a directory"},
+        {"link", "Too many levels of symbolic links"},
+        {"sub/file", "Function not implemented"},
+    };
+    std::thread([&] {
+        takeOpenat2FromThisThread();
+        for (const auto& [name, error] : cases)
+            EXPECT_EQ(writeFileInFolder(folder.path(), name, bytesOf("content")), error) << name;
+    }).join();
+    EXPECT_EQ(folder.read("file"), "content");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "sub"));
 }
 
 }

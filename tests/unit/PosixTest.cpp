@@ -1,13 +1,16 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "TemporaryFolder.h"
 #include "platform/posix/InstalledBundle.h"
 #include "platform/posix/StandardLog.h"
 #include "support/TemporaryDirectory.h"
+#include "support/UTF8.h"
 
 namespace quillory {
 
@@ -46,6 +49,20 @@ TEST(TemporaryDirectory, FollowsTheEnvironmentAndEndsInASeparator)
     ASSERT_EQ(chmod(own.c_str(), 0755), 0);
     EXPECT_EQ(temporaryDirectory(), std::nullopt);
     ASSERT_EQ(chmod(own.c_str(), 0700), 0);
+
+    const auto aside = own + "-aside";
+    std::filesystem::rename(own, aside);
+    close(open(own.c_str(), O_WRONLY | O_CREAT, 0600));
+    EXPECT_EQ(temporaryDirectory(), std::nullopt) << "a file in its place";
+    std::filesystem::remove(own);
+    std::filesystem::rename(aside, own);
+}
+
+TEST(UTF8, LooksNoFurtherThanTheEndItIsGiven)
+{
+    const std::string_view text = "a\xE2\x82\xAC";
+    for (const std::size_t length : {0, 1, 2, 3, 4})
+        EXPECT_EQ(validUTF8Prefix(text.substr(0, length)), length == 4 ? 4U : std::min<std::size_t>(length, 1));
 }
 
 TEST(TemporaryDirectory, RefusesWhatOthersCouldHavePutThere)
