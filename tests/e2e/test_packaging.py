@@ -163,7 +163,7 @@ def test_package_depends_on_what_it_uses(package, tmp_path):
     control = run("dpkg-deb", "--field", package).stdout
     fields = dict(line.split(": ", 1) for line in control.splitlines() if re.match(r"[A-Z][\w-]*: ", line))
     depends = {re.split(r"[ |(]", item.strip())[0] for item in fields["Depends"].split(",")}
-    assert {"libgtkmm-4.0-0", "libwebkitgtk-6.0-4", "libxcb1", "librsvg2-common"} <= depends
+    assert {"libgtk-4-1", "libwebkitgtk-6.0-4", "libxcb1", "librsvg2-common"} <= depends
     assert not [name for name in depends if name.endswith("-dev")]
     for wanted in ("webp-pixbuf-loader", "heif-gdk-pixbuf", "xdg-desktop-portal"):
         assert wanted in fields["Recommends"]

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <gtkmm/messagedialog.h>
+#include <gtk/gtk.h>
 
 #include <memory>
 
 #include "platform/Alert.h"
+#include "platform/gtk/WindowPtr.h"
 
 namespace quillory::gtk {
 
@@ -29,7 +30,7 @@ private:
     std::string m_informativeText;
     AlertStyle m_style = AlertStyle::warning;
     std::vector<std::string> m_buttons;
-    std::unique_ptr<Gtk::MessageDialog> m_dialog;
+    WindowPtr<GtkDialog> m_dialog;
 };
 
 }

@@ -1,11 +1,6 @@
 #include "platform/gtk/Application.h"
 
-#include <giomm/dbusconnection.h>
 #include <glib-unix.h>
-#include <glibmm/main.h>
-#include <gtk/gtk.h>
-#include <gtkmm/icontheme.h>
-#include <gtkmm/window.h>
 
 #include <sys/stat.h>
 
@@ -16,7 +11,9 @@
 #include <cstdlib>
 #include <utility>
 
+#include "platform/gtk/BoxedFunction.h"
 #include "platform/gtk/ContentFilter.h"
+#include "platform/gtk/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -39,7 +36,7 @@ void ignoreUnusableCacheFolder()
 }
 
 Application::Application(std::string identifier, std::filesystem::path icons, std::filesystem::path page)
-    : m_identifier(Gio::Application::id_is_valid(identifier) ? std::move(identifier) : std::string())
+    : m_identifier(g_application_id_is_valid(identifier.c_str()) != 0 ? std::move(identifier) : std::string())
     , m_icons(std::move(icons))
     , m_page(std::move(page))
 {
@@ -72,28 +69,31 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
     prepareForPage();
     // The lock has decided already that this is the one instance: another process that still has the
     // name, because it is just ending, must not turn this one into its client.
-    m_application = Gtk::Application::create(m_identifier, Gio::Application::Flags::NON_UNIQUE);
-    m_application->signal_startup().connect([&] {
+    m_application.reset(
+        gtk_application_new(m_identifier.empty() ? nullptr : m_identifier.c_str(), G_APPLICATION_NON_UNIQUE));
+    const auto startup = connectScoped<void()>(m_application.get(), "startup", [&] {
+        using Work = BoxedFunction<void()>;
         ownName();
-        Glib::signal_idle().connect_once([this] { useIcon(); }, Glib::PRIORITY_LOW);
+        g_idle_add_full(G_PRIORITY_LOW, Work::callOnce, Work::make([this] { useIcon(); }), Work::free);
         terminateOnSignals();
-        m_application->hold();
+        g_application_hold(G_APPLICATION(m_application.get()));
         delegate.applicationDidFinishLaunching();
     });
     bool launched = false;
-    m_application->signal_activate().connect([&] {
+    const auto activated = connectScoped<void()>(m_application.get(), "activate", [&] {
         if (std::exchange(launched, true))
             delegate.applicationShouldHandleReopen(false);
     });
-    m_application->signal_window_removed().connect([&](Gtk::Window*) {
-        if (m_application->get_windows().empty() && delegate.applicationShouldTerminateAfterLastWindowClosed())
+    const auto windowRemoved = connectScoped<void(GtkWindow*)>(m_application.get(), "window-removed", [&](GtkWindow*) {
+        if (gtk_application_get_windows(m_application.get()) == nullptr
+            && delegate.applicationShouldTerminateAfterLastWindowClosed())
             terminate();
     });
 
-    const int status = m_application->run();
+    const int status = g_application_run(G_APPLICATION(m_application.get()), 0, nullptr);
     m_dialogs.clear();
     if (m_nameOwner != 0)
-        Gio::DBus::unown_name(m_nameOwner);
+        g_bus_unown_name(m_nameOwner);
     return status;
 }
 
@@ -101,21 +101,25 @@ void Application::ownName()
 {
     if (m_identifier.empty())
         return;
-    try {
-        // Without a bus the program still runs; when the bus goes it stays.
-        Gio::DBus::Connection::get_sync(Gio::DBus::BusType::SESSION)->set_exit_on_close(false);
-        m_nameOwner = Gio::DBus::own_name(Gio::DBus::BusType::SESSION, m_identifier);
-    } catch (const Glib::Error& error) {
-        std::fprintf(stderr, "quillory: no session bus, a second launch cannot raise the window: %s\n", error.what());
+    GError* error = nullptr;
+    const GObjectPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+    const GErrorPtr owner(error);
+    if (!bus) {
+        std::fprintf(stderr, "quillory: no session bus, a second launch cannot raise the window: %s\n", error->message);
+        return;
     }
+    // Without a bus the program still runs; when the bus goes it stays.
+    g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+    m_nameOwner = g_bus_own_name(G_BUS_TYPE_SESSION, m_identifier.c_str(), G_BUS_NAME_OWNER_FLAGS_NONE, nullptr,
+                                 nullptr, nullptr, nullptr, nullptr);
 }
 
 // The desktop finds the icon of an installed program by itself; a tree that was moved brings its own. Looking
 // for it takes some time, so it is done when the page is on its way.
 void Application::useIcon() const
 {
-    Gtk::IconTheme::get_for_display(Gdk::Display::get_default())->add_search_path(m_icons.string());
-    Gtk::Window::set_default_icon_name(m_identifier);
+    gtk_icon_theme_add_search_path(gtk_icon_theme_get_for_display(gdk_display_get_default()), m_icons.c_str());
+    gtk_window_set_default_icon_name(m_identifier.c_str());
 }
 
 // The page can then be loaded before its window is shown, which keeps this thread busy while the page's process
@@ -140,7 +144,7 @@ void Application::terminate()
 {
     m_terminating = true;
     if (m_application)
-        m_application->quit();
+        g_application_quit(G_APPLICATION(m_application.get()));
 }
 
 // These desktops activate windows, not applications: ordering a window front takes the focus to it.
@@ -152,10 +156,11 @@ std::uint32_t Application::takeUserTime()
     return std::exchange(m_userTime, 0);
 }
 
-Gtk::Window* Application::mainWindow() const
+GtkWindow* Application::mainWindow() const
 {
-    for (auto* window : m_application->get_windows()) {
-        if (window->get_transient_for() == nullptr && window->get_resizable())
+    for (auto* entry = gtk_application_get_windows(m_application.get()); entry != nullptr; entry = entry->next) {
+        auto* window = GTK_WINDOW(entry->data);
+        if (gtk_window_get_transient_for(window) == nullptr && gtk_window_get_resizable(window) != 0)
             return window;
     }
     return nullptr;

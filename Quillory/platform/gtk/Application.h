@@ -1,7 +1,6 @@
 #pragma once
 
-#include <giomm/dbusownname.h>
-#include <gtkmm/application.h>
+#include <gtk/gtk.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -10,6 +9,7 @@
 #include <string>
 
 #include "platform/Application.h"
+#include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
 
@@ -31,10 +31,10 @@ public:
     void noteUserTime(std::uint32_t time) { m_userTime = time; }
     std::uint32_t takeUserTime();
 
-    Gtk::Application& gtkApplication() { return *m_application; }
+    GtkApplication* gtkApplication() { return m_application.get(); }
     const Scene& scene() const { return *m_scene; }
     // The window that panels belong to; null if there is none.
-    Gtk::Window* mainWindow() const;
+    GtkWindow* mainWindow() const;
 
     // Keeps a dialog alive while it is shown and nobody else holds it; dropped when the run ends.
     void keep(std::shared_ptr<void> dialog) { m_dialogs.insert(std::move(dialog)); }
@@ -56,7 +56,7 @@ private:
     std::filesystem::path m_icons;
     std::filesystem::path m_page;
     const Scene* m_scene = nullptr;
-    Glib::RefPtr<Gtk::Application> m_application;
+    GObjectPtr<GtkApplication> m_application;
     std::set<std::shared_ptr<void>> m_dialogs;
     guint m_nameOwner = 0;
     std::uint32_t m_userTime = 0;

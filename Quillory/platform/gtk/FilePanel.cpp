@@ -1,17 +1,12 @@
 #include "platform/gtk/FilePanel.h"
 
-#include <giomm/dbuswatchname.h>
-#include <glibmm/main.h>
-#include <gtk/gtk.h>
-#include <gtkmm/dialog.h>
-#include <gtkmm/filefilter.h>
-#include <gtkmm/window.h>
-
 #include <cstdio>
 #include <memory>
 #include <utility>
 
 #include "platform/gtk/Application.h"
+#include "platform/gtk/BoxedFunction.h"
+#include "platform/gtk/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -20,18 +15,18 @@ namespace {
 constexpr const char* portalName = "org.freedesktop.portal.Desktop";
 constexpr unsigned portalGoneDelayMilliseconds = 250;
 
-Glib::RefPtr<Gtk::FileFilter> makeFilter(const std::vector<ContentType>& types)
+GObjectPtr<GtkFileFilter> makeFilter(const std::vector<ContentType>& types)
 {
-    auto filter = Gtk::FileFilter::create();
+    GObjectPtr<GtkFileFilter> filter(gtk_file_filter_new());
     std::string name;
     for (const auto& type : types) {
-        filter->add_mime_type(type.mimeType);
+        gtk_file_filter_add_mime_type(filter.get(), type.mimeType.c_str());
         for (const auto& suffix : type.suffixes) {
-            filter->add_suffix(suffix);
+            gtk_file_filter_add_suffix(filter.get(), suffix.c_str());
             name += (name.empty() ? "*." : ", *.") + suffix;
         }
     }
-    filter->set_name(name);
+    gtk_file_filter_set_name(filter.get(), name.c_str());
     return filter;
 }
 
@@ -51,28 +46,29 @@ bool showsOwnPanel()
 FilePanel::~FilePanel()
 {
     if (m_portalWatch != 0)
-        Gio::DBus::unwatch_name(m_portalWatch);
+        g_bus_unwatch_name(m_portalWatch);
 }
 
 void FilePanel::show(const Settings& settings, PanelCompletion completion)
 {
-    auto* parent = m_application.mainWindow();
-    m_chooser = parent != nullptr
-        ? Gtk::FileChooserNative::create(settings.title, *parent, settings.action, settings.acceptLabel)
-        : Gtk::FileChooserNative::create(settings.title, settings.action, settings.acceptLabel);
-    m_chooser->set_modal(false);
-    m_chooser->set_create_folders(settings.createFolders);
+    m_chooser.reset(gtk_file_chooser_native_new(settings.title.c_str(), m_application.mainWindow(), settings.action,
+                                                settings.acceptLabel.empty() ? nullptr : settings.acceptLabel.c_str(),
+                                                nullptr));
+    auto* dialog = GTK_NATIVE_DIALOG(m_chooser.get());
+    auto* chooser = GTK_FILE_CHOOSER(m_chooser.get());
+    gtk_native_dialog_set_modal(dialog, FALSE);
+    gtk_file_chooser_set_create_folders(chooser, settings.createFolders);
     if (!settings.currentName.empty())
-        m_chooser->set_current_name(settings.currentName);
+        gtk_file_chooser_set_current_name(chooser, settings.currentName.c_str());
     if (!settings.allowedTypes.empty()) {
         const auto filter = makeFilter(settings.allowedTypes);
-        m_chooser->add_filter(filter);
-        m_chooser->set_filter(filter);
+        gtk_file_chooser_add_filter(chooser, filter.get());
+        gtk_file_chooser_set_filter(chooser, filter.get());
     }
     m_completion = std::move(completion);
-    m_chooser->signal_response().connect([this](int response) { ended(response); });
+    connectSignal<void(int)>(dialog, "response", [this](int response) { ended(response); });
     m_application.keep(shared_from_this());
-    m_chooser->show();
+    gtk_native_dialog_show(dialog);
     if (!showsOwnPanel())
         watchPortal();
 }
@@ -81,16 +77,18 @@ void FilePanel::show(const Settings& settings, PanelCompletion completion)
 // question has not been taken yet, and must have done so before the panel may go.
 void FilePanel::watchPortal()
 {
-    const auto vanished = [weak = weak_from_this()](const auto&, const auto&) {
-        Glib::signal_timeout().connect_once(
-            [weak] {
-                if (const auto self = weak.lock())
-                    self->ended(Gtk::ResponseType::DELETE_EVENT);
-            },
-            portalGoneDelayMilliseconds);
+    using Work = BoxedFunction<void()>;
+    const auto end = [weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->ended(GTK_RESPONSE_DELETE_EVENT);
     };
-    m_portalWatch = Gio::DBus::watch_name(Gio::DBus::BusType::SESSION, portalName, {}, vanished,
-                                          Gio::DBus::BusNameWatcherFlags::AUTO_START);
+    const auto endLater = [end] {
+        g_timeout_add_full(G_PRIORITY_DEFAULT, portalGoneDelayMilliseconds, Work::callOnce, Work::make(end),
+                           Work::free);
+    };
+    const auto vanished = [](GDBusConnection*, const char*, gpointer box) { Work::of(box)(); };
+    m_portalWatch = g_bus_watch_name(G_BUS_TYPE_SESSION, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START, nullptr,
+                                     vanished, Work::make(endLater), Work::free);
 }
 
 void FilePanel::ended(int response)
@@ -101,17 +99,18 @@ void FilePanel::ended(int response)
     // The application may be the last to refer to it.
     const auto self = shared_from_this();
     m_application.release(self);
-    if (m_portalWatch != 0 && response == Gtk::ResponseType::DELETE_EVENT)
+    if (m_portalWatch != 0 && response == GTK_RESPONSE_DELETE_EVENT)
         std::fputs("quillory: the desktop's file panel has gone, nothing was chosen\n", stderr);
 
     std::optional<std::filesystem::path> url;
-    if (response == Gtk::ResponseType::ACCEPT) {
-        if (const auto file = m_chooser->get_file(); file && !file->get_path().empty())
-            url = file->get_path();
+    if (response == GTK_RESPONSE_ACCEPT) {
+        const GObjectPtr<GFile> file(gtk_file_chooser_get_file(GTK_FILE_CHOOSER(m_chooser.get())));
+        if (const char* path = file ? g_file_peek_path(file.get()) : nullptr)
+            url = path;
     }
     // Destroyed before the work starts, so that it is off the screen while a large file is written.
-    m_chooser->hide();
-    handler(response == Gtk::ResponseType::ACCEPT ? ModalResponse::ok : ModalResponse::cancel, std::move(url));
+    gtk_native_dialog_hide(GTK_NATIVE_DIALOG(m_chooser.get()));
+    handler(response == GTK_RESPONSE_ACCEPT ? ModalResponse::ok : ModalResponse::cancel, std::move(url));
 }
 
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <gtkmm/filechoosernative.h>
+#include <gtk/gtk.h>
 
 #include <memory>
 #include <string>
@@ -8,6 +8,7 @@
 
 #include "platform/ContentType.h"
 #include "platform/Panel.h"
+#include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
 
@@ -28,7 +29,7 @@ protected:
 
     struct Settings {
         std::string title;
-        Gtk::FileChooser::Action action = Gtk::FileChooser::Action::OPEN;
+        GtkFileChooserAction action = GTK_FILE_CHOOSER_ACTION_OPEN;
         std::string acceptLabel; // empty for the desktop's own
         std::string currentName; // empty for none
         bool createFolders = true;
@@ -42,7 +43,7 @@ private:
     void ended(int response);
 
     Application& m_application;
-    Glib::RefPtr<Gtk::FileChooserNative> m_chooser;
+    GObjectPtr<GtkFileChooserNative> m_chooser;
     PanelCompletion m_completion; // none once the panel has ended
     guint m_portalWatch = 0; // none if the toolkit's own panel is shown
 };

@@ -1,12 +1,8 @@
 #include "platform/gtk/FirstFrame.h"
 
 #include <gdk/wayland/gdkwayland.h>
-#include <gdkmm/frameclock.h>
-#include <gdkmm/surface.h>
-#include <glibmm/main.h>
-#include <gtk/gtk.h>
-#include <sigc++/sigc++.h>
 
+#include <chrono>
 #include <utility>
 
 namespace quillory::gtk {
@@ -14,31 +10,31 @@ namespace quillory::gtk {
 namespace {
 
 // Long enough for a picture that is only slow, which mapping again would delay.
-constexpr unsigned patience = 300; // milliseconds
+constexpr std::chrono::milliseconds patience {300};
 constexpr int maximumAttempts = 10;
 
 }
 
-FirstFrame::FirstFrame(Gtk::Window& window)
+FirstFrame::FirstFrame(GtkWindow* window)
     : m_window(window)
 {
-    if (!GDK_IS_WAYLAND_DISPLAY(window.get_display()->gobj()))
+    if (!GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(window))))
         return;
-    window.signal_realize().connect(sigc::mem_fun(*this, &FirstFrame::realized));
-    window.signal_map().connect(sigc::mem_fun(*this, &FirstFrame::mapped));
-    window.signal_unmap().connect(sigc::mem_fun(*this, &FirstFrame::shown));
-}
-
-FirstFrame::~FirstFrame()
-{
-    m_timeout.disconnect();
+    m_windowConnections = {
+        connectScoped<void()>(window, "realize", [this] { realized(); }),
+        connectScoped<void()>(window, "map", [this] { mapped(); }),
+        connectScoped<void()>(window, "unmap", [this] { shown(); }),
+    };
 }
 
 void FirstFrame::realized()
 {
-    // A compositor says so once it has something to show.
-    m_window.get_surface()->signal_enter_monitor().connect(sigc::hide(sigc::mem_fun(*this, &FirstFrame::shown)));
-    m_window.get_frame_clock()->signal_paint().connect(sigc::mem_fun(*this, &FirstFrame::painted));
+    auto* surface = gtk_native_get_surface(GTK_NATIVE(m_window));
+    m_surfaceConnections = {
+        // A compositor says so once it has something to show.
+        connectScoped<void(GdkMonitor*)>(surface, "enter-monitor", [this](GdkMonitor*) { shown(); }),
+        connectScoped<void()>(gdk_surface_get_frame_clock(surface), "paint", [this] { painted(); }),
+    };
 }
 
 void FirstFrame::mapped()
@@ -48,29 +44,31 @@ void FirstFrame::mapped()
 
 void FirstFrame::painted()
 {
-    if (!m_waiting || m_timeout.connected())
+    if (!m_waiting || m_timeout.isUnderWay())
         return;
-    m_timeout = Glib::signal_timeout().connect(sigc::mem_fun(*this, &FirstFrame::mapAgain), patience);
+    m_timeout.start(patience, [this] {
+        mapAgain();
+        return false;
+    });
 }
 
 void FirstFrame::shown()
 {
-    m_timeout.disconnect();
+    m_timeout.stop();
     m_waiting = false;
     m_attempts = 0;
 }
 
-bool FirstFrame::mapAgain()
+void FirstFrame::mapAgain()
 {
     const int attempt = m_attempts + 1;
     if (attempt > maximumAttempts)
-        return false;
-    m_window.set_visible(false);
+        return;
+    gtk_widget_set_visible(GTK_WIDGET(m_window), FALSE);
     // The next surface is made anew from the ground, and with it the native window that was refused.
-    gtk_widget_unrealize(GTK_WIDGET(m_window.gobj()));
+    gtk_widget_unrealize(GTK_WIDGET(m_window));
     m_attempts = attempt;
-    m_window.present();
-    return false;
+    gtk_window_present(m_window);
 }
 
 }

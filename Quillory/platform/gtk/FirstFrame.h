@@ -1,7 +1,11 @@
 #pragma once
 
-#include <gtkmm/window.h>
-#include <sigc++/trackable.h>
+#include <gtk/gtk.h>
+
+#include <array>
+
+#include "platform/gtk/SignalConnection.h"
+#include "platform/gtk/Timeout.h"
 
 namespace quillory::gtk {
 
@@ -9,10 +13,10 @@ namespace quillory::gtk {
 // toolkit's new GL surface for it cannot be made (EGL_BAD_ALLOC; measured with GTK 4.8.3 and Mesa 22.3: one
 // time in ten), no picture is ever sent, and the compositor does not show the window. Mapping it once more,
 // with all of its resources made anew, helps.
-class FirstFrame : public sigc::trackable {
+class FirstFrame {
 public:
-    explicit FirstFrame(Gtk::Window& window);
-    ~FirstFrame();
+    // The window outlives this.
+    explicit FirstFrame(GtkWindow* window);
     FirstFrame(const FirstFrame&) = delete;
     FirstFrame& operator=(const FirstFrame&) = delete;
 
@@ -21,10 +25,12 @@ private:
     void mapped();
     void painted();
     void shown();
-    bool mapAgain();
+    void mapAgain();
 
-    Gtk::Window& m_window;
-    sigc::connection m_timeout;
+    GtkWindow* m_window;
+    std::array<SignalConnection, 3> m_windowConnections;
+    std::array<SignalConnection, 2> m_surfaceConnections;
+    Timeout m_timeout;
     bool m_wasMapped = false;
     bool m_waiting = false;
     int m_attempts = 0;

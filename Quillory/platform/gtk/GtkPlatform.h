@@ -12,7 +12,7 @@
 
 namespace quillory::gtk {
 
-// The desktop through gtkmm and WebKitGTK.
+// The desktop through GTK and WebKitGTK.
 class GtkPlatform final : public Platform {
 public:
     GtkPlatform();

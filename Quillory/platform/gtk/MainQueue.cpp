@@ -2,40 +2,25 @@
 
 #include <glib.h>
 
-#include <memory>
+#include "platform/gtk/BoxedFunction.h"
 
 namespace quillory::gtk {
 
 namespace {
 
-using Work = std::function<void()>;
-
-gboolean run(gpointer data)
-{
-    (*static_cast<Work*>(data))();
-    return G_SOURCE_REMOVE;
-}
-
-void destroy(gpointer data)
-{
-    delete static_cast<Work*>(data);
-}
-
-gpointer box(Work work)
-{
-    return std::make_unique<Work>(std::move(work)).release();
-}
+using Work = BoxedFunction<void()>;
 
 }
 
-void MainQueue::async(Work work)
+void MainQueue::async(std::function<void()> work)
 {
-    g_idle_add_full(G_PRIORITY_DEFAULT, run, box(std::move(work)), destroy);
+    g_idle_add_full(G_PRIORITY_DEFAULT, Work::callOnce, Work::make(std::move(work)), Work::free);
 }
 
-void MainQueue::asyncAfter(std::chrono::milliseconds delay, Work work)
+void MainQueue::asyncAfter(std::chrono::milliseconds delay, std::function<void()> work)
 {
-    g_timeout_add_full(G_PRIORITY_DEFAULT, static_cast<guint>(delay.count()), run, box(std::move(work)), destroy);
+    g_timeout_add_full(G_PRIORITY_DEFAULT, static_cast<guint>(delay.count()), Work::callOnce,
+                       Work::make(std::move(work)), Work::free);
 }
 
 }

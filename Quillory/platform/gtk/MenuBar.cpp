@@ -1,10 +1,10 @@
 #include "platform/gtk/MenuBar.h"
 
-#include <gtkmm/application.h>
-
 #include <array>
+#include <utility>
 
 #include "platform/Localization.h"
+#include "platform/gtk/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -40,64 +40,99 @@ std::string actionName(CommandGroupPlacement placement, std::size_t index)
     return std::string(group) + "-" + std::to_string(index);
 }
 
-Glib::RefPtr<Gio::Menu> makeSection(const Scene& scene, CommandGroupPlacement placement)
+using Menu = GObjectPtr<GMenu>;
+
+Menu makeMenu()
 {
-    auto section = Gio::Menu::create();
+    return Menu(g_menu_new());
+}
+
+void append(const Menu& menu, const std::string& title, const std::string& action)
+{
+    g_menu_append(menu.get(), title.c_str(), action.c_str());
+}
+
+void appendSection(const Menu& menu, const Menu& section)
+{
+    g_menu_append_section(menu.get(), nullptr, G_MENU_MODEL(section.get()));
+}
+
+void appendSubmenu(const Menu& bar, const std::string& title, const Menu& menu)
+{
+    g_menu_append_submenu(bar.get(), title.c_str(), G_MENU_MODEL(menu.get()));
+}
+
+Menu makeSection(const Scene& scene, CommandGroupPlacement placement)
+{
+    auto section = makeMenu();
     if (const auto* group = replacement(scene, placement)) {
         for (std::size_t i = 0; i < group->content.size(); ++i)
-            section->append(group->content[i].title, "win." + actionName(placement, i));
+            append(section, group->content[i].title, "win." + actionName(placement, i));
     }
     return section;
 }
 
+void addAction(GtkApplicationWindow* window, const std::string& name, std::function<void()> perform)
+{
+    const GObjectPtr<GSimpleAction> action(g_simple_action_new(name.c_str(), nullptr));
+    connectSignal<void(GVariant*)>(action.get(), "activate", [perform = std::move(perform)](GVariant*) { perform(); });
+    g_action_map_add_action(G_ACTION_MAP(window), G_ACTION(action.get()));
 }
 
-Glib::RefPtr<Gio::Menu> makeMenuBarModel(const Scene& scene)
+void setKey(GtkApplicationWindow* window, const char* action, const char* key)
 {
-    auto applicationMenu = Gio::Menu::create();
-    applicationMenu->append_section(makeSection(scene, CommandGroupPlacement::appInfo));
-    auto ending = Gio::Menu::create();
-    ending->append(localized("_Quit"), "win.quit");
-    applicationMenu->append_section(ending);
+    const std::array<const char*, 2> keys {key, nullptr};
+    gtk_application_set_accels_for_action(gtk_window_get_application(GTK_WINDOW(window)), action, keys.data());
+}
 
-    auto file = Gio::Menu::create();
-    file->append_section(makeSection(scene, CommandGroupPlacement::newItem));
-    file->append(localized("_Close"), "win.close");
+}
 
-    auto edit = Gio::Menu::create();
+GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene)
+{
+    const auto applicationMenu = makeMenu();
+    appendSection(applicationMenu, makeSection(scene, CommandGroupPlacement::appInfo));
+    const auto ending = makeMenu();
+    append(ending, localized("_Quit"), "win.quit");
+    appendSection(applicationMenu, ending);
+
+    const auto file = makeMenu();
+    appendSection(file, makeSection(scene, CommandGroupPlacement::newItem));
+    append(file, localized("_Close"), "win.close");
+
+    const auto edit = makeMenu();
     for (const auto& item : editItems) {
-        auto menuItem = Gio::MenuItem::create(localized(item.title), std::string("win.edit-") + item.command);
-        menuItem->set_attribute_value("accel", Glib::Variant<Glib::ustring>::create(item.shownKey));
-        edit->append_item(menuItem);
+        const auto action = std::string("win.edit-") + item.command;
+        const GObjectPtr<GMenuItem> menuItem(g_menu_item_new(localized(item.title).c_str(), action.c_str()));
+        g_menu_item_set_attribute(menuItem.get(), "accel", "s", item.shownKey);
+        g_menu_append_item(edit.get(), menuItem.get());
     }
 
-    auto window = Gio::Menu::create();
-    window->append(localized("_Minimize"), "win.minimize");
+    const auto window = makeMenu();
+    append(window, localized("_Minimize"), "win.minimize");
 
-    auto bar = Gio::Menu::create();
-    bar->append_submenu(localized("_Quillory"), applicationMenu);
-    bar->append_submenu(localized("_File"), file);
-    bar->append_submenu(localized("_Edit"), edit);
-    bar->append_submenu(localized("_Window"), window);
+    auto bar = makeMenu();
+    appendSubmenu(bar, localized("_Quillory"), applicationMenu);
+    appendSubmenu(bar, localized("_File"), file);
+    appendSubmenu(bar, localized("_Edit"), edit);
+    appendSubmenu(bar, localized("_Window"), window);
     return bar;
 }
 
-void installMenuActions(Gtk::ApplicationWindow& window, const Scene& scene, const MenuActions& actions)
+void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const MenuActions& actions)
 {
     for (const auto placement : {CommandGroupPlacement::newItem, CommandGroupPlacement::appInfo}) {
         const auto* group = replacement(scene, placement);
         for (std::size_t i = 0; group != nullptr && i < group->content.size(); ++i)
-            window.add_action(actionName(placement, i), group->content[i].action);
+            addAction(window, actionName(placement, i), group->content[i].action);
     }
-    window.add_action("quit", actions.quit);
-    window.add_action("close", actions.close);
-    window.add_action("minimize", actions.minimize);
+    addAction(window, "quit", actions.quit);
+    addAction(window, "close", actions.close);
+    addAction(window, "minimize", actions.minimize);
     for (const auto& item : editItems)
-        window.add_action(std::string("edit-") + item.command, [edit = actions.edit, &item] { edit(item.command); });
+        addAction(window, std::string("edit-") + item.command, [edit = actions.edit, &item] { edit(item.command); });
 
-    const auto application = window.get_application();
-    application->set_accel_for_action("win.quit", "<Control>q");
-    application->set_accel_for_action("win.close", "<Control>w");
+    setKey(window, "win.quit", "<Control>q");
+    setKey(window, "win.close", "<Control>w");
 }
 
 }

@@ -1,17 +1,17 @@
 #pragma once
 
-#include <giomm/menu.h>
-#include <gtkmm/applicationwindow.h>
+#include <gtk/gtk.h>
 
 #include <functional>
 #include <string>
 
 #include "platform/Scene.h"
+#include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
 
 // The standard menus, with the scene's command groups in place of the groups they replace.
-Glib::RefPtr<Gio::Menu> makeMenuBarModel(const Scene& scene);
+GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene);
 
 struct MenuActions {
     std::function<void()> quit;
@@ -22,6 +22,6 @@ struct MenuActions {
 };
 
 // Makes the model's items work in `window`. Keys of the Edit menu are shown but left to the page.
-void installMenuActions(Gtk::ApplicationWindow& window, const Scene& scene, const MenuActions& actions);
+void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const MenuActions& actions);
 
 }

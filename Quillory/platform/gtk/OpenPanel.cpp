@@ -13,13 +13,13 @@ OpenPanel::OpenPanel(Application& application)
 void OpenPanel::setCanChooseFiles(bool can)
 {
     if (can)
-        m_settings.action = Gtk::FileChooser::Action::OPEN;
+        m_settings.action = GTK_FILE_CHOOSER_ACTION_OPEN;
 }
 
 void OpenPanel::setCanChooseDirectories(bool can)
 {
     if (can)
-        m_settings.action = Gtk::FileChooser::Action::SELECT_FOLDER;
+        m_settings.action = GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER;
 }
 
 }

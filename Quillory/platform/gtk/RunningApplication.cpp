@@ -1,10 +1,11 @@
 #include "platform/gtk/RunningApplication.h"
 
-#include <giomm/dbusconnection.h>
-#include <giomm/init.h>
+#include <gio/gio.h>
 
 #include <algorithm>
 #include <cstdlib>
+
+#include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
 
@@ -13,16 +14,18 @@ namespace {
 constexpr int timeoutMilliseconds = 500;
 
 // The launcher gave this process the right to take the focus; the window that takes it is the other's.
-std::map<Glib::ustring, Glib::VariantBase> launchData()
+GVariant* launchData()
 {
-    std::map<Glib::ustring, Glib::VariantBase> data;
+    GVariantDict data;
+    g_variant_dict_init(&data, nullptr);
     const auto add = [&](const char* key, const char* variable) {
-        if (const char* value = std::getenv(variable); value != nullptr && *value != '\0')
-            data[key] = Glib::Variant<Glib::ustring>::create(value);
+        const char* value = std::getenv(variable);
+        if (value != nullptr && *value != '\0' && g_utf8_validate(value, -1, nullptr) != 0)
+            g_variant_dict_insert(&data, key, "s", value);
     };
     add("desktop-startup-id", "DESKTOP_STARTUP_ID");
     add("activation-token", "XDG_ACTIVATION_TOKEN");
-    return data;
+    return g_variant_dict_end(&data);
 }
 
 std::string objectPath(const std::string& identifier)
@@ -33,37 +36,39 @@ std::string objectPath(const std::string& identifier)
     return path;
 }
 
+// The answer of somebody on the session bus to a call, of which `arguments` may be floating; null for none.
+GVariantPtr call(const char* name, const char* path, const char* interface, const char* method, GVariant* arguments,
+                 const char* answerType, GDBusCallFlags flags)
+{
+    const GVariantPtr parameters(g_variant_ref_sink(arguments));
+    const GObjectPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (!bus)
+        return nullptr;
+    return GVariantPtr(g_dbus_connection_call_sync(bus.get(), name, path, interface, method, parameters.get(),
+                                                   G_VARIANT_TYPE(answerType), flags, timeoutMilliseconds, nullptr,
+                                                   nullptr));
+}
+
 }
 
 std::vector<std::unique_ptr<quillory::RunningApplication>>
 RunningApplication::withIdentifier(const std::string& identifier)
 {
     std::vector<std::unique_ptr<quillory::RunningApplication>> applications;
-    // This process ends here and never starts the toolkit, which would do it.
-    Gio::init();
-    try {
-        const auto answer = Gio::DBus::Connection::get_sync(Gio::DBus::BusType::SESSION)
-                                ->call_sync("/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
-                                            Glib::Variant<std::tuple<Glib::ustring>>::create({identifier}),
-                                            "org.freedesktop.DBus", timeoutMilliseconds);
-        Glib::Variant<bool> hasOwner;
-        answer.get_child(hasOwner, 0);
-        if (hasOwner.get())
-            applications.push_back(std::make_unique<RunningApplication>(identifier));
-    } catch (const Glib::Error&) {
-    }
+    const auto answer = call("org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameHasOwner",
+                             g_variant_new("(s)", identifier.c_str()), "(b)", G_DBUS_CALL_FLAGS_NONE);
+    gboolean hasOwner = FALSE;
+    if (answer)
+        g_variant_get(answer.get(), "(b)", &hasOwner);
+    if (hasOwner != 0)
+        applications.push_back(std::make_unique<RunningApplication>(identifier));
     return applications;
 }
 
 void RunningApplication::activate()
 {
-    try {
-        Gio::DBus::Connection::get_sync(Gio::DBus::BusType::SESSION)
-            ->call_sync(objectPath(m_identifier), "org.freedesktop.Application", "Activate",
-                        Glib::Variant<std::tuple<std::map<Glib::ustring, Glib::VariantBase>>>::create({launchData()}),
-                        m_identifier, timeoutMilliseconds, Gio::DBus::CallFlags::NO_AUTO_START);
-    } catch (const Glib::Error&) {
-    }
+    call(m_identifier.c_str(), objectPath(m_identifier).c_str(), "org.freedesktop.Application", "Activate",
+         g_variant_new("(@a{sv})", launchData()), "()", G_DBUS_CALL_FLAGS_NO_AUTO_START);
 }
 
 }

@@ -8,7 +8,7 @@ SavePanel::SavePanel(Application& application)
     : FilePanel(application)
 {
     m_settings.title = localized("Save");
-    m_settings.action = Gtk::FileChooser::Action::SAVE;
+    m_settings.action = GTK_FILE_CHOOSER_ACTION_SAVE;
 }
 
 }

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <glibmm/main.h>
-#include <sigc++/connection.h>
-
 #include <chrono>
 #include <functional>
 
 #include "platform/Timer.h"
+#include "platform/gtk/Timeout.h"
 
 namespace quillory::gtk {
 
@@ -18,14 +16,10 @@ public:
     Timer(const Application& application, std::chrono::milliseconds interval, bool repeats,
           std::function<void()> block);
 
-    ~Timer() override;
-    Timer(const Timer&) = delete;
-    Timer& operator=(const Timer&) = delete;
-
-    void invalidate() override;
+    void invalidate() override { m_timeout.stop(); }
 
 private:
-    sigc::connection m_connection;
+    Timeout m_timeout;
 };
 
 }

@@ -1,16 +1,6 @@
 #include "platform/gtk/ViewRenderer.h"
 
-#include <glibmm/stringutils.h>
-#include <gtkmm/box.h>
-#include <gtkmm/cssprovider.h>
-#include <gtkmm/icontheme.h>
-#include <gtkmm/image.h>
-#include <gtkmm/label.h>
-#include <gtkmm/linkbutton.h>
-#include <gtkmm/picture.h>
-#include <gtkmm/separator.h>
-#include <gtkmm/stylecontext.h>
-
+#include <array>
 #include <cmath>
 #include <filesystem>
 
@@ -20,6 +10,8 @@
 namespace quillory::gtk {
 
 namespace {
+
+using Widget = GObjectPtr<GtkWidget>;
 
 template<typename... Visitors> struct Overloaded : Visitors... {
     using Visitors::operator()...;
@@ -67,121 +59,132 @@ constexpr double pointsPerPixel = 0.75;
 // With a decimal point whatever the user's language.
 std::string cssNumber(double number)
 {
-    return Glib::Ascii::dtostr(number);
+    std::array<char, G_ASCII_DTOSTR_BUF_SIZE> buffer {};
+    return g_ascii_dtostr(buffer.data(), static_cast<int>(buffer.size()), number);
 }
 
-void addStyle(Gtk::Widget& widget, const std::string& css)
+GObjectPtr<GtkCssProvider> makeStyles(const char* css)
 {
-    const auto provider = Gtk::CssProvider::create();
-    provider->load_from_data(css);
-    widget.get_style_context()->add_provider(provider, GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    GObjectPtr<GtkCssProvider> styles(gtk_css_provider_new());
+    gtk_css_provider_load_from_data(styles.get(), css, -1);
+    return styles;
+}
+
+void addStyle(GtkWidget* widget, const std::string& css)
+{
+    gtk_style_context_add_provider(gtk_widget_get_style_context(widget),
+                                   GTK_STYLE_PROVIDER(makeStyles(css.c_str()).get()),
+                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 }
 
 void installTextStyles()
 {
     static const auto provider = [] {
-        auto styles = Gtk::CssProvider::create();
-        styles->load_from_data(textStyles);
-        Gtk::StyleContext::add_provider_for_display(Gdk::Display::get_default(), styles,
-                                                    GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+        auto styles = makeStyles(textStyles);
+        gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(styles.get()),
+                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
         return styles;
     }();
 }
 
-void applyFont(Gtk::Widget& widget, const Font& font)
+void setHorizontalMargin(GtkWidget* widget, double margin)
 {
-    widget.add_css_class(styleName(font.style));
+    gtk_widget_set_margin_start(widget, pixels(margin));
+    gtk_widget_set_margin_end(widget, pixels(margin));
+}
+
+void applyFont(GtkWidget* widget, const Font& font)
+{
+    gtk_widget_add_css_class(widget, styleName(font.style));
     if (font.bold)
-        widget.add_css_class("text-bold");
+        gtk_widget_add_css_class(widget, "text-bold");
     if (font.monospaced)
-        widget.add_css_class("text-monospaced");
+        gtk_widget_add_css_class(widget, "text-monospaced");
     if (font.size)
         addStyle(widget,
                  "* { font-size: " + cssNumber(*font.size * pointsPerPixel)
                      + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt; }");
 }
 
-std::unique_ptr<Gtk::Widget> renderText(const TextView& text)
+Widget renderText(const TextView& text)
 {
-    auto label = std::make_unique<Gtk::Label>(text.text);
-    label->set_wrap(true);
-    label->set_justify(Gtk::Justification::CENTER);
-    label->set_halign(text.horizontalPadding > 0 ? Gtk::Align::FILL : Gtk::Align::CENTER);
-    label->set_margin_start(pixels(text.horizontalPadding));
-    label->set_margin_end(pixels(text.horizontalPadding));
-    applyFont(*label, text.font);
+    auto label = sink(gtk_label_new(text.text.c_str()));
+    gtk_label_set_wrap(GTK_LABEL(label.get()), TRUE);
+    gtk_label_set_justify(GTK_LABEL(label.get()), GTK_JUSTIFY_CENTER);
+    gtk_widget_set_halign(label.get(), text.horizontalPadding > 0 ? GTK_ALIGN_FILL : GTK_ALIGN_CENTER);
+    setHorizontalMargin(label.get(), text.horizontalPadding);
+    applyFont(label.get(), text.font);
     if (text.color == ColorRole::secondary)
-        label->add_css_class("dim-label");
+        gtk_widget_add_css_class(label.get(), "dim-label");
     return label;
 }
 
 // Null when the icon is nowhere to be had.
-std::unique_ptr<Gtk::Widget> renderImage(const ImageView& image)
+Widget renderImage(const ImageView& image)
 {
-    const int size = pixels(image.size.width);
-    const auto theme = Gtk::IconTheme::get_for_display(Gdk::Display::get_default());
-    auto widget = std::make_unique<Gtk::Image>();
+    auto* theme = gtk_icon_theme_get_for_display(gdk_display_get_default());
+    auto widget = sink(gtk_image_new());
+    auto* picture = GTK_IMAGE(widget.get());
     std::error_code error;
-    if (theme->has_icon(image.iconName))
-        widget->set_from_icon_name(image.iconName);
+    if (gtk_icon_theme_has_icon(theme, image.iconName.c_str()) != 0)
+        gtk_image_set_from_icon_name(picture, image.iconName.c_str());
     else if (std::filesystem::is_regular_file(image.file, error))
-        widget->set(image.file);
+        gtk_image_set_from_file(picture, image.file.c_str());
     else
         return nullptr;
-    widget->set_pixel_size(size);
-    widget->set_halign(Gtk::Align::CENTER);
-    setAccessibleName(*widget, image.accessibleName);
+    gtk_image_set_pixel_size(picture, pixels(image.size.width));
+    gtk_widget_set_halign(widget.get(), GTK_ALIGN_CENTER);
+    setAccessibleName(widget.get(), image.accessibleName);
     return widget;
 }
 
-std::unique_ptr<Gtk::Widget> renderLink(const LinkView& link)
+Widget renderLink(const LinkView& link)
 {
-    auto button = std::make_unique<Gtk::LinkButton>(link.url, link.label);
-    button->set_halign(Gtk::Align::CENTER);
-    button->add_css_class("plain-link");
-    applyFont(*button, link.font);
+    auto button = sink(gtk_link_button_new_with_label(link.url.c_str(), link.label.c_str()));
+    gtk_widget_set_halign(button.get(), GTK_ALIGN_CENTER);
+    gtk_widget_add_css_class(button.get(), "plain-link");
+    applyFont(button.get(), link.font);
     return button;
 }
 
-std::unique_ptr<Gtk::Widget> renderBadge(const BadgeView& badge)
+Widget renderBadge(const BadgeView& badge)
 {
-    auto label = std::make_unique<Gtk::Label>(badge.text);
-    label->set_halign(Gtk::Align::CENTER);
-    applyFont(*label, badge.font);
-    addStyle(*label,
+    auto label = sink(gtk_label_new(badge.text.c_str()));
+    gtk_widget_set_halign(label.get(), GTK_ALIGN_CENTER);
+    applyFont(label.get(), badge.font);
+    addStyle(label.get(),
              "* { padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
                  + "px; border-radius: " + cssNumber(badge.cornerRadius) + "px; background-color: rgba(128, 128, 128, "
                  + cssNumber(badge.greyOpacity) + "); }");
-    setAccessibleName(*label, badge.accessibleName);
+    setAccessibleName(label.get(), badge.accessibleName);
     return label;
 }
 
-std::unique_ptr<Gtk::Widget> renderSeparator(const SeparatorView& separator)
+Widget renderSeparator(const SeparatorView& separator)
 {
-    auto line = std::make_unique<Gtk::Separator>(Gtk::Orientation::HORIZONTAL);
-    line->set_margin_start(pixels(separator.horizontalPadding));
-    line->set_margin_end(pixels(separator.horizontalPadding));
+    auto line = sink(gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
+    setHorizontalMargin(line.get(), separator.horizontalPadding);
     return line;
 }
 
-std::unique_ptr<Gtk::Widget> renderSpacer()
+Widget renderSpacer()
 {
-    auto spacer = std::make_unique<Gtk::Box>();
-    spacer->set_vexpand(true);
+    auto spacer = sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+    gtk_widget_set_vexpand(spacer.get(), TRUE);
     return spacer;
 }
 
-std::unique_ptr<Gtk::Widget> renderStack(const StackView& stack)
+Widget renderStack(const StackView& stack)
 {
-    auto column = std::make_unique<Gtk::Box>(Gtk::Orientation::VERTICAL, pixels(stack.spacing));
+    auto column = sink(gtk_box_new(GTK_ORIENTATION_VERTICAL, pixels(stack.spacing)));
     if (stack.fixedSize)
-        column->set_size_request(pixels(stack.fixedSize->width), pixels(stack.fixedSize->height));
+        gtk_widget_set_size_request(column.get(), pixels(stack.fixedSize->width), pixels(stack.fixedSize->height));
     // Unlike a margin, padding is part of the size.
     const auto padding = cssNumber(stack.verticalPadding) + "px";
-    addStyle(*column, "* { padding-top: " + padding + "; padding-bottom: " + padding + "; }");
+    addStyle(column.get(), "* { padding-top: " + padding + "; padding-bottom: " + padding + "; }");
     for (const auto& child : stack.children) {
-        if (auto widget = renderView(child).widget)
-            column->append(*Gtk::manage(widget.release()));
+        if (const auto widget = renderView(child).widget)
+            gtk_box_append(GTK_BOX(column.get()), widget.get());
     }
     return column;
 }

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <gtkmm/widget.h>
+#include <gtk/gtk.h>
 
 #include <memory>
 
 #include "platform/View.h"
+#include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
 
@@ -12,7 +13,7 @@ class WebView;
 
 // The widgets of one view value and what they need to stay alive.
 struct RenderedView {
-    std::unique_ptr<Gtk::Widget> widget;
+    GObjectPtr<GtkWidget> widget;
     std::shared_ptr<WebView> webView; // the hosted web view, if the view is one
 };
 

@@ -1,7 +1,5 @@
 #include "platform/gtk/WebView.h"
 
-#include <gtkmm/box.h>
-
 #include <cstdio>
 
 #include "platform/Localization.h"
@@ -111,27 +109,28 @@ void WebView::evaluateJavaScript(std::string script, EvaluationCompletion comple
     m_scripts->evaluate(m_view.get(), std::move(script), std::move(completion));
 }
 
-std::unique_ptr<Gtk::Widget> WebView::makeWidget()
+GObjectPtr<GtkWidget> WebView::makeWidget()
 {
-    auto box = std::make_unique<Gtk::Box>();
+    auto box = sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
     auto* widget = GTK_WIDGET(m_view.get());
-    setAccessibleName(GTK_ACCESSIBLE(widget), localized("Editor"));
+    setAccessibleName(widget, localized("Editor"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
-    gtk_box_append(box->gobj(), widget);
-    box->add_controller(makeFileDropTarget());
+    gtk_box_append(GTK_BOX(box.get()), widget);
+    acceptFilesDroppedOn(box.get());
     return box;
 }
 
 // Asked before the engine, which would leave the page for the file.
-Glib::RefPtr<Gtk::DropTarget> WebView::makeFileDropTarget()
+void WebView::acceptFilesDroppedOn(GtkWidget* widget)
 {
-    auto target = Gtk::DropTarget::create(GDK_TYPE_FILE_LIST, Gdk::DragAction::COPY);
-    target->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
-    target->signal_drop().connect(
-        [this](const Glib::ValueBase& value, double, double) {
+    auto* target = gtk_drop_target_new(GDK_TYPE_FILE_LIST, GDK_ACTION_COPY);
+    auto* controller = GTK_EVENT_CONTROLLER(target);
+    gtk_event_controller_set_propagation_phase(controller, GTK_PHASE_CAPTURE);
+    m_drop = connectScoped<gboolean(const GValue*, double, double)>(
+        target, "drop", [this](const GValue* value, double, double) {
             std::vector<std::filesystem::path> files;
-            auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value.gobj()));
+            auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value));
             const std::unique_ptr<GSList, decltype(&g_slist_free)> entries(gdk_file_list_get_files(list), g_slist_free);
             for (auto* entry = entries.get(); entry != nullptr; entry = entry->next) {
                 if (const char* path = g_file_peek_path(G_FILE(entry->data)))
@@ -139,10 +138,9 @@ Glib::RefPtr<Gtk::DropTarget> WebView::makeFileDropTarget()
             }
             if (m_fileDropHandler)
                 m_fileDropHandler(files);
-            return true;
-        },
-        false);
-    return target;
+            return TRUE;
+        });
+    gtk_widget_add_controller(widget, controller);
 }
 
 void WebView::grabFocus()

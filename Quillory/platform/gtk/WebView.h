@@ -1,13 +1,13 @@
 #pragma once
 
-#include <gtkmm/droptarget.h>
-#include <gtkmm/widget.h>
+#include <gtk/gtk.h>
 #include <webkit/webkit.h>
 
 #include <memory>
 
 #include "platform/WebView.h"
 #include "platform/gtk/ScriptQueue.h"
+#include "platform/gtk/SignalConnection.h"
 #include "platform/gtk/WebViewConfiguration.h"
 
 namespace quillory::gtk {
@@ -25,18 +25,19 @@ public:
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
     // A widget that shows the page.
-    std::unique_ptr<Gtk::Widget> makeWidget();
+    GObjectPtr<GtkWidget> makeWidget();
     void grabFocus();
     void executeEditingCommand(const char* command);
 
 private:
-    Glib::RefPtr<Gtk::DropTarget> makeFileDropTarget();
+    void acceptFilesDroppedOn(GtkWidget* widget);
 
     // The page is sent no message after the handlers are gone, so they go last.
     std::shared_ptr<UserContentController> m_controller;
     GObjectPtr<WebKitWebView> m_view;
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
     FileDropHandler m_fileDropHandler;
+    SignalConnection m_drop;
     std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 

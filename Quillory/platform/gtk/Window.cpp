@@ -1,7 +1,6 @@
 #include "platform/gtk/Window.h"
 
 #include <gdk/wayland/gdkwayland.h>
-#include <gtk/gtk.h>
 
 #include <cmath>
 #include <utility>
@@ -21,13 +20,10 @@ int pixels(double length)
     return static_cast<int>(std::lround(length));
 }
 
-int naturalHeight(const Gtk::Widget& widget)
+int naturalHeight(GtkWidget* widget)
 {
-    int minimum = 0;
     int natural = 0;
-    int minimumBaseline = 0;
-    int naturalBaseline = 0;
-    widget.measure(Gtk::Orientation::VERTICAL, -1, minimum, natural, minimumBaseline, naturalBaseline);
+    gtk_widget_measure(widget, GTK_ORIENTATION_VERTICAL, -1, nullptr, &natural, nullptr, nullptr);
     return natural;
 }
 
@@ -43,21 +39,22 @@ bool hasActivationToken(GdkDisplay* display)
 Window::Window(Application& application, Size contentSize, unsigned styleMask)
     : m_application(application)
     , m_hasMenuBar((styleMask & windowMiniaturizable) != 0)
+    , m_window(own(GTK_WINDOW(g_object_new(GTK_TYPE_APPLICATION_WINDOW, nullptr))))
+    , m_column(GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)))
 {
-    m_application.gtkApplication().add_window(m_window);
-    m_window.set_show_menubar(false);
-    m_window.set_hide_on_close(true);
-    m_window.set_resizable((styleMask & windowResizable) != 0);
-    m_window.set_child(m_column);
-    m_window.set_default_size(pixels(contentSize.width), pixels(contentSize.height));
+    auto* window = m_window.get();
+    gtk_application_add_window(m_application.gtkApplication(), window);
+    gtk_application_window_set_show_menubar(GTK_APPLICATION_WINDOW(window), FALSE);
+    gtk_window_set_hide_on_close(window, TRUE);
+    gtk_window_set_resizable(window, (styleMask & windowResizable) != 0);
+    gtk_window_set_child(window, GTK_WIDGET(m_column));
+    gtk_window_set_default_size(window, pixels(contentSize.width), pixels(contentSize.height));
 
-    m_window.signal_close_request().connect(
-        [this] {
-            performClose();
-            return true;
-        },
-        false);
-    m_window.signal_map().connect([this] { placeWhenMapped(); });
+    m_connections.push_back(connectScoped<gboolean()>(window, "close-request", [this] {
+        performClose();
+        return TRUE;
+    }));
+    m_connections.push_back(connectScoped<void()>(window, "map", [this] { placeWhenMapped(); }));
 }
 
 Window::~Window() = default;
@@ -65,30 +62,31 @@ Window::~Window() = default;
 void Window::addMenuBar()
 {
     const auto& scene = m_application.scene();
-    installMenuActions(m_window, scene,
+    installMenuActions(GTK_APPLICATION_WINDOW(m_window.get()), scene,
                        {.quit = [this] { m_application.terminate(); },
                         .close = [this] { performClose(); },
-                        .minimize = [this] { m_window.minimize(); },
+                        .minimize = [this] { gtk_window_minimize(m_window.get()); },
                         .edit =
                             [this](const char* command) {
                                 if (m_content.webView)
                                     m_content.webView->executeEditingCommand(command);
                             }});
-    m_menuBar = std::make_unique<Gtk::PopoverMenuBar>(makeMenuBarModel(scene));
-    setAccessibleName(*m_menuBar, localized("Menu bar"));
-    m_column.prepend(*m_menuBar);
+    m_menuBar = gtk_popover_menu_bar_new_from_model(G_MENU_MODEL(makeMenuBarModel(scene).get()));
+    setAccessibleName(m_menuBar, localized("Menu bar"));
+    gtk_box_prepend(m_column, m_menuBar);
     int width = 0;
     int height = 0;
-    m_window.get_default_size(width, height);
-    m_window.set_default_size(width, height + naturalHeight(*m_menuBar));
-    m_window.property_focus_widget().signal_changed().connect([this] { returnFocusFromMenuBar(); });
+    gtk_window_get_default_size(m_window.get(), &width, &height);
+    gtk_window_set_default_size(m_window.get(), width, height + naturalHeight(m_menuBar));
+    m_connections.push_back(connectScoped<void(GParamSpec*)>(m_window.get(), "notify::focus-widget",
+                                                             [this](GParamSpec*) { returnFocusFromMenuBar(); }));
 }
 
 // A menu that closes leaves the focus on its title in the bar; people go on typing in the page.
 void Window::returnFocusFromMenuBar()
 {
-    const auto* focus = m_window.get_focus();
-    if (m_content.webView && focus != nullptr && focus->get_parent() == m_menuBar.get())
+    auto* focus = gtk_window_get_focus(m_window.get());
+    if (m_content.webView && focus != nullptr && gtk_widget_get_parent(focus) == m_menuBar)
         m_content.webView->grabFocus();
 }
 
@@ -100,17 +98,17 @@ void Window::performClose()
 
 void Window::setTitle(const std::string& title)
 {
-    m_window.set_title(title);
+    gtk_window_set_title(m_window.get(), title.c_str());
 }
 
 void Window::setContentView(const FramedView& content)
 {
     m_content = renderView(content.view);
-    m_content.widget->set_vexpand(true);
-    m_content.widget->set_hexpand(true);
-    m_column.append(*m_content.widget);
+    gtk_widget_set_vexpand(m_content.widget.get(), TRUE);
+    gtk_widget_set_hexpand(m_content.widget.get(), TRUE);
+    gtk_box_append(m_column, m_content.widget.get());
     // Laying out a text waits until the fonts are known: a page's process can start meanwhile.
-    if (m_hasMenuBar && !m_menuBar)
+    if (m_hasMenuBar && m_menuBar == nullptr)
         addMenuBar();
     setContentMinSize(content.minSize);
     if (m_content.webView)
@@ -120,7 +118,7 @@ void Window::setContentView(const FramedView& content)
 void Window::setContentMinSize(Size size)
 {
     if (m_content.widget)
-        m_content.widget->set_size_request(pixels(size.width), pixels(size.height));
+        gtk_widget_set_size_request(m_content.widget.get(), pixels(size.width), pixels(size.height));
 }
 
 void Window::center()
@@ -135,7 +133,7 @@ void Window::setDelegate(WindowDelegate* delegate)
 
 void Window::makeKeyAndOrderFront()
 {
-    m_window.present();
+    gtk_window_present(m_window.get());
 }
 
 void Window::orderFrontRegardless()
@@ -143,25 +141,27 @@ void Window::orderFrontRegardless()
     if (isOnX11()) {
         // A time that is newer than the focused window's last key press: the window manager lets it through.
         const auto userTime = m_application.takeUserTime();
-        gtk_window_present_with_time(GTK_WINDOW(m_window.gobj()), userTime != 0 ? userTime : x11ServerTime(surface()));
+        gtk_window_present_with_time(m_window.get(), userTime != 0 ? userTime : x11ServerTime(surface()));
         return;
     }
     // Without a token only a window that is new to the compositor gets the focus.
-    if (m_window.is_visible() && !m_window.is_active() && !hasActivationToken(m_window.get_display()->gobj()))
-        m_window.set_visible(false);
-    m_window.present();
+    auto* widget = GTK_WIDGET(m_window.get());
+    if (gtk_widget_is_visible(widget) != 0 && gtk_window_is_active(m_window.get()) == 0
+        && !hasActivationToken(gtk_widget_get_display(widget)))
+        gtk_widget_set_visible(widget, FALSE);
+    gtk_window_present(m_window.get());
 }
 
 void Window::orderOut()
 {
-    if (m_window.get_mapped() && !isMiniaturized())
+    if (gtk_widget_get_mapped(GTK_WIDGET(m_window.get())) != 0 && !isMiniaturized())
         m_positionWhenMapped = x11Position(surface());
-    m_window.set_visible(false);
+    setIsVisible(false);
 }
 
 void Window::setIsVisible(bool visible)
 {
-    m_window.set_visible(visible);
+    gtk_widget_set_visible(GTK_WIDGET(m_window.get()), visible);
 }
 
 bool Window::isMiniaturized() const
@@ -172,7 +172,7 @@ bool Window::isMiniaturized() const
 
 void Window::deminiaturize()
 {
-    m_window.unminimize();
+    gtk_window_unminimize(m_window.get());
 }
 
 void Window::placeWhenMapped()
@@ -180,7 +180,7 @@ void Window::placeWhenMapped()
     if (std::exchange(m_centerWhenMapped, false)) {
         int width = 0;
         int height = 0;
-        m_window.get_default_size(width, height);
+        gtk_window_get_default_size(m_window.get(), &width, &height);
         x11Center(surface(), {static_cast<double>(width), static_cast<double>(height)});
     } else if (m_positionWhenMapped) {
         x11MoveTo(surface(), *m_positionWhenMapped);
@@ -190,12 +190,12 @@ void Window::placeWhenMapped()
 
 bool Window::isOnX11() const
 {
-    return isX11(gtk_widget_get_display(GTK_WIDGET(const_cast<GtkApplicationWindow*>(m_window.gobj()))));
+    return isX11(gtk_widget_get_display(GTK_WIDGET(m_window.get())));
 }
 
 GdkSurface* Window::surface() const
 {
-    return gtk_native_get_surface(GTK_NATIVE(const_cast<GtkApplicationWindow*>(m_window.gobj())));
+    return gtk_native_get_surface(GTK_NATIVE(m_window.get()));
 }
 
 }

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <gtkmm/applicationwindow.h>
-#include <gtkmm/box.h>
-#include <gtkmm/popovermenubar.h>
+#include <gtk/gtk.h>
 
-#include <memory>
 #include <optional>
+#include <vector>
 
 #include "platform/Window.h"
 #include "platform/gtk/FirstFrame.h"
+#include "platform/gtk/SignalConnection.h"
 #include "platform/gtk/ViewRenderer.h"
+#include "platform/gtk/WindowPtr.h"
 #include "platform/gtk/X11Placement.h"
 
 namespace quillory::gtk {
@@ -44,10 +44,12 @@ private:
 
     Application& m_application;
     bool m_hasMenuBar;
-    Gtk::ApplicationWindow m_window;
-    FirstFrame m_firstFrame {m_window};
-    Gtk::Box m_column {Gtk::Orientation::VERTICAL};
-    std::unique_ptr<Gtk::PopoverMenuBar> m_menuBar;
+    WindowPtr<GtkWindow> m_window;
+    FirstFrame m_firstFrame {m_window.get()};
+    std::vector<SignalConnection> m_connections;
+    // Both belong to the window.
+    GtkBox* m_column;
+    GtkWidget* m_menuBar = nullptr;
     RenderedView m_content;
     WindowDelegate* m_delegate = nullptr;
     // Done when the window is next mapped: a window manager places a window anew each time.

@@ -1,6 +1,6 @@
 #include "platform/gtk/Workspace.h"
 
-#include <giomm/appinfo.h>
+#include <gio/gio.h>
 
 namespace quillory::gtk {
 
@@ -8,7 +8,7 @@ void Workspace::openURL(const std::string& url)
 {
     if (url == accessibilitySettingsURL)
         return m_hotkeyBackend().openShortcutSettings();
-    Gio::AppInfo::launch_default_for_uri_async(url);
+    g_app_info_launch_default_for_uri_async(url.c_str(), nullptr, nullptr, nullptr, nullptr);
 }
 
 }

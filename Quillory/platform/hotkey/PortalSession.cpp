@@ -5,10 +5,7 @@
 #include <limits>
 #include <utility>
 
-#include <giomm/error.h>
-#include <glibmm/main.h>
-#include <glibmm/utility.h>
-
+#include "platform/gtk/BoxedFunction.h"
 #include "platform/hotkey/PortalShortcut.h"
 
 namespace quillory {
@@ -17,8 +14,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-using Options = PortalShortcut::Options;
-using ObjectPath = Glib::DBusObjectPathString;
+using gtk::GErrorPtr;
+using gtk::GVariantPtr;
 
 constexpr const char* portalName = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
@@ -36,91 +33,108 @@ constexpr auto configurePatience = 250ms;
 // A dialog may stay open for as long as the user likes.
 constexpr int noTimeout = std::numeric_limits<int>::max();
 
-template<typename T> Glib::Variant<T> variant(const T& value)
+// Null where there is no such child.
+GVariantPtr child(GVariant* parameters, gsize index)
 {
-    return Glib::Variant<T>::create(value);
+    return GVariantPtr(index < g_variant_n_children(parameters) ? g_variant_get_child_value(parameters, index)
+                                                                : nullptr);
 }
 
-template<typename... T> Glib::VariantContainerBase arguments(const T&... values)
+std::string childText(GVariant* parameters, gsize index)
 {
-    return Glib::VariantContainerBase::create_tuple({values...});
+    return PortalShortcut::text(child(parameters, index).get());
 }
 
-Glib::VariantBase child(const Glib::VariantContainerBase& parameters, gsize index)
+std::string optionText(GVariant* options, const char* key)
 {
-    Glib::VariantBase value;
-    if (index < parameters.get_n_children())
-        parameters.get_child(value, index);
-    return value;
+    return PortalShortcut::text(PortalShortcut::option(options, key).get());
 }
 
-// The binding's own call never frees the text.
-std::string sessionBusAddress()
+// No options, floating.
+GVariant* noOptions()
 {
-    GError* error = nullptr;
-    const auto address =
-        Glib::make_unique_ptr_gfree(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error));
-    if (error != nullptr)
-        Glib::Error::throw_exception(error);
-    return address.get();
+    return g_variant_new("a{sv}", nullptr);
 }
 
-void report(const Glib::Error& error)
+void report(const GError& error)
 {
-    std::cerr << "quillory: global shortcuts portal: " << error.what() << std::endl;
+    std::cerr << "quillory: global shortcuts portal: " << error.message << std::endl;
 }
 
 // Answers to calls that are made while it lives arrive on the context, whoever iterates another one.
 class ThreadDefaultContext {
 public:
-    explicit ThreadDefaultContext(Glib::RefPtr<Glib::MainContext> context)
-        : m_context(std::move(context))
+    explicit ThreadDefaultContext(GMainContext* context)
+        : m_context(context)
     {
-        m_context->push_thread_default();
+        g_main_context_push_thread_default(m_context);
     }
-    ~ThreadDefaultContext() { m_context->pop_thread_default(); }
+    ~ThreadDefaultContext() { g_main_context_pop_thread_default(m_context); }
     ThreadDefaultContext(const ThreadDefaultContext&) = delete;
     ThreadDefaultContext& operator=(const ThreadDefaultContext&) = delete;
 
 private:
-    Glib::RefPtr<Glib::MainContext> m_context;
+    GMainContext* m_context;
 };
 
-void iterateUntil(const Glib::RefPtr<Glib::MainContext>& context, Clock::time_point deadline,
-                  const std::function<bool()>& done)
+void iterateUntil(GMainContext* context, Clock::time_point deadline, const std::function<bool()>& done)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    const auto timeout = Glib::TimeoutSource::create(static_cast<unsigned>(std::max<long>(0, left.count())));
+    const gtk::GSourcePtr timeout(g_timeout_source_new(static_cast<guint>(std::max<long>(0, left.count()))));
     bool late = false;
-    timeout->connect([&late] {
-        late = true;
-        return false;
-    });
-    timeout->attach(context);
+    const auto end = [](gpointer data) -> gboolean {
+        *static_cast<bool*>(data) = true;
+        return G_SOURCE_REMOVE;
+    };
+    g_source_set_callback(timeout.get(), end, &late, nullptr);
+    g_source_attach(timeout.get(), context);
     while (!done() && !late)
-        context->iteration(true);
-    timeout->destroy();
+        g_main_context_iteration(context, TRUE);
+}
+
+using Answered = gtk::BoxedFunction<void(const GError* error)>;
+
+void callAnswered(GObject* connection, GAsyncResult* result, gpointer box)
+{
+    const auto answered = Answered::take(box);
+    GError* error = nullptr;
+    const GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, &error));
+    const GErrorPtr owner(error);
+    answered(error);
+}
+
+// Gets the object and the arguments of a signal.
+using Received = gtk::BoxedFunction<void(const char* path, GVariant* parameters)>;
+
+void signalReceived(GDBusConnection*, const char*, const char* path, const char*, const char*, GVariant* parameters,
+                    gpointer box)
+{
+    Received::of(box)(path, parameters);
 }
 
 }
 
 class PortalSession::Subscription {
 public:
-    Subscription(Connection connection, guint identifier)
-        : m_connection(std::move(connection))
-        , m_identifier(identifier)
+    // Without an argument to look for, `argument` is null.
+    Subscription(GDBusConnection* connection, const char* sender, const char* interface, const char* signal,
+                 const char* argument, Received::Function received)
+        : m_connection(gtk::retain(connection))
+        , m_identifier(g_dbus_connection_signal_subscribe(connection, sender, interface, signal, nullptr, argument,
+                                                          G_DBUS_SIGNAL_FLAGS_NONE, signalReceived,
+                                                          Received::make(std::move(received)), Received::free))
     {
     }
     ~Subscription()
     {
         if (m_connection)
-            m_connection->signal_unsubscribe(m_identifier);
+            g_dbus_connection_signal_unsubscribe(m_connection.get(), m_identifier);
     }
     Subscription(Subscription&&) = default;
     Subscription& operator=(Subscription&&) = delete;
 
 private:
-    Connection m_connection;
+    gtk::GObjectPtr<GDBusConnection> m_connection;
     guint m_identifier;
 };
 
@@ -150,12 +164,12 @@ void PortalSession::ask(std::chrono::milliseconds patience)
 void PortalSession::close()
 {
     if (m_connection && !m_session.empty()) {
-        try {
-            m_connection->call_sync(m_session, sessionInterface, "Close", {}, portalName,
-                                    static_cast<int>(closePatience.count()));
-        } catch (const Glib::Error& error) {
-            report(error);
-        }
+        GError* error = nullptr;
+        const GVariantPtr reply(g_dbus_connection_call_sync(
+            m_connection.get(), portalName, m_session.c_str(), sessionInterface, "Close", nullptr, nullptr,
+            G_DBUS_CALL_FLAGS_NONE, static_cast<int>(closePatience.count()), nullptr, &error));
+        if (const GErrorPtr owner(error); owner)
+            report(*owner);
     }
     forgetSession();
     m_subscriptions.clear();
@@ -169,27 +183,28 @@ bool PortalSession::configure()
     constexpr unsigned firstVersionWithConfigure = 2;
     if (m_session.empty() || versionWithin(configurePatience) < firstVersionWithConfigure)
         return false;
-    m_connection->call(portalPath, shortcutsInterface, "ConfigureShortcuts",
-                       arguments(variant(ObjectPath(m_session)), variant(Glib::ustring()), variant(Options())), {},
-                       portalName);
+    send(shortcutsInterface, "ConfigureShortcuts", g_variant_new("(os@a{sv})", m_session.c_str(), "", noOptions()));
     return true;
 }
 
 bool PortalSession::connect()
 {
-    try {
-        m_connection = Gio::DBus::Connection::create_for_address_sync(
-            sessionBusAddress(),
-            Gio::DBus::ConnectionFlags::AUTHENTICATION_CLIENT | Gio::DBus::ConnectionFlags::MESSAGE_BUS_CONNECTION);
-    } catch (const Glib::Error& error) {
-        report(error);
+    GError* error = nullptr;
+    const gtk::GStringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+    if (address) {
+        constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT
+                                                                 | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+        m_connection.reset(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, &error));
+    }
+    if (const GErrorPtr owner(error); owner) {
+        report(*owner);
         return false;
     }
     m_subscriptions.push_back(subscribeToAnswers());
     m_subscriptions.push_back(
-        subscribe(portalName, shortcutsInterface, "Activated", "", &PortalSession::shortcutActivated));
+        subscribe(portalName, shortcutsInterface, "Activated", nullptr, &PortalSession::shortcutActivated));
     m_subscriptions.push_back(
-        subscribe(portalName, shortcutsInterface, "ShortcutsChanged", "", &PortalSession::shortcutsChanged));
+        subscribe(portalName, shortcutsInterface, "ShortcutsChanged", nullptr, &PortalSession::shortcutsChanged));
     m_subscriptions.push_back(subscribe("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", portalName,
                                         &PortalSession::portalOwnerChanged));
     return true;
@@ -198,85 +213,89 @@ bool PortalSession::connect()
 // Zero without a portal for shortcuts.
 unsigned PortalSession::versionWithin(std::chrono::milliseconds patience)
 {
-    try {
-        const auto reply = m_connection->call_sync(
-            portalPath, "org.freedesktop.DBus.Properties", "Get",
-            arguments(variant(Glib::ustring(shortcutsInterface)), variant(Glib::ustring("version"))), portalName,
-            static_cast<int>(patience.count()), Gio::DBus::CallFlags::NONE, Glib::VariantType("(v)"));
-        Glib::VariantBase version;
-        if (const auto box = child(reply, 0); box.is_of_type(Glib::VARIANT_TYPE_VARIANT))
-            version = Glib::VariantBase::cast_dynamic<Glib::Variant<Glib::VariantBase>>(box).get();
-        return version && version.is_of_type(Glib::VARIANT_TYPE_UINT32)
-            ? Glib::VariantBase::cast_dynamic<Glib::Variant<guint32>>(version).get()
-            : 0;
-    } catch (const Glib::Error& error) {
-        report(error);
+    GError* error = nullptr;
+    const GVariantPtr reply(
+        g_dbus_connection_call_sync(m_connection.get(), portalName, portalPath, "org.freedesktop.DBus.Properties",
+                                    "Get", g_variant_new("(ss)", shortcutsInterface, "version"), G_VARIANT_TYPE("(v)"),
+                                    G_DBUS_CALL_FLAGS_NONE, static_cast<int>(patience.count()), nullptr, &error));
+    if (const GErrorPtr owner(error); owner) {
+        report(*owner);
         return 0;
     }
+    const GVariantPtr version(g_variant_get_variant(child(reply.get(), 0).get()));
+    return g_variant_is_of_type(version.get(), G_VARIANT_TYPE_UINT32) != 0 ? g_variant_get_uint32(version.get()) : 0;
 }
 
 // Runs nothing of the program: only the portal's answers are on the private context. Each reaches the
 // main context once more, where it is known already.
 void PortalSession::waitForAnswer(Clock::time_point deadline)
 {
-    const auto context = Glib::MainContext::create();
-    const ThreadDefaultContext here(context);
+    const gtk::GMainContextPtr context(g_main_context_new());
+    const ThreadDefaultContext here(context.get());
     {
         const auto answers = subscribeToAnswers();
         createSession();
-        iterateUntil(context, deadline, [this] { return !m_pending; });
+        iterateUntil(context.get(), deadline, [this] { return !m_pending; });
     }
     // Ending a subscription frees its memory in the context's next turn.
-    while (context->iteration(false)) { }
+    while (g_main_context_iteration(context.get(), FALSE) != 0) { }
 }
 
 // Where the portal does not know the interface, or the program is sandboxed, the error says just that.
 void PortalSession::registerApplication()
 {
-    m_connection->call(portalPath, registryInterface, "Register",
-                       arguments(variant(Glib::ustring(m_applicationID)), variant(Options())), {}, portalName);
+    send(registryInterface, "Register", g_variant_new("(s@a{sv})", m_applicationID.c_str(), noOptions()));
 }
 
 void PortalSession::createSession()
 {
     const auto token = nextRequestToken();
+    GVariantDict options;
+    g_variant_dict_init(&options, nullptr);
+    g_variant_dict_insert(&options, "handle_token", "s", token.c_str());
+    g_variant_dict_insert(&options, "session_handle_token", "s", sessionToken);
     // Some portals register what comes here, others what comes with BindShortcuts.
-    const Options options {{"handle_token", variant(Glib::ustring(token))},
-                           {"session_handle_token", variant(Glib::ustring(sessionToken))},
-                           {"shortcuts", variant(PortalShortcut::list())}};
-    call(Step::createSession, arguments(variant(options)), token);
+    g_variant_dict_insert_value(&options, "shortcuts", PortalShortcut::list().get());
+    call(Step::createSession, g_variant_new("(@a{sv})", g_variant_dict_end(&options)), token);
 }
 
 void PortalSession::bindShortcuts()
 {
     const auto token = nextRequestToken();
-    const Options options {{"handle_token", variant(Glib::ustring(token))}};
+    GVariantDict options;
+    g_variant_dict_init(&options, nullptr);
+    g_variant_dict_insert(&options, "handle_token", "s", token.c_str());
     call(Step::bindShortcuts,
-         arguments(variant(ObjectPath(m_session)), variant(PortalShortcut::list()), variant(Glib::ustring()),
-                   variant(options)),
+         g_variant_new("(o@a(sa{sv})s@a{sv})", m_session.c_str(), PortalShortcut::list().get(), "",
+                       g_variant_dict_end(&options)),
          token);
 }
 
-void PortalSession::call(Step step, const Glib::VariantContainerBase& parameters, const std::string& requestToken)
+// Nobody waits for the answer.
+void PortalSession::send(const char* interface, const char* method, GVariant* parameters)
 {
-    auto sender = m_connection->get_unique_name().substr(1);
-    std::string name = sender;
+    g_dbus_connection_call(m_connection.get(), portalName, portalPath, interface, method, parameters, nullptr,
+                           G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr, nullptr);
+}
+
+void PortalSession::call(Step step, GVariant* parameters, const std::string& requestToken)
+{
+    std::string name = g_dbus_connection_get_unique_name(m_connection.get()) + 1;
     std::replace(name.begin(), name.end(), '.', '_');
     const std::string path = std::string(portalPath) + "/request/" + name + "/" + requestToken;
     m_pending = Request {step, path};
 
-    const ThreadDefaultContext mainContext(Glib::MainContext::get_default());
-    const auto answered = [weak = weak_from_this(), connection = m_connection, path](const auto& result) {
-        try {
-            connection->call_finish(result);
-        } catch (const Glib::Error& error) {
-            report(error);
-            if (const auto self = weak.lock(); self && self->m_pending && self->m_pending->path == path)
-                self->m_pending.reset();
-        }
+    const ThreadDefaultContext mainContext(g_main_context_default());
+    const auto answered = [weak = weak_from_this(), path](const GError* error) {
+        if (error == nullptr)
+            return;
+        report(*error);
+        if (const auto self = weak.lock(); self && self->m_pending && self->m_pending->path == path)
+            self->m_pending.reset();
     };
-    m_connection->call(portalPath, shortcutsInterface, step == Step::createSession ? "CreateSession" : "BindShortcuts",
-                       parameters, answered, portalName, noTimeout);
+    g_dbus_connection_call(m_connection.get(), portalName, portalPath, shortcutsInterface,
+                           step == Step::createSession ? "CreateSession" : "BindShortcuts", parameters, nullptr,
+                           G_DBUS_CALL_FLAGS_NONE, noTimeout, nullptr, callAnswered, Answered::make(answered));
 }
 
 std::string PortalSession::nextRequestToken()
@@ -291,51 +310,50 @@ void PortalSession::forgetSession()
     m_bound = false;
 }
 
-void PortalSession::requestAnswered(const std::string& path, const Glib::VariantContainerBase& parameters)
+void PortalSession::requestAnswered(const std::string& path, GVariant* parameters)
 {
     constexpr guint32 success = 0;
     constexpr guint32 cancelledByUser = 1;
-    if (!m_pending || m_pending->path != path || !parameters.is_of_type(Glib::VariantType("(ua{sv})")))
+    if (!m_pending || m_pending->path != path || g_variant_is_of_type(parameters, G_VARIANT_TYPE("(ua{sv})")) == 0)
         return;
     const auto step = m_pending->step;
     m_pending.reset();
-    const auto response = Glib::VariantBase::cast_dynamic<Glib::Variant<guint32>>(child(parameters, 0)).get();
+    const auto response = g_variant_get_uint32(child(parameters, 0).get());
     const auto results = child(parameters, 1);
     if (response > cancelledByUser)
         std::cerr << "quillory: the global shortcuts portal could not serve the request" << std::endl;
 
     if (step == Step::createSession) {
-        m_session = response == success ? PortalShortcut::text(PortalShortcut::option(results, "session_handle"))
-                                        : std::string();
+        m_session = response == success ? optionText(results.get(), "session_handle") : std::string();
         m_refused = response == cancelledByUser;
         if (!m_session.empty())
             bindShortcuts();
         return;
     }
-    m_bound = response == success && PortalShortcut::isIn(PortalShortcut::option(results, "shortcuts"));
+    m_bound = response == success && PortalShortcut::isIn(PortalShortcut::option(results.get(), "shortcuts").get());
     m_refused = !m_bound && response <= cancelledByUser;
 }
 
-void PortalSession::shortcutActivated(const Glib::VariantContainerBase& parameters)
+void PortalSession::shortcutActivated(GVariant* parameters)
 {
-    const bool ours = m_bound && PortalShortcut::text(child(parameters, 0)) == m_session
-        && PortalShortcut::isNamed(child(parameters, 1));
+    const bool ours =
+        m_bound && childText(parameters, 0) == m_session && PortalShortcut::isNamed(child(parameters, 1).get());
     if (ours && activated)
-        activated(PortalShortcut::text(PortalShortcut::option(child(parameters, 3), "activation_token")));
+        activated(optionText(child(parameters, 3).get(), "activation_token"));
 }
 
-void PortalSession::shortcutsChanged(const Glib::VariantContainerBase& parameters)
+void PortalSession::shortcutsChanged(GVariant* parameters)
 {
-    if (m_session.empty() || PortalShortcut::text(child(parameters, 0)) != m_session)
+    if (m_session.empty() || childText(parameters, 0) != m_session)
         return;
-    m_bound = PortalShortcut::isIn(child(parameters, 1));
+    m_bound = PortalShortcut::isIn(child(parameters, 1).get());
     m_refused = !m_bound;
 }
 
-void PortalSession::portalOwnerChanged(const Glib::VariantContainerBase& parameters)
+void PortalSession::portalOwnerChanged(GVariant* parameters)
 {
-    const bool someoneLeft = !PortalShortcut::text(child(parameters, 1)).empty();
-    const bool someoneCame = !PortalShortcut::text(child(parameters, 2)).empty();
+    const bool someoneLeft = !childText(parameters, 1).empty();
+    const bool someoneCame = !childText(parameters, 2).empty();
     if (someoneLeft)
         forgetSession();
     // The portal that the first question woke up is not a new one.
@@ -348,19 +366,20 @@ void PortalSession::portalOwnerChanged(const Glib::VariantContainerBase& paramet
 
 PortalSession::Subscription PortalSession::subscribeToAnswers()
 {
-    const auto answered = [this](const auto&, const auto&, const Glib::ustring& path, const auto&, const auto&,
-                                 const Glib::VariantContainerBase& parameters) { requestAnswered(path, parameters); };
-    return {m_connection, m_connection->signal_subscribe(answered, portalName, requestInterface, "Response")};
+    return {m_connection.get(),
+            portalName,
+            requestInterface,
+            "Response",
+            nullptr,
+            [this](const char* path, GVariant* parameters) { requestAnswered(path, parameters); }};
 }
 
 PortalSession::Subscription PortalSession::subscribe(const char* sender, const char* interface, const char* signal,
                                                      const char* argument, SignalHandler handler)
 {
-    const auto received = [this, handler](const auto&, const auto&, const auto&, const auto&, const auto&,
-                                          const Glib::VariantContainerBase& parameters) {
-        (this->*handler)(parameters);
-    };
-    return {m_connection, m_connection->signal_subscribe(received, sender, interface, signal, {}, argument)};
+    return {m_connection.get(), sender,
+            interface,          signal,
+            argument,           [this, handler](const char*, GVariant* parameters) { (this->*handler)(parameters); }};
 }
 
 }

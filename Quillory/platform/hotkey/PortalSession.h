@@ -7,7 +7,9 @@
 #include <string>
 #include <vector>
 
-#include <giomm/dbusconnection.h>
+#include <gio/gio.h>
+
+#include "platform/gtk/GObjectPtr.h"
 
 namespace quillory {
 
@@ -46,8 +48,7 @@ private:
         std::string path;
     };
     class Subscription;
-    using Connection = Glib::RefPtr<Gio::DBus::Connection>;
-    using SignalHandler = void (PortalSession::*)(const Glib::VariantContainerBase& parameters);
+    using SignalHandler = void (PortalSession::*)(GVariant* parameters);
 
     bool connect();
     unsigned versionWithin(std::chrono::milliseconds patience);
@@ -56,21 +57,22 @@ private:
     void registerApplication();
     void createSession();
     void bindShortcuts();
-    void call(Step step, const Glib::VariantContainerBase& parameters, const std::string& requestToken);
+    void send(const char* interface, const char* method, GVariant* parameters);
+    void call(Step step, GVariant* parameters, const std::string& requestToken);
     std::string nextRequestToken();
     void forgetSession();
 
-    void requestAnswered(const std::string& path, const Glib::VariantContainerBase& parameters);
-    void shortcutActivated(const Glib::VariantContainerBase& parameters);
-    void shortcutsChanged(const Glib::VariantContainerBase& parameters);
-    void portalOwnerChanged(const Glib::VariantContainerBase& parameters);
+    void requestAnswered(const std::string& path, GVariant* parameters);
+    void shortcutActivated(GVariant* parameters);
+    void shortcutsChanged(GVariant* parameters);
+    void portalOwnerChanged(GVariant* parameters);
 
     Subscription subscribeToAnswers();
     Subscription subscribe(const char* sender, const char* interface, const char* signal, const char* argument,
                            SignalHandler handler);
 
     std::string m_applicationID;
-    Connection m_connection;
+    gtk::GObjectPtr<GDBusConnection> m_connection;
     std::vector<Subscription> m_subscriptions;
     std::optional<Request> m_pending;
     std::string m_session;

@@ -10,50 +10,51 @@ namespace {
 constexpr const char* identifier = "bring-to-front";
 constexpr const char* preferredTrigger = "LOGO+SHIFT+e";
 
-Glib::VariantBase string(const Glib::ustring& value)
+bool isOfType(GVariant* value, const char* type)
 {
-    return Glib::Variant<Glib::ustring>::create(value);
+    return value != nullptr && g_variant_is_of_type(value, G_VARIANT_TYPE(type)) != 0;
 }
 
 }
 
-List list()
+gtk::GVariantPtr list()
 {
-    return {{identifier,
-             {{"description", string(localized("Bring Quillory to the front"))},
-              {"preferred_trigger", string(preferredTrigger)}}}};
+    GVariantDict properties;
+    g_variant_dict_init(&properties, nullptr);
+    g_variant_dict_insert(&properties, "description", "s", localized("Bring Quillory to the front").c_str());
+    g_variant_dict_insert(&properties, "preferred_trigger", "s", preferredTrigger);
+    GVariant* shortcut = g_variant_new("(s@a{sv})", identifier, g_variant_dict_end(&properties));
+    return gtk::GVariantPtr(g_variant_ref_sink(g_variant_new_array(nullptr, &shortcut, 1)));
 }
 
-bool isIn(const Glib::VariantBase& list)
+bool isIn(GVariant* list)
 {
-    if (!list || !list.is_of_type(Glib::VariantType("a(sa{sv})")))
+    if (!isOfType(list, "a(sa{sv})"))
         return false;
-    const auto shortcuts = Glib::VariantBase::cast_dynamic<Glib::Variant<List>>(list).get();
-    for (const auto& [name, properties] : shortcuts)
-        if (name == identifier)
+    for (gsize i = 0; i < g_variant_n_children(list); ++i) {
+        const gtk::GVariantPtr shortcut(g_variant_get_child_value(list, i));
+        const gtk::GVariantPtr name(g_variant_get_child_value(shortcut.get(), 0));
+        if (isNamed(name.get()))
             return true;
+    }
     return false;
 }
 
-bool isNamed(const Glib::VariantBase& name)
+bool isNamed(GVariant* name)
 {
     return text(name) == identifier;
 }
 
-std::string text(const Glib::VariantBase& value)
+std::string text(GVariant* value)
 {
-    if (!value || !(value.is_of_type(Glib::VARIANT_TYPE_STRING) || value.is_of_type(Glib::VARIANT_TYPE_OBJECT_PATH)))
+    if (!isOfType(value, "s") && !isOfType(value, "o"))
         return {};
-    return g_variant_get_string(const_cast<GVariant*>(value.gobj()), nullptr);
+    return g_variant_get_string(value, nullptr);
 }
 
-Glib::VariantBase option(const Glib::VariantBase& options, const char* key)
+gtk::GVariantPtr option(GVariant* options, const char* key)
 {
-    if (!options || !options.is_of_type(Glib::VariantType("a{sv}")))
-        return {};
-    const auto all = Glib::VariantBase::cast_dynamic<Glib::Variant<Options>>(options).get();
-    const auto found = all.find(key);
-    return found == all.end() ? Glib::VariantBase() : found->second;
+    return gtk::GVariantPtr(isOfType(options, "a{sv}") ? g_variant_lookup_value(options, key, nullptr) : nullptr);
 }
 
 }

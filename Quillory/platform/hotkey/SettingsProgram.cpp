@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include <glibmm/miscutils.h>
-#include <glibmm/spawn.h>
+#include <glib.h>
 
 namespace quillory {
 
@@ -31,7 +30,8 @@ const std::vector<SettingsProgram>& knownPrograms()
 std::vector<std::string> currentDesktops()
 {
     std::vector<std::string> names;
-    std::istringstream list(Glib::getenv("XDG_CURRENT_DESKTOP"));
+    const char* desktops = g_getenv("XDG_CURRENT_DESKTOP");
+    std::istringstream list(desktops != nullptr ? desktops : "");
     for (std::string name; std::getline(list, name, ':');)
         names.push_back(name);
     return names;
@@ -39,14 +39,13 @@ std::vector<std::string> currentDesktops()
 
 bool start(const std::vector<std::string>& command)
 {
+    std::vector<char*> arguments;
+    for (const auto& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
     const auto flags =
-        Glib::SpawnFlags::SEARCH_PATH | Glib::SpawnFlags::STDOUT_TO_DEV_NULL | Glib::SpawnFlags::STDERR_TO_DEV_NULL;
-    try {
-        Glib::spawn_async("", command, flags);
-        return true;
-    } catch (const Glib::SpawnError&) {
-        return false;
-    }
+        static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
+    return g_spawn_async(nullptr, arguments.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr) != 0;
 }
 
 }

@@ -6,6 +6,8 @@
 #include <optional>
 #include <utility>
 
+#include "platform/gtk/BoxedFunction.h"
+
 namespace quillory {
 
 namespace {
@@ -14,23 +16,11 @@ using namespace std::chrono_literals;
 
 constexpr auto patience = 1s;
 
-using Work = std::function<void()>;
-
-gboolean run(gpointer work)
-{
-    (*static_cast<Work*>(work))();
-    return G_SOURCE_REMOVE;
-}
-
-void destroy(gpointer work)
-{
-    delete static_cast<Work*>(work);
-}
-
 // Before anything else that waits there.
-void onMainThread(Work work)
+void onMainThread(std::function<void()> work)
 {
-    g_idle_add_full(G_PRIORITY_HIGH, run, std::make_unique<Work>(std::move(work)).release(), destroy);
+    using Work = gtk::BoxedFunction<void()>;
+    g_idle_add_full(G_PRIORITY_HIGH, Work::callOnce, Work::make(std::move(work)), Work::free);
 }
 
 }
