@@ -28,7 +28,7 @@ void onMainThread(std::function<void()> work)
 // What became of one press; guarded by the tap's mutex.
 struct X11EventTap::Question {
     X11KeyGrab::Press press;
-    std::optional<X11KeyGrab::Answer> answer;
+    bool answered = false;
     bool abandoned = false;
 };
 
@@ -63,20 +63,22 @@ bool X11EventTap::isEnabled() const
     return SessionEventTap::isEnabled() && m_grab->isConnected();
 }
 
-X11KeyGrab::Answer X11EventTap::askMainThread(const X11KeyGrab::Press& press)
+// Nothing if the main thread has answered; the press is passed on if it is too busy to.
+std::optional<X11KeyGrab::Answer> X11EventTap::askMainThread(const X11KeyGrab::Press& press)
 {
     std::unique_lock lock(m_mutex);
     if (m_timedOut || m_closing)
         return X11KeyGrab::Answer::pass;
-    const auto question = std::make_shared<Question>(Question {press, {}, false});
+    const auto question = std::make_shared<Question>(Question {press});
     onMainThread([weak = weak_from_this(), question] {
         if (const auto self = weak.lock())
             self->take(*question);
     });
-    m_changed.wait_for(lock, patience, [&] { return question->answer || m_closing; });
-    if (!question->answer)
-        question->abandoned = m_timedOut = true;
-    return question->answer.value_or(X11KeyGrab::Answer::pass);
+    m_changed.wait_for(lock, patience, [&] { return question->answered || m_closing; });
+    if (question->answered)
+        return std::nullopt;
+    question->abandoned = m_timedOut = true;
+    return X11KeyGrab::Answer::pass;
 }
 
 void X11EventTap::take(Question& question)
@@ -85,8 +87,13 @@ void X11EventTap::take(Question& question)
         const std::lock_guard lock(m_mutex);
         return question.abandoned;
     }();
-    if (!late && settle(question, decide(question.press)))
-        return;
+    if (!late) {
+        const auto answer = decide(question.press);
+        if (settle(question)) {
+            m_grab->answer(question.press, answer);
+            return;
+        }
+    }
     {
         const std::lock_guard lock(m_mutex);
         m_timedOut = false;
@@ -98,13 +105,13 @@ void X11EventTap::take(Question& question)
 }
 
 // False if nobody waits for the answer any more.
-bool X11EventTap::settle(Question& question, X11KeyGrab::Answer answer)
+bool X11EventTap::settle(Question& question)
 {
     {
         const std::lock_guard lock(m_mutex);
         if (question.abandoned)
             return false;
-        question.answer = answer;
+        question.answered = true;
     }
     m_changed.notify_all();
     return true;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "platform/hotkey/SessionEventTap.h"
@@ -31,9 +32,9 @@ private:
 
     X11EventTap(EventTapCallback callback, void* userData, WillDeliver willDeliver);
 
-    X11KeyGrab::Answer askMainThread(const X11KeyGrab::Press& press);
+    std::optional<X11KeyGrab::Answer> askMainThread(const X11KeyGrab::Press& press);
     void take(Question& question);
-    bool settle(Question& question, X11KeyGrab::Answer answer);
+    bool settle(Question& question);
     X11KeyGrab::Answer decide(const X11KeyGrab::Press& press);
 
     WillDeliver m_willDeliver;

@@ -149,16 +149,23 @@ void X11KeyGrab::handle(const xcb_generic_event_t& event)
         m_keymapChanged = true;
 }
 
+void X11KeyGrab::handleKeyPress(const xcb_key_press_event_t& event)
+{
+    const bool ours = m_chord && event.detail == m_chord->key;
+    const Press press {event.time, ours ? m_chord->flags(event.state) : 0};
+    if (const auto decision = ours ? m_decide(press) : Answer::pass)
+        answer(press, *decision);
+}
+
 // Both answers end the grab that the press began. A window that gets the focus while a grab lasts is not
 // told so before its end, and the user may hold the key for long.
-void X11KeyGrab::handleKeyPress(const xcb_key_press_event_t& press)
+void X11KeyGrab::answer(const Press& press, Answer answer)
 {
     auto* connection = m_connection.get();
-    const bool ours = m_chord && press.detail == m_chord->key;
-    if (ours && m_decide({press.time, m_chord->flags(press.state)}) == Answer::swallow)
-        xcb_ungrab_keyboard(connection, press.time);
+    if (answer == Answer::swallow)
+        xcb_ungrab_keyboard(connection, press.timestamp);
     else
-        xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press.time);
+        xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press.timestamp);
     xcb_flush(connection);
 }
 

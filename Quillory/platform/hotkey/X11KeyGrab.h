@@ -16,9 +16,9 @@ namespace quillory {
 // The hotkey's chord as passive grabs on a connection of its own, so that the server gives them up
 // whatever becomes of the process. The grabs follow the keymap.
 //
-// A grabbed press freezes the keyboard of the session until it is answered, so a thread of its own
-// answers each one: it is replayed to the focused window or swallowed. Repeats are presses as well;
-// releases are never taken.
+// A grabbed press freezes the keyboard of the session until it is answered: it is replayed to the focused
+// window or swallowed. A thread of its own sees to that. Repeats are presses as well; releases are never
+// taken.
 class X11KeyGrab {
 public:
     struct Press {
@@ -26,8 +26,9 @@ public:
         std::uint64_t flags; // EventFlags
     };
     enum class Answer { pass, swallow };
-    // Called on the grab's thread, while the keyboard waits.
-    using Decide = std::function<Answer(const Press& press)>;
+    // Called on the grab's thread, while the keyboard waits. Nothing stands for a press that has been answered
+    // meanwhile.
+    using Decide = std::function<std::optional<Answer>(const Press& press)>;
 
     // Null if the server cannot be reached, the keymap lacks the chord or another client holds it.
     static std::unique_ptr<X11KeyGrab> make(const std::string& displayName, Decide decide);
@@ -42,6 +43,10 @@ public:
 
     // On any thread.
     bool isConnected() const;
+
+    // Once for each press, on any thread. The window that comes to the front gets the focus after the answer,
+    // so whoever decides need not wait for the grab's thread to send it.
+    void answer(const Press& press, Answer answer);
 
 private:
     explicit X11KeyGrab(Decide decide);
