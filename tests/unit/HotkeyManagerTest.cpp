@@ -31,6 +31,7 @@ protected:
     std::vector<std::string> logged(const std::vector<std::string>& lines)
     {
         std::vector<std::string> steps;
+        steps.reserve(lines.size());
         for (const auto& line : lines)
             steps.push_back("log: " + line);
         return steps;
@@ -151,17 +152,17 @@ TEST_F(HotkeyManagerTest, PassesOtherEventsAndComesBackAfterATimeout)
     const auto tap = platform.tap.lock();
     const TapEvent chord {keyCodeE, chordFlags};
     struct Case {
-        std::uint32_t type;
         const TapEvent* event;
+        std::uint32_t type;
         bool enabledAfterwards;
     };
     const Case cases[] = {
-        {11, &chord, false},
-        {EventType::tapDisabledByUserInput, &chord, false},
-        {EventType::tapDisabledByTimeout, &chord, true},
-        {EventType::tapDisabledByTimeout, nullptr, true},
+        {&chord, 11, false},
+        {&chord, EventType::tapDisabledByUserInput, false},
+        {&chord, EventType::tapDisabledByTimeout, true},
+        {nullptr, EventType::tapDisabledByTimeout, true},
     };
-    for (const auto& [type, event, enabledAfterwards] : cases) {
+    for (const auto& [event, type, enabledAfterwards] : cases) {
         SCOPED_TRACE(type);
         tap->enabled = false;
         EXPECT_EQ(tap->callback(nullptr, type, event, tap->userData), event);
