@@ -69,11 +69,14 @@ std::optional<X11KeyGrab::Answer> X11EventTap::askMainThread(const X11KeyGrab::P
     std::unique_lock lock(m_mutex);
     if (m_timedOut || m_closing)
         return X11KeyGrab::Answer::pass;
+    // The main thread is not to find it locked.
+    lock.unlock();
     const auto question = std::make_shared<Question>(Question {press});
     onMainThread([weak = weak_from_this(), question] {
         if (const auto self = weak.lock())
             self->take(*question);
     });
+    lock.lock();
     m_changed.wait_for(lock, patience, [&] { return question->answered || m_closing; });
     if (question->answered)
         return std::nullopt;
