@@ -325,6 +325,8 @@ void PortalSession::requestAnswered(const std::string& path, GVariant* parameter
 
     if (step == Step::createSession) {
         m_session = response == success ? optionText(results.get(), "session_handle") : std::string();
+        if (g_variant_is_object_path(m_session.c_str()) == 0)
+            m_session.clear();
         m_refused = response == cancelledByUser;
         if (!m_session.empty())
             bindShortcuts();
