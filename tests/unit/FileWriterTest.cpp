@@ -8,7 +8,9 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <thread>
 
 #include "TemporaryFolder.h"
@@ -40,12 +42,13 @@ private:
     rlimit m_old {};
 };
 
-void takeOpenat2FromThisThread()
+// The call ends with an error in this thread from now on.
+void takeFromThisThread(std::uint32_t call, std::uint32_t error)
 {
     sock_filter program[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat2, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
     const sock_fprog filter {std::size(program), program};
@@ -160,12 +163,25 @@ TEST(FileWriter, StaysInsideTheFolderOnAnOldKernel)
         {"sub/file", "Function not implemented"},
     };
     std::thread([&] {
-        takeOpenat2FromThisThread();
+        takeFromThisThread(SYS_openat2, ENOSYS);
         for (const auto& [name, error] : cases)
             EXPECT_EQ(writeFileInFolder(folder.path(), name, bytesOf("content")), error) << name;
     }).join();
     EXPECT_EQ(folder.read("file"), "content");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "sub"));
+}
+
+TEST(FileWriter, ReplacesContentWhereNoSpaceCanBeSetAside)
+{
+    const TemporaryFolder folder;
+    folder.write("old", "longer than what comes");
+    std::thread([&] {
+        takeFromThisThread(SYS_fallocate, EOPNOTSUPP);
+        for (const char* name : {"old", "new"})
+            EXPECT_EQ(writeFile(folder.path() / name, bytesOf("content")), std::nullopt) << name;
+    }).join();
+    EXPECT_EQ(folder.read("old"), "content");
+    EXPECT_EQ(folder.read("new"), "content");
 }
 
 }
