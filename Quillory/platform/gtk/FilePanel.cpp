@@ -6,7 +6,6 @@
 
 #include "platform/gtk/Application.h"
 #include "platform/gtk/BoxedFunction.h"
-#include "platform/gtk/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -66,7 +65,7 @@ void FilePanel::show(const Settings& settings, PanelCompletion completion)
         gtk_file_chooser_set_filter(chooser, filter.get());
     }
     m_completion = std::move(completion);
-    connectSignal<void(int)>(dialog, "response", [this](int response) { ended(response); });
+    m_response = connectScoped<void(int)>(dialog, "response", [this](int response) { ended(response); });
     m_application.keep(shared_from_this());
     gtk_native_dialog_show(dialog);
     if (!showsOwnPanel())

@@ -9,6 +9,7 @@
 #include "platform/ContentType.h"
 #include "platform/Panel.h"
 #include "platform/gtk/GObjectPtr.h"
+#include "platform/gtk/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -45,6 +46,8 @@ private:
     Application& m_application;
     GObjectPtr<GtkFileChooserNative> m_chooser;
     PanelCompletion m_completion; // none once the panel has ended
+    // The toolkit may hold the chooser for longer, while a portal's answer is under way.
+    SignalConnection m_response;
     guint m_portalWatch = 0; // none if the toolkit's own panel is shown
 };
 
