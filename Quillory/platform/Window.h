@@ -41,6 +41,8 @@ public:
     virtual void setDelegate(WindowDelegate* delegate) = 0;
 
     virtual void makeKeyAndOrderFront() = 0;
+    // To the front whatever other application has the focus, at the latest with the makeKeyAndOrderFront
+    // that follows.
     virtual void orderFrontRegardless() = 0;
     virtual void orderOut() = 0;
     virtual void setIsVisible(bool visible) = 0;

@@ -133,23 +133,24 @@ void Window::setDelegate(WindowDelegate* delegate)
 
 void Window::makeKeyAndOrderFront()
 {
-    gtk_window_present(m_window.get());
-}
-
-void Window::orderFrontRegardless()
-{
-    if (isOnX11()) {
+    const bool regardless = std::exchange(m_regardless, false);
+    auto* widget = GTK_WIDGET(m_window.get());
+    if (regardless && isOnX11()) {
         // A time that is newer than the focused window's last key press: the window manager lets it through.
         const auto userTime = m_application.takeUserTime();
         gtk_window_present_with_time(m_window.get(), userTime != 0 ? userTime : x11ServerTime(surface()));
         return;
     }
     // Without a token only a window that is new to the compositor gets the focus.
-    auto* widget = GTK_WIDGET(m_window.get());
-    if (gtk_widget_is_visible(widget) != 0 && gtk_window_is_active(m_window.get()) == 0
+    if (regardless && gtk_widget_is_visible(widget) != 0 && gtk_window_is_active(m_window.get()) == 0
         && !hasActivationToken(gtk_widget_get_display(widget)))
         gtk_widget_set_visible(widget, FALSE);
     gtk_window_present(m_window.get());
+}
+
+void Window::orderFrontRegardless()
+{
+    m_regardless = true;
 }
 
 void Window::orderOut()

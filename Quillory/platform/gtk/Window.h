@@ -55,6 +55,9 @@ private:
     // Done when the window is next mapped: a window manager places a window anew each time.
     bool m_centerWhenMapped = false;
     std::optional<Point> m_positionWhenMapped;
+    // Asked for before the window is next made key. A window comes to the front and gets the focus in one
+    // request; a second one would only delay the first.
+    bool m_regardless = false;
 };
 
 }

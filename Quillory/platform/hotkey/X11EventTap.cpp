@@ -1,9 +1,11 @@
 #include "platform/hotkey/X11EventTap.h"
 
-#include <glib.h>
+#include <glib-unix.h>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
 
 #include <chrono>
-#include <optional>
 #include <utility>
 
 #include "platform/gtk/BoxedFunction.h"
@@ -25,13 +27,6 @@ void onMainThread(std::function<void()> work)
 
 }
 
-// What became of one press; guarded by the tap's mutex.
-struct X11EventTap::Question {
-    X11KeyGrab::Press press;
-    bool answered = false;
-    bool abandoned = false;
-};
-
 X11EventTap::X11EventTap(EventTapCallback callback, void* userData, WillDeliver willDeliver)
     : SessionEventTap(callback, userData)
     , m_willDeliver(std::move(willDeliver))
@@ -41,21 +36,26 @@ X11EventTap::X11EventTap(EventTapCallback callback, void* userData, WillDeliver 
 std::shared_ptr<X11EventTap> X11EventTap::make(const std::string& displayName, EventTapCallback callback,
                                                void* userData, WillDeliver willDeliver)
 {
+    auto grab = X11KeyGrab::make(displayName);
+    if (!grab)
+        return nullptr;
     std::shared_ptr<X11EventTap> tap(new X11EventTap(callback, userData, std::move(willDeliver)));
-    tap->m_grab = X11KeyGrab::make(
-        displayName, [self = tap.get()](const X11KeyGrab::Press& press) { return self->askMainThread(press); });
-    return tap->m_grab ? tap : nullptr;
+    tap->m_grab = std::move(grab);
+    tap->start();
+    return tap;
 }
 
 X11EventTap::~X11EventTap()
 {
+    m_source.reset();
     {
         const std::lock_guard lock(m_mutex);
         m_closing = true;
     }
     m_changed.notify_all();
-    // Joins the thread, which uses all of the above.
-    m_grab.reset();
+    // Ends the wait for the connection.
+    shutdown(m_grab->descriptor(), SHUT_RDWR);
+    m_watch.join();
 }
 
 bool X11EventTap::isEnabled() const
@@ -63,61 +63,44 @@ bool X11EventTap::isEnabled() const
     return SessionEventTap::isEnabled() && m_grab->isConnected();
 }
 
-// Nothing if the main thread has answered; the press is passed on if it is too busy to.
-std::optional<X11KeyGrab::Answer> X11EventTap::askMainThread(const X11KeyGrab::Press& press)
+void X11EventTap::start()
 {
-    std::unique_lock lock(m_mutex);
-    if (m_timedOut || m_closing)
-        return X11KeyGrab::Answer::pass;
-    // The main thread is not to find it locked.
-    lock.unlock();
-    const auto question = std::make_shared<Question>(Question {press});
-    onMainThread([weak = weak_from_this(), question] {
-        if (const auto self = weak.lock())
-            self->take(*question);
-    });
-    lock.lock();
-    m_changed.wait_for(lock, patience, [&] { return question->answered || m_closing; });
-    if (question->answered)
-        return std::nullopt;
-    question->abandoned = m_timedOut = true;
-    return X11KeyGrab::Answer::pass;
+    using Take = gtk::BoxedFunction<bool()>;
+    const auto take = [](gint, GIOCondition, gpointer box) -> gboolean { return Take::of(box)() ? TRUE : FALSE; };
+    m_source.reset(g_unix_fd_source_new(m_grab->descriptor(), G_IO_IN));
+    g_source_set_priority(m_source.get(), G_PRIORITY_HIGH);
+    g_source_set_callback(m_source.get(), G_SOURCE_FUNC(static_cast<GUnixFDSourceFunc>(take)),
+                          Take::make([weak = weak_from_this()] {
+                              const auto self = weak.lock();
+                              if (self)
+                                  self->takePresses();
+                              return self && self->m_grab->isConnected();
+                          }),
+                          Take::free);
+    g_source_attach(m_source.get(), nullptr);
+    m_watch = std::thread([this] { watch(); });
+    // What came with the replies to the grabs makes the connection readable no more.
+    takePresses();
 }
 
-void X11EventTap::take(Question& question)
+void X11EventTap::takePresses()
 {
-    const bool late = [&] {
-        const std::lock_guard lock(m_mutex);
-        return question.abandoned;
-    }();
-    if (!late) {
-        const auto answer = decide(question.press);
-        if (settle(question)) {
-            m_grab->answer(question.press, answer);
-            return;
+    tellIfLate();
+    while (const auto press = m_grab->nextPress()) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_deciding = press;
         }
+        const auto answer = decide(*press);
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_deciding, std::nullopt))
+            m_grab->answer(*press, answer);
     }
     {
         const std::lock_guard lock(m_mutex);
-        m_timedOut = false;
-    }
-    if (isEnabled()) {
-        enable(false);
-        tellDisabledByTimeout();
-    }
-}
-
-// False if nobody waits for the answer any more.
-bool X11EventTap::settle(Question& question)
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        if (question.abandoned)
-            return false;
-        question.answered = true;
+        ++m_taken;
     }
     m_changed.notify_all();
-    return true;
 }
 
 X11KeyGrab::Answer X11EventTap::decide(const X11KeyGrab::Press& press)
@@ -127,6 +110,54 @@ X11KeyGrab::Answer X11EventTap::decide(const X11KeyGrab::Press& press)
     if (m_willDeliver)
         m_willDeliver(press.timestamp);
     return passes(TapEvent {keyCodeE, press.flags}) ? X11KeyGrab::Answer::pass : X11KeyGrab::Answer::swallow;
+}
+
+void X11EventTap::tellIfLate()
+{
+    const bool late = [this] {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_late, false);
+    }();
+    if (late && isEnabled()) {
+        enable(false);
+        tellDisabledByTimeout();
+    }
+}
+
+void X11EventTap::watch()
+{
+    pthread_setname_np(pthread_self(), "hotkey");
+    bool open = true;
+    while (open) {
+        const auto taken = [this] {
+            const std::lock_guard lock(m_mutex);
+            return m_taken;
+        }();
+        pollfd connection {m_grab->descriptor(), POLLIN, 0};
+        poll(&connection, 1, -1);
+        open = awaitMainThread(taken) && m_grab->isConnected();
+    }
+}
+
+bool X11EventTap::awaitMainThread(std::uint64_t taken)
+{
+    std::unique_lock lock(m_mutex);
+    m_changed.wait_for(lock, m_late ? 0s : patience, [&] { return m_taken != taken || m_closing; });
+    if (m_closing)
+        return false;
+    if (m_taken == taken) {
+        const auto overdue = std::exchange(m_deciding, std::nullopt);
+        if (overdue)
+            m_grab->answer(*overdue, X11KeyGrab::Answer::pass);
+        if (m_grab->passAll() || overdue)
+            m_late = true;
+        // The keymap may have changed as well.
+        onMainThread([weak = weak_from_this()] {
+            if (const auto self = weak.lock())
+                self->takePresses();
+        });
+    }
+    return true;
 }
 
 }

@@ -1,12 +1,15 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 
+#include "platform/gtk/GObjectPtr.h"
 #include "platform/hotkey/SessionEventTap.h"
 #include "platform/hotkey/X11KeyGrab.h"
 
@@ -15,6 +18,9 @@ namespace quillory {
 // The hotkey on X11. The keyboard of the whole session waits for the callback, but no longer than a second
 // for a main thread that is busy: the press goes to the focused window then, and the tap is disabled and
 // the callback told so once the main thread is back.
+//
+// The main thread takes the presses, so that none waits for another thread to be woken. A thread of the tap's
+// own only sees to it that they are taken in time.
 class X11EventTap final : public SessionEventTap, public std::enable_shared_from_this<X11EventTap> {
 public:
     using WillDeliver = std::function<void(std::uint32_t timestamp)>;
@@ -28,21 +34,31 @@ public:
     bool isEnabled() const override;
 
 private:
-    struct Question;
-
     X11EventTap(EventTapCallback callback, void* userData, WillDeliver willDeliver);
 
-    std::optional<X11KeyGrab::Answer> askMainThread(const X11KeyGrab::Press& press);
-    void take(Question& question);
-    bool settle(Question& question);
+    // On the main thread.
+    void start();
+    void takePresses();
     X11KeyGrab::Answer decide(const X11KeyGrab::Press& press);
+    void tellIfLate();
+
+    // On the tap's thread.
+    void watch();
+    // Until it has taken all again; passes the presses on in its place if that takes too long. False if the
+    // tap is closing.
+    bool awaitMainThread(std::uint64_t taken);
 
     WillDeliver m_willDeliver;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    bool m_timedOut = false; // guarded by m_mutex
-    bool m_closing = false; // guarded by m_mutex
     std::unique_ptr<X11KeyGrab> m_grab;
+    gtk::GSourcePtr m_source;
+    std::thread m_watch;
+
+    std::mutex m_mutex; // guards all below
+    std::condition_variable m_changed;
+    std::uint64_t m_taken = 0; // how often the main thread has taken all that there was
+    std::optional<X11KeyGrab::Press> m_deciding;
+    bool m_late = false; // since a press was passed on in place of the main thread, until that knows
+    bool m_closing = false;
 };
 
 }

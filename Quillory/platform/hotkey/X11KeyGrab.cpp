@@ -1,10 +1,6 @@
 #include "platform/hotkey/X11KeyGrab.h"
 
-#include <pthread.h>
-#include <sys/socket.h>
-
 #include <iostream>
-#include <utility>
 
 // The header names a field "explicit".
 // NOLINTNEXTLINE(clang-diagnostic-keyword-macro): it has no other way to be read as C++
@@ -35,41 +31,19 @@ XcbConnection openDisplay(const std::string& name)
 
 }
 
-X11KeyGrab::X11KeyGrab(Decide decide)
-    : m_decide(std::move(decide))
+std::unique_ptr<X11KeyGrab> X11KeyGrab::make(const std::string& displayName)
 {
-}
-
-std::unique_ptr<X11KeyGrab> X11KeyGrab::make(const std::string& displayName, Decide decide)
-{
-    std::unique_ptr<X11KeyGrab> self(new X11KeyGrab(std::move(decide)));
+    std::unique_ptr<X11KeyGrab> self(new X11KeyGrab);
     if (!self->connect(displayName))
         return nullptr;
     self->m_chord = X11Chord::find(self->m_connection.get());
-    if (!self->m_chord || !self->grab(*self->m_chord))
-        return nullptr;
-    self->m_thread = std::thread([grab = self.get()] { grab->run(); });
-    return self;
-}
-
-X11KeyGrab::~X11KeyGrab()
-{
-    if (!m_thread.joinable())
-        return;
-    // Ends the thread's wait for events.
-    shutdown(xcb_get_file_descriptor(m_connection.get()), SHUT_RDWR);
-    m_thread.join();
+    return self->m_chord && self->grab(*self->m_chord) ? std::move(self) : nullptr;
 }
 
 bool X11KeyGrab::isAvailable(const std::string& displayName)
 {
     const auto connection = openDisplay(displayName);
     return setUpKeymapExtension(connection.get()).has_value();
-}
-
-bool X11KeyGrab::isConnected() const
-{
-    return xcb_connection_has_error(m_connection.get()) == 0;
 }
 
 bool X11KeyGrab::connect(const std::string& displayName)
@@ -125,36 +99,41 @@ void X11KeyGrab::ungrab(const X11Chord& chord)
     xcb_flush(m_connection.get());
 }
 
-// Ends with the connection.
-void X11KeyGrab::run()
+std::optional<xcb_key_press_event_t> X11KeyGrab::nextKeyPress()
 {
-    pthread_setname_np(pthread_self(), "hotkey");
-    auto* connection = m_connection.get();
-    while (XcbMemory<xcb_generic_event_t> event {xcb_wait_for_event(connection)}) {
-        while (event) {
-            handle(*event);
-            event.reset(xcb_poll_for_event(connection));
-        }
-        if (std::exchange(m_keymapChanged, false))
-            followKeymap();
+    while (const XcbMemory<xcb_generic_event_t> event {xcb_poll_for_event(m_connection.get())}) {
+        const auto type = static_cast<std::uint8_t>(event->response_type & 0x7f);
+        if (type == XCB_KEY_PRESS)
+            return reinterpret_cast<const xcb_key_press_event_t&>(*event);
+        if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent)
+            m_keymapChanged = true;
     }
+    return std::nullopt;
 }
 
-void X11KeyGrab::handle(const xcb_generic_event_t& event)
+std::optional<X11KeyGrab::Press> X11KeyGrab::nextPress()
 {
-    const auto type = static_cast<std::uint8_t>(event.response_type & 0x7f);
-    if (type == XCB_KEY_PRESS)
-        handleKeyPress(reinterpret_cast<const xcb_key_press_event_t&>(event));
-    else if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent)
-        m_keymapChanged = true;
+    do {
+        while (const auto event = nextKeyPress()) {
+            if (m_chord && event->detail == m_chord->key)
+                return Press {event->time, m_chord->flags(event->state)};
+            answer({event->time, 0}, Answer::pass);
+        }
+        if (!m_keymapChanged.exchange(false))
+            return std::nullopt;
+        // Presses that come while it waits for replies are read along with them.
+        followKeymap();
+    } while (true);
 }
 
-void X11KeyGrab::handleKeyPress(const xcb_key_press_event_t& event)
+bool X11KeyGrab::passAll()
 {
-    const bool ours = m_chord && event.detail == m_chord->key;
-    const Press press {event.time, ours ? m_chord->flags(event.state) : 0};
-    if (const auto decision = ours ? m_decide(press) : Answer::pass)
-        answer(press, *decision);
+    bool passed = false;
+    while (const auto event = nextKeyPress()) {
+        answer({event->time, 0}, Answer::pass);
+        passed = true;
+    }
+    return passed;
 }
 
 // Both answers end the grab that the press began. A window that gets the focus while a grab lasts is not

@@ -1,11 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/hotkey/X11Chord.h"
@@ -17,8 +16,9 @@ namespace quillory {
 // whatever becomes of the process. The grabs follow the keymap.
 //
 // A grabbed press freezes the keyboard of the session until it is answered: it is replayed to the focused
-// window or swallowed. A thread of its own sees to that. Repeats are presses as well; releases are never
-// taken.
+// window or swallowed. Repeats are presses as well; releases are never taken.
+//
+// Main thread only, but for what says otherwise.
 class X11KeyGrab {
 public:
     struct Press {
@@ -26,30 +26,29 @@ public:
         std::uint64_t flags; // EventFlags
     };
     enum class Answer { pass, swallow };
-    // Called on the grab's thread, while the keyboard waits. Nothing stands for a press that has been answered
-    // meanwhile.
-    using Decide = std::function<std::optional<Answer>(const Press& press)>;
 
     // Null if the server cannot be reached, the keymap lacks the chord or another client holds it.
-    static std::unique_ptr<X11KeyGrab> make(const std::string& displayName, Decide decide);
+    static std::unique_ptr<X11KeyGrab> make(const std::string& displayName);
 
     // Whether the server is there and knows keymaps.
     static bool isAvailable(const std::string& displayName);
 
-    // Waits for a decision that is being made.
-    ~X11KeyGrab();
     X11KeyGrab(const X11KeyGrab&) = delete;
     X11KeyGrab& operator=(const X11KeyGrab&) = delete;
 
-    // On any thread.
-    bool isConnected() const;
+    // The connection, readable when there may be presses. On any thread.
+    int descriptor() const { return xcb_get_file_descriptor(m_connection.get()); }
+    bool isConnected() const { return xcb_connection_has_error(m_connection.get()) == 0; }
 
-    // Once for each press, on any thread. The window that comes to the front gets the focus after the answer,
-    // so whoever decides need not wait for the grab's thread to send it.
+    // The next press of the chord, which has to be answered, or nothing if none waits any more. Never blocks.
+    std::optional<Press> nextPress();
+    // Passes on every press that waits, in place of the main thread. False if there was none. On any thread.
+    bool passAll();
+    // Once for each press, on any thread.
     void answer(const Press& press, Answer answer);
 
 private:
-    explicit X11KeyGrab(Decide decide);
+    X11KeyGrab() = default;
 
     bool connect(const std::string& displayName);
     void selectKeymapEvents();
@@ -57,18 +56,15 @@ private:
     bool grab(const X11Chord& chord);
     void ungrab(const X11Chord& chord);
 
-    void run();
-    void handle(const xcb_generic_event_t& event);
-    void handleKeyPress(const xcb_key_press_event_t& press);
+    // The next press of a grabbed key; notes on the way that the keymap has changed.
+    std::optional<xcb_key_press_event_t> nextKeyPress();
     void followKeymap();
 
-    Decide m_decide;
     XcbConnection m_connection;
     std::vector<xcb_window_t> m_roots;
     std::uint8_t m_firstKeymapEvent = 0;
-    bool m_keymapChanged = false;
+    std::atomic<bool> m_keymapChanged = false;
     std::optional<X11Chord> m_chord;
-    std::thread m_thread;
 };
 
 }
