@@ -50,7 +50,8 @@ void engineText(benchmark::State& state)
     const auto text = dataURL(static_cast<std::size_t>(state.range(0)));
     const gtk::GObjectPtr<JSCContext> context(jsc_context_new());
     const gtk::GBytesPtr bytes(g_bytes_new_static(text.data(), text.size()));
-    const gtk::JSCText value(gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context.get(), bytes.get())));
+    const gtk::JSCText value(gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context.get(), bytes.get())),
+                             std::make_shared<gtk::JSCTextFunctions>(context.get()));
     decodeDataURLPayload(state, value);
     count(state, text);
 }

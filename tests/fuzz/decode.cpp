@@ -64,7 +64,8 @@ gtk::JSCText engineText(const std::string& text)
     // Never ended: the engine cannot be at the end of the process.
     static JSCContext* const context = jsc_context_new();
     const gtk::GBytesPtr bytes(g_bytes_new(text.data(), text.size()));
-    return gtk::JSCText(gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context, bytes.get())));
+    return {gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context, bytes.get())),
+            std::make_shared<gtk::JSCTextFunctions>(context)};
 }
 
 }

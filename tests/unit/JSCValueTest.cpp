@@ -15,17 +15,18 @@ class Engine : public testing::Test {
 protected:
     JSCValue evaluate(const std::string& script)
     {
-        return JSCValue(GObjectPtr<::JSCValue>(jsc_context_evaluate(m_context.get(), script.c_str(), -1)));
+        return {GObjectPtr<::JSCValue>(jsc_context_evaluate(m_context.get(), script.c_str(), -1)), m_functions};
     }
 
     JSCText text(const std::string& utf8)
     {
         const GBytesPtr bytes(g_bytes_new(utf8.data(), utf8.size()));
-        return JSCText(GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(m_context.get(), bytes.get())));
+        return {GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(m_context.get(), bytes.get())), m_functions};
     }
 
 private:
     GObjectPtr<JSCContext> m_context {jsc_context_new()};
+    std::shared_ptr<JSCTextFunctions> m_functions = std::make_shared<JSCTextFunctions>(m_context.get());
 };
 
 }

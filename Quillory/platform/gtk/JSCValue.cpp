@@ -4,43 +4,6 @@ namespace quillory::gtk {
 
 namespace {
 
-// The engine's decoder passes over white space and missing padding. Every character that it passed over
-// makes the result shorter than the text's length promises, so the length tells a strict text. Decoding into
-// an array that is there already takes half the memory of making one.
-// Converting to UTF-8 stops at an unpaired surrogate, so these are replaced before.
-constexpr std::string_view textFunctions = R"(({
-    decoded(text) {
-        const comma = text.indexOf(",");
-        if (comma < 0)
-            return null;
-        const payload = text.substring(comma + 1);
-        const pads = payload.endsWith("==") ? 2 : payload.endsWith("=") ? 1 : 0;
-        if (payload.length % 4 !== 0)
-            return null;
-        try {
-            const bytes = new Uint8Array(payload.length / 4 * 3 - pads);
-            const {read, written} = bytes.setFromBase64(payload);
-            return read === payload.length && written === bytes.length ? bytes : null;
-        } catch {
-            return null;
-        }
-    },
-    wellFormed(text) { return text.toWellFormed(); },
-}))";
-
-constexpr const char* textFunctionsName = "quilloryTextFunctions";
-
-GObjectPtr<::JSCValue> compiledTextFunctions(JSCContext* context)
-{
-    GObjectPtr<::JSCValue> known(jsc_context_get_value(context, textFunctionsName));
-    if (jsc_value_is_object(known.get()))
-        return known;
-    GObjectPtr<::JSCValue> compiled(
-        jsc_context_evaluate(context, textFunctions.data(), static_cast<gssize>(textFunctions.size())));
-    jsc_context_set_value(context, textFunctionsName, compiled.get());
-    return compiled;
-}
-
 // A typed array's memory, read in place.
 class JSCBytes final : public Bytes {
 public:
@@ -73,17 +36,9 @@ private:
 
 }
 
-GObjectPtr<::JSCValue> JSCTextFunctions::call(const char* name, ::JSCValue* text)
-{
-    if (!m_functions)
-        m_functions = compiledTextFunctions(jsc_value_get_context(text));
-    return GObjectPtr<::JSCValue>(
-        jsc_value_object_invoke_method(m_functions.get(), name, JSC_TYPE_VALUE, text, G_TYPE_NONE));
-}
-
 std::string JSCText::utf8() const
 {
-    const auto text = m_functions->call("wellFormed", m_value.get());
+    const auto text = m_functions->wellFormed(m_value.get());
     const GBytesPtr bytes(jsc_value_to_string_as_bytes(text.get()));
     gsize size = 0;
     const auto* data = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
@@ -92,7 +47,7 @@ std::string JSCText::utf8() const
 
 std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 {
-    auto bytes = m_functions->call("decoded", m_value.get());
+    auto bytes = m_functions->decodedAfterFirstComma(m_value.get());
     if (!bytes || !jsc_value_is_typed_array(bytes.get()))
         return nullptr;
     return std::make_unique<JSCBytes>(std::move(bytes));

@@ -9,23 +9,14 @@
 
 #include "platform/Value.h"
 #include "platform/gtk/GObjectPtr.h"
+#include "platform/gtk/JSCTextFunctions.h"
 
 namespace quillory::gtk {
-
-// Functions on texts that are compiled once for each of the engine's contexts, and looked up there when first called.
-class JSCTextFunctions {
-public:
-    GObjectPtr<::JSCValue> call(const char* name, ::JSCValue* text);
-
-private:
-    GObjectPtr<::JSCValue> m_functions;
-};
 
 // A text that stays in the engine.
 class JSCText final : public Text {
 public:
-    explicit JSCText(GObjectPtr<::JSCValue> value,
-                     std::shared_ptr<JSCTextFunctions> functions = std::make_shared<JSCTextFunctions>())
+    JSCText(GObjectPtr<::JSCValue> value, std::shared_ptr<JSCTextFunctions> functions)
         : m_value(std::move(value))
         , m_functions(std::move(functions))
     {
@@ -42,8 +33,7 @@ private:
 // A value that the engine delivered.
 class JSCValue final : public Value {
 public:
-    explicit JSCValue(GObjectPtr<::JSCValue> value,
-                      std::shared_ptr<JSCTextFunctions> functions = std::make_shared<JSCTextFunctions>())
+    JSCValue(GObjectPtr<::JSCValue> value, std::shared_ptr<JSCTextFunctions> functions)
         : m_value(std::move(value))
         , m_functions(std::move(functions))
     {

@@ -13,8 +13,9 @@ struct UserContentController::Registration {
     static void received(WebKitUserContentManager*, ::JSCValue* body, gpointer data)
     {
         const auto& registration = *static_cast<Registration*>(data);
-        registration.handler->didReceiveScriptMessage(registration.controller,
-                                                      {registration.name, std::make_shared<JSCValue>(retain(body))});
+        auto& controller = registration.controller;
+        auto value = std::make_shared<JSCValue>(retain(body), controller.textFunctions(jsc_value_get_context(body)));
+        registration.handler->didReceiveScriptMessage(controller, {registration.name, std::move(value)});
     }
 };
 
@@ -38,6 +39,22 @@ void UserContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessag
                                                 G_CALLBACK(Registration::received), registration.get());
     webkit_user_content_manager_register_script_message_handler(m_manager.get(), name.c_str(), nullptr);
     m_registrations.push_back(std::move(registration));
+}
+
+std::shared_ptr<JSCTextFunctions> UserContentController::textFunctions(JSCContext* context)
+{
+    if (m_textFunctions && m_textFunctions->context() == context)
+        return m_textFunctions;
+    m_textFunctions = std::make_shared<JSCTextFunctions>(context);
+    const auto release = [](gpointer controller) -> gboolean {
+        static_cast<UserContentController*>(controller)->m_textFunctions.reset();
+        return G_SOURCE_REMOVE;
+    };
+    m_release.reset(g_idle_source_new());
+    g_source_set_priority(m_release.get(), G_PRIORITY_LOW);
+    g_source_set_callback(m_release.get(), release, this, nullptr);
+    g_source_attach(m_release.get(), nullptr);
+    return m_textFunctions;
 }
 
 }

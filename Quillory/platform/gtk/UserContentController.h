@@ -7,6 +7,7 @@
 
 #include "platform/WebView.h"
 #include "platform/gtk/GObjectPtr.h"
+#include "platform/gtk/JSCTextFunctions.h"
 
 namespace quillory::gtk {
 
@@ -24,8 +25,14 @@ public:
 private:
     struct Registration;
 
+    std::shared_ptr<JSCTextFunctions> textFunctions(JSCContext* context);
+
     GObjectPtr<WebKitUserContentManager> m_manager;
     std::vector<std::unique_ptr<Registration>> m_registrations;
+    // The engine makes a context's object anew for each message unless somebody holds it. They are kept while
+    // one message follows another, not for longer: with the context goes what the messages have left in it.
+    std::shared_ptr<JSCTextFunctions> m_textFunctions;
+    GSourcePtr m_release;
 };
 
 }
