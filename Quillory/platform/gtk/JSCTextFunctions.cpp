@@ -1,6 +1,7 @@
 #include "platform/gtk/JSCTextFunctions.h"
 
 #include <string_view>
+#include <vector>
 
 namespace quillory::gtk {
 
@@ -11,7 +12,7 @@ namespace {
 // an array that is there already takes half the memory of making one.
 // Converting to UTF-8 stops at an unpaired surrogate, so these are replaced before.
 constexpr std::string_view source = R"(({
-    decoded(text) {
+    decoded(text, spare) {
         const comma = text.indexOf(",");
         if (comma < 0)
             return null;
@@ -20,7 +21,8 @@ constexpr std::string_view source = R"(({
         if (payload.length % 4 !== 0)
             return null;
         try {
-            const bytes = new Uint8Array(payload.length / 4 * 3 - pads);
+            const length = payload.length / 4 * 3 - pads;
+            const bytes = spare?.byteLength >= length ? new Uint8Array(spare, 0, length) : new Uint8Array(length);
             const {read, written} = bytes.setFromBase64(payload);
             return read === payload.length && written === bytes.length ? bytes : null;
         } catch {
@@ -32,23 +34,61 @@ constexpr std::string_view source = R"(({
 
 constexpr const char* nameInContext = "quilloryTextFunctions";
 
+constexpr gsize largestSpare = 4 << 20; // bytes
+
+gsize sizeOf(::JSCValue* buffer)
+{
+    return jsc_value_is_array_buffer(buffer) ? jsc_value_array_buffer_get_size(buffer) : 0;
+}
+
+// The engine would keep the memory until it next collects garbage; moving the buffer's content into an empty
+// one frees it now.
+void freeMemory(::JSCValue* buffer)
+{
+    if (jsc_value_is_array_buffer(buffer))
+        const GObjectPtr<::JSCValue> empty(
+            jsc_value_object_invoke_method(buffer, "transfer", G_TYPE_INT, 0, G_TYPE_NONE));
+}
+
+}
+
+JSCTextFunctions::~JSCTextFunctions()
+{
+    freeMemory(m_spare.get());
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)
 {
-    return call(m_wellFormed, "wellFormed", text);
+    return call(m_wellFormed, "wellFormed", {text});
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::decodedAfterFirstComma(::JSCValue* text)
 {
-    return call(m_decoded, "decoded", text);
+    auto array = call(m_decoded, "decoded", {text, m_spare.get()});
+    if (!array || !jsc_value_is_typed_array(array.get()))
+        return nullptr;
+    // It may be in the spare memory now; a smaller one that was of no use is not worth keeping.
+    m_spare.reset(jsc_value_new_null(m_context.get()));
+    return array;
 }
 
-GObjectPtr<::JSCValue> JSCTextFunctions::call(GObjectPtr<::JSCValue>& function, const char* name, ::JSCValue* text)
+void JSCTextFunctions::giveBack(::JSCValue* array)
+{
+    GObjectPtr<::JSCValue> buffer(jsc_value_typed_array_get_buffer(array));
+    const auto size = sizeOf(buffer.get());
+    if (size <= largestSpare && size > sizeOf(m_spare.get()))
+        buffer.swap(m_spare);
+    freeMemory(buffer.get());
+}
+
+GObjectPtr<::JSCValue> JSCTextFunctions::call(GObjectPtr<::JSCValue>& function, const char* name,
+                                              std::initializer_list<::JSCValue*> arguments)
 {
     if (!function)
         function.reset(jsc_value_object_get_property(compiled().get(), name));
-    return GObjectPtr<::JSCValue>(jsc_value_function_callv(function.get(), 1, &text));
+    std::vector<::JSCValue*> list(arguments);
+    return GObjectPtr<::JSCValue>(
+        jsc_value_function_callv(function.get(), static_cast<guint>(list.size()), list.data()));
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::compiled() const

@@ -2,6 +2,8 @@
 
 #include <jsc/jsc.h>
 
+#include <initializer_list>
+
 #include "platform/gtk/GObjectPtr.h"
 
 namespace quillory::gtk {
@@ -13,8 +15,12 @@ public:
     // Keeps `context` alive.
     explicit JSCTextFunctions(JSCContext* context)
         : m_context(retain(context))
+        , m_spare(jsc_value_new_null(context))
     {
     }
+    ~JSCTextFunctions();
+    JSCTextFunctions(const JSCTextFunctions&) = delete;
+    JSCTextFunctions& operator=(const JSCTextFunctions&) = delete;
 
     JSCContext* context() const { return m_context.get(); }
 
@@ -23,15 +29,21 @@ public:
     // An array of the bytes that the base64 text after the first comma stands for, or null if there is no
     // comma or that is no strict base64.
     GObjectPtr<::JSCValue> decodedAfterFirstComma(::JSCValue* text);
+    // Frees the memory of such an array, or keeps it for the next one if it is small: the system takes as long to
+    // hand out memory as the engine to decode into it.
+    void giveBack(::JSCValue* array);
 
 private:
-    GObjectPtr<::JSCValue> call(GObjectPtr<::JSCValue>& function, const char* name, ::JSCValue* text);
+    GObjectPtr<::JSCValue> call(GObjectPtr<::JSCValue>& function, const char* name,
+                                std::initializer_list<::JSCValue*> arguments);
     GObjectPtr<::JSCValue> compiled() const;
 
     GObjectPtr<JSCContext> m_context;
     // Looked up when they are first called.
     GObjectPtr<::JSCValue> m_wellFormed;
     GObjectPtr<::JSCValue> m_decoded;
+    // A buffer that no array uses, or null.
+    GObjectPtr<::JSCValue> m_spare;
 };
 
 }

@@ -7,21 +7,14 @@ namespace {
 // A typed array's memory, read in place.
 class JSCBytes final : public Bytes {
 public:
-    explicit JSCBytes(GObjectPtr<::JSCValue> array)
+    JSCBytes(GObjectPtr<::JSCValue> array, std::shared_ptr<JSCTextFunctions> functions)
         : m_array(std::move(array))
+        , m_functions(std::move(functions))
     {
     }
     JSCBytes(const JSCBytes&) = delete;
     JSCBytes& operator=(const JSCBytes&) = delete;
-
-    // The engine would keep the memory until it next collects garbage; moving the buffer's content into
-    // an empty one frees it now.
-    ~JSCBytes() override
-    {
-        const GObjectPtr<::JSCValue> buffer(jsc_value_typed_array_get_buffer(m_array.get()));
-        const GObjectPtr<::JSCValue> empty(
-            jsc_value_object_invoke_method(buffer.get(), "transfer", G_TYPE_INT, 0, G_TYPE_NONE));
-    }
+    ~JSCBytes() override { m_functions->giveBack(m_array.get()); }
 
     std::span<const std::byte> span() const override
     {
@@ -32,6 +25,7 @@ public:
 
 private:
     GObjectPtr<::JSCValue> m_array;
+    std::shared_ptr<JSCTextFunctions> m_functions;
 };
 
 }
@@ -48,9 +42,7 @@ std::string JSCText::utf8() const
 std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 {
     auto bytes = m_functions->decodedAfterFirstComma(m_value.get());
-    if (!bytes || !jsc_value_is_typed_array(bytes.get()))
-        return nullptr;
-    return std::make_unique<JSCBytes>(std::move(bytes));
+    return bytes ? std::make_unique<JSCBytes>(std::move(bytes), m_functions) : nullptr;
 }
 
 Value::Kind JSCValue::kind() const
