@@ -1,6 +1,7 @@
 #include "platform/gtk/JSCTextFunctions.h"
 
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace quillory::gtk {
@@ -34,7 +35,7 @@ constexpr std::string_view source = R"(({
 
 constexpr const char* nameInContext = "quilloryTextFunctions";
 
-constexpr gsize largestSpare = 4 << 20; // bytes
+constexpr gsize mostKept = 3 << 20; // bytes
 
 gsize sizeOf(::JSCValue* buffer)
 {
@@ -54,7 +55,8 @@ void freeMemory(::JSCValue* buffer)
 
 JSCTextFunctions::~JSCTextFunctions()
 {
-    freeMemory(m_spare.get());
+    for (const auto& buffer : m_spares)
+        freeMemory(buffer.get());
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)
@@ -64,21 +66,31 @@ GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)
 
 GObjectPtr<::JSCValue> JSCTextFunctions::decodedAfterFirstComma(::JSCValue* text)
 {
-    auto array = call(m_decoded, "decoded", {text, m_spare.get()});
-    if (!array || !jsc_value_is_typed_array(array.get()))
-        return nullptr;
-    // It may be in the spare memory now; a smaller one that was of no use is not worth keeping.
-    m_spare.reset(jsc_value_new_null(m_context.get()));
-    return array;
+    GObjectPtr<::JSCValue> spare;
+    if (m_spares.empty()) {
+        spare.reset(jsc_value_new_null(m_context.get()));
+    } else {
+        spare = std::move(m_spares.back());
+        m_spares.pop_back();
+    }
+    auto array = call(m_decoded, "decoded", {text, spare.get()});
+    const bool decoded = array && jsc_value_is_typed_array(array.get());
+    // One that is too small is not tried again.
+    if (!decoded || jsc_value_typed_array_get_size(array.get()) > sizeOf(spare.get()))
+        freeMemory(spare.get());
+    return decoded ? std::move(array) : nullptr;
 }
 
 void JSCTextFunctions::giveBack(::JSCValue* array)
 {
     GObjectPtr<::JSCValue> buffer(jsc_value_typed_array_get_buffer(array));
-    const auto size = sizeOf(buffer.get());
-    if (size <= largestSpare && size > sizeOf(m_spare.get()))
-        buffer.swap(m_spare);
-    freeMemory(buffer.get());
+    gsize kept = sizeOf(buffer.get());
+    for (const auto& spare : m_spares)
+        kept += sizeOf(spare.get());
+    if (kept <= mostKept)
+        m_spares.push_back(std::move(buffer));
+    else
+        freeMemory(buffer.get());
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::call(GObjectPtr<::JSCValue>& function, const char* name,

@@ -3,6 +3,7 @@
 #include <jsc/jsc.h>
 
 #include <initializer_list>
+#include <vector>
 
 #include "platform/gtk/GObjectPtr.h"
 
@@ -15,7 +16,6 @@ public:
     // Keeps `context` alive.
     explicit JSCTextFunctions(JSCContext* context)
         : m_context(retain(context))
-        , m_spare(jsc_value_new_null(context))
     {
     }
     ~JSCTextFunctions();
@@ -42,8 +42,8 @@ private:
     // Looked up when they are first called.
     GObjectPtr<::JSCValue> m_wellFormed;
     GObjectPtr<::JSCValue> m_decoded;
-    // A buffer that no array uses, or null.
-    GObjectPtr<::JSCValue> m_spare;
+    // Buffers that no array uses.
+    std::vector<GObjectPtr<::JSCValue>> m_spares;
 };
 
 }
