@@ -35,7 +35,8 @@ constexpr std::string_view source = R"(({
 
 constexpr const char* nameInContext = "quilloryTextFunctions";
 
-constexpr gsize mostKept = 3 << 20; // bytes
+constexpr std::size_t mostSpares = 4;
+constexpr gsize largestSpare = 1 << 20; // bytes
 
 gsize sizeOf(::JSCValue* buffer)
 {
@@ -84,10 +85,7 @@ GObjectPtr<::JSCValue> JSCTextFunctions::decodedAfterFirstComma(::JSCValue* text
 void JSCTextFunctions::giveBack(::JSCValue* array)
 {
     GObjectPtr<::JSCValue> buffer(jsc_value_typed_array_get_buffer(array));
-    gsize kept = sizeOf(buffer.get());
-    for (const auto& spare : m_spares)
-        kept += sizeOf(spare.get());
-    if (kept <= mostKept)
+    if (m_spares.size() < mostSpares && sizeOf(buffer.get()) <= largestSpare)
         m_spares.push_back(std::move(buffer));
     else
         freeMemory(buffer.get());
