@@ -51,6 +51,13 @@ def test_the_chord_comes_to_the_front_and_is_swallowed(desktop, app, other):
     assert app.own_lines() == [*LAUNCH, *STATUS_REPORT]
 
 
+def test_what_is_typed_right_after_the_chord_goes_to_the_window_that_it_brings(desktop, app, other):
+    app.run_script("window.typed = ''; addEventListener('keydown', (event) => { typed += event.key; })")
+    desktop.run("xdotool", "key", "--delay", "0", CHORD, "j")
+    wait_for(lambda: app.run_script("return typed") == "j", "the key to reach the page")
+    assert presses_until(desktop, other) == [*MODIFIERS, "k"]
+
+
 @pytest.mark.parametrize("lock", ["Caps_Lock", "Num_Lock", "Caps_Lock Num_Lock"])
 def test_locks_do_not_matter(desktop, app, other, lock):
     desktop.run("xdotool", "key", *lock.split())

@@ -166,4 +166,10 @@ GtkWindow* Application::mainWindow() const
     return nullptr;
 }
 
+bool Application::hasFocus() const
+{
+    auto* window = gtk_application_get_active_window(m_application.get());
+    return window != nullptr && gtk_window_is_active(window) != 0;
+}
+
 }

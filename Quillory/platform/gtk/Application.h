@@ -35,6 +35,8 @@ public:
     const Scene& scene() const { return *m_scene; }
     // The window that panels belong to; null if there is none.
     GtkWindow* mainWindow() const;
+    // Whether one of the program's windows has the focus.
+    bool hasFocus() const;
 
     // Keeps a dialog alive while it is shown and nobody else holds it; dropped when the run ends.
     void keep(std::shared_ptr<void> dialog) { m_dialogs.insert(std::move(dialog)); }

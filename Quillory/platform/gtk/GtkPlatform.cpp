@@ -131,6 +131,7 @@ HotkeyBackend& GtkPlatform::hotkeyBackend()
             .displayName = display != nullptr ? gdk_display_get_name(display) : "",
             .applicationID = m_bundle.bundleIdentifier().value_or(""),
             .willDeliverX11Event = [this](std::uint32_t time) { m_application.noteUserTime(time); },
+            .hasFocus = [this] { return m_application.hasFocus(); },
             .willDeliverWaylandEvent = setActivationToken,
         });
     }

@@ -18,9 +18,12 @@ struct HotkeyBackendOptions {
     std::string displayName;
     // The reverse-domain identifier of the application, which is its desktop file's name.
     std::string applicationID;
+    // Any function may be empty.
     // Called right before a key press goes to the tap's callback, with what entitles a window to take
-    // the focus because of it. Either may be empty. A token may be empty as well: none came.
+    // the focus because of it. A token may be empty as well: none came.
     std::function<void(std::uint32_t timestamp)> willDeliverX11Event;
+    // Whether a window of the application has the focus already, which others lose because of a press.
+    std::function<bool()> hasFocus;
     std::function<void(std::string activationToken)> willDeliverWaylandEvent;
 };
 

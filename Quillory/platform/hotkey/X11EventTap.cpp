@@ -17,6 +17,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patience = 1s;
+// For a window that the window manager does not let have the focus, and for one that is slow to appear.
+constexpr auto mostForFocus = 50ms;
 
 // Before anything else that waits there.
 void onMainThread(std::function<void()> work)
@@ -27,19 +29,19 @@ void onMainThread(std::function<void()> work)
 
 }
 
-X11EventTap::X11EventTap(EventTapCallback callback, void* userData, WillDeliver willDeliver)
+X11EventTap::X11EventTap(EventTapCallback callback, void* userData, Hooks hooks)
     : SessionEventTap(callback, userData)
-    , m_willDeliver(std::move(willDeliver))
+    , m_hooks(std::move(hooks))
 {
 }
 
 std::shared_ptr<X11EventTap> X11EventTap::make(const std::string& displayName, EventTapCallback callback,
-                                               void* userData, WillDeliver willDeliver)
+                                               void* userData, Hooks hooks)
 {
     auto grab = X11KeyGrab::make(displayName);
     if (!grab)
         return nullptr;
-    std::shared_ptr<X11EventTap> tap(new X11EventTap(callback, userData, std::move(willDeliver)));
+    std::shared_ptr<X11EventTap> tap(new X11EventTap(callback, userData, std::move(hooks)));
     tap->m_grab = std::move(grab);
     tap->start();
     return tap;
@@ -86,29 +88,70 @@ void X11EventTap::start()
 void X11EventTap::takePresses()
 {
     tellIfLate();
-    while (const auto press = m_grab->nextPress()) {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_deciding = press;
-        }
-        const auto answer = decide(*press);
-        const std::lock_guard lock(m_mutex);
-        if (std::exchange(m_deciding, std::nullopt))
-            m_grab->answer(*press, answer);
-    }
+    while (const auto press = m_grab->nextPress())
+        take(*press);
+    if (m_swallow.isUnderWay() && m_grab->hasActiveWindowChanged())
+        swallow();
     {
         const std::lock_guard lock(m_mutex);
+        if (m_pending)
+            return;
         ++m_taken;
     }
     m_changed.notify_all();
+}
+
+void X11EventTap::take(const X11KeyGrab::Press& press)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_pending = {press, X11KeyGrab::Answer::pass};
+    }
+    const bool focusWillMove = delivers() && m_hooks.hasFocus && !m_hooks.hasFocus();
+    if (focusWillMove)
+        m_grab->watchActiveWindow(true);
+    const auto answer = decide(press);
+    if (focusWillMove && answer == X11KeyGrab::Answer::swallow)
+        return swallowWhenFocusHasMoved();
+    if (focusWillMove)
+        m_grab->watchActiveWindow(false);
+    answerPending(answer);
+}
+
+void X11EventTap::swallowWhenFocusHasMoved()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_pending)
+            m_pending->answer = X11KeyGrab::Answer::swallow;
+    }
+    m_swallow.start(mostForFocus, [this] {
+        swallow();
+        takePresses();
+        return false;
+    });
+}
+
+void X11EventTap::swallow()
+{
+    m_swallow.stop();
+    m_grab->watchActiveWindow(false);
+    answerPending(X11KeyGrab::Answer::swallow);
+}
+
+void X11EventTap::answerPending(X11KeyGrab::Answer answer)
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto pending = std::exchange(m_pending, std::nullopt))
+        m_grab->answer(pending->press, answer);
 }
 
 X11KeyGrab::Answer X11EventTap::decide(const X11KeyGrab::Press& press)
 {
     if (!delivers())
         return X11KeyGrab::Answer::pass;
-    if (m_willDeliver)
-        m_willDeliver(press.timestamp);
+    if (m_hooks.willDeliver)
+        m_hooks.willDeliver(press.timestamp);
     return passes(TapEvent {keyCodeE, press.flags}) ? X11KeyGrab::Answer::pass : X11KeyGrab::Answer::swallow;
 }
 
@@ -146,10 +189,10 @@ bool X11EventTap::awaitMainThread(std::uint64_t taken)
     if (m_closing)
         return false;
     if (m_taken == taken) {
-        const auto overdue = std::exchange(m_deciding, std::nullopt);
+        const auto overdue = std::exchange(m_pending, std::nullopt);
         if (overdue)
-            m_grab->answer(*overdue, X11KeyGrab::Answer::pass);
-        if (m_grab->passAll() || overdue)
+            m_grab->answer(overdue->press, overdue->answer);
+        if (m_grab->passAll() || (overdue && overdue->answer == X11KeyGrab::Answer::pass))
             m_late = true;
         // The keymap may have changed as well.
         onMainThread([weak = weak_from_this()] {

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/gtk/GObjectPtr.h"
+#include "platform/gtk/Timeout.h"
 #include "platform/hotkey/SessionEventTap.h"
 #include "platform/hotkey/X11KeyGrab.h"
 
@@ -21,25 +22,37 @@ namespace quillory {
 //
 // The main thread takes the presses, so that none waits for another thread to be woken. A thread of the tap's
 // own only sees to it that they are taken in time.
+//
+// A press that the callback swallows is answered when the focus has moved because of it: what is typed right after
+// it goes to the window that it brought to the front, and the window manager does not see the focus go back first.
 class X11EventTap final : public SessionEventTap, public std::enable_shared_from_this<X11EventTap> {
 public:
-    using WillDeliver = std::function<void(std::uint32_t timestamp)>;
+    // Both may be empty.
+    struct Hooks {
+        std::function<void(std::uint32_t timestamp)> willDeliver;
+        std::function<bool()> hasFocus; // whether the application has it already
+    };
 
     // Null if the server cannot be reached, the keymap lacks the chord or another client holds it.
     static std::shared_ptr<X11EventTap> make(const std::string& displayName, EventTapCallback callback, void* userData,
-                                             WillDeliver willDeliver);
+                                             Hooks hooks);
     ~X11EventTap() override;
 
     // False as well once the connection is lost.
     bool isEnabled() const override;
 
 private:
-    X11EventTap(EventTapCallback callback, void* userData, WillDeliver willDeliver);
+    X11EventTap(EventTapCallback callback, void* userData, Hooks hooks);
 
     // On the main thread.
     void start();
     void takePresses();
+    void take(const X11KeyGrab::Press& press);
     X11KeyGrab::Answer decide(const X11KeyGrab::Press& press);
+    void swallowWhenFocusHasMoved();
+    void swallow();
+    // Unless it was answered in place of the main thread.
+    void answerPending(X11KeyGrab::Answer answer);
     void tellIfLate();
 
     // On the tap's thread.
@@ -48,15 +61,21 @@ private:
     // tap is closing.
     bool awaitMainThread(std::uint64_t taken);
 
-    WillDeliver m_willDeliver;
+    struct Pending {
+        X11KeyGrab::Press press;
+        X11KeyGrab::Answer answer;
+    };
+
+    Hooks m_hooks;
     std::unique_ptr<X11KeyGrab> m_grab;
     gtk::GSourcePtr m_source;
+    gtk::Timeout m_swallow;
     std::thread m_watch;
 
     std::mutex m_mutex; // guards all below
     std::condition_variable m_changed;
     std::uint64_t m_taken = 0; // how often the main thread has taken all that there was
-    std::optional<X11KeyGrab::Press> m_deciding;
+    std::optional<Pending> m_pending; // with the answer that it gets from the tap's thread
     bool m_late = false; // since a press was passed on in place of the main thread, until that knows
     bool m_closing = false;
 };

@@ -21,7 +21,8 @@ std::shared_ptr<EventTap> X11HotkeyBackend::makeEventTap(std::uint64_t mask, Eve
 {
     if ((mask & 1ULL << EventType::keyDown) == 0)
         return nullptr;
-    return X11EventTap::make(m_options.displayName, callback, userData, m_options.willDeliverX11Event);
+    return X11EventTap::make(m_options.displayName, callback, userData,
+                             {.willDeliver = m_options.willDeliverX11Event, .hasFocus = m_options.hasFocus});
 }
 
 std::shared_ptr<RunLoopSource> X11HotkeyBackend::makeRunLoopSource(const std::shared_ptr<EventTap>& tap)

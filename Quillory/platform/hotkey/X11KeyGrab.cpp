@@ -1,6 +1,7 @@
 #include "platform/hotkey/X11KeyGrab.h"
 
 #include <iostream>
+#include <string_view>
 
 // The header names a field "explicit".
 // NOLINTNEXTLINE(clang-diagnostic-keyword-macro): it has no other way to be read as C++
@@ -57,6 +58,11 @@ bool X11KeyGrab::connect(const std::string& displayName)
          xcb_screen_next(&screen))
         m_roots.push_back(screen.data->root);
     selectKeymapEvents();
+    constexpr std::string_view activeWindow = "_NET_ACTIVE_WINDOW";
+    const auto request = xcb_intern_atom(m_connection.get(), 0, activeWindow.size(), activeWindow.data());
+    const XcbMemory<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection.get(), request, nullptr));
+    if (reply)
+        m_activeWindow = reply->atom;
     return true;
 }
 
@@ -107,6 +113,9 @@ std::optional<xcb_key_press_event_t> X11KeyGrab::nextKeyPress()
             return reinterpret_cast<const xcb_key_press_event_t&>(*event);
         if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent)
             m_keymapChanged = true;
+        if (type == XCB_PROPERTY_NOTIFY
+            && reinterpret_cast<const xcb_property_notify_event_t&>(*event).atom == m_activeWindow)
+            m_activeWindowChanged = true;
     }
     return std::nullopt;
 }
@@ -146,6 +155,16 @@ void X11KeyGrab::answer(const Press& press, Answer answer)
     else
         xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press.timestamp);
     xcb_flush(connection);
+}
+
+void X11KeyGrab::watchActiveWindow(bool watch)
+{
+    const std::uint32_t events = watch ? XCB_EVENT_MASK_PROPERTY_CHANGE : XCB_EVENT_MASK_NO_EVENT;
+    for (const auto root : m_roots)
+        xcb_change_window_attributes(m_connection.get(), root, XCB_CW_EVENT_MASK, &events);
+    xcb_flush(m_connection.get());
+    if (watch)
+        m_activeWindowChanged = false;
 }
 
 // Typing on a second keyboard counts as a change as well, so most changes change nothing.

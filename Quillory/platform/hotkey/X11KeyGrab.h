@@ -47,6 +47,11 @@ public:
     // Once for each press, on any thread.
     void answer(const Press& press, Answer answer);
 
+    // Begins or ends to look whether another window is made the active one. Then the connection is readable.
+    void watchActiveWindow(bool watch);
+    // Whether one was since that began, as far as events have been taken.
+    bool hasActiveWindowChanged() const { return m_activeWindowChanged; }
+
 private:
     X11KeyGrab() = default;
 
@@ -56,14 +61,16 @@ private:
     bool grab(const X11Chord& chord);
     void ungrab(const X11Chord& chord);
 
-    // The next press of a grabbed key; notes on the way that the keymap has changed.
+    // The next press of a grabbed key; notes on the way what else has changed.
     std::optional<xcb_key_press_event_t> nextKeyPress();
     void followKeymap();
 
     XcbConnection m_connection;
     std::vector<xcb_window_t> m_roots;
     std::uint8_t m_firstKeymapEvent = 0;
+    xcb_atom_t m_activeWindow = XCB_ATOM_NONE;
     std::atomic<bool> m_keymapChanged = false;
+    std::atomic<bool> m_activeWindowChanged = false;
     std::optional<X11Chord> m_chord;
 };
 
