@@ -37,18 +37,14 @@ BatchWriter::~BatchWriter()
 
 void BatchWriter::makeRoom()
 {
-    waitForLess(mostWaiting);
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_waitingBytes < mostWaiting; });
 }
 
 void BatchWriter::finish()
 {
-    waitForLess(1);
-}
-
-void BatchWriter::waitForLess(std::size_t bytes)
-{
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [&] { return m_waiting.empty() || m_waitingBytes < bytes; });
+    m_changed.wait(lock, [this] { return m_waiting.empty(); });
 }
 
 void BatchWriter::add(std::string name, std::unique_ptr<const Bytes> bytes)
@@ -75,6 +71,7 @@ std::vector<BatchWriter::Result> BatchWriter::takeResults()
         written.swap(m_written);
     }
     std::vector<Result> results;
+    results.reserve(written.size());
     for (auto& file : written)
         results.push_back(std::move(file.result));
     return results;

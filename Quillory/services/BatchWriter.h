@@ -48,7 +48,6 @@ private:
 
     void run();
     void write(File& file) const;
-    void waitForLess(std::size_t bytes);
 
     const std::filesystem::path m_folder;
     std::thread m_thread;

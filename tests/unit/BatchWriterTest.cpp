@@ -1,0 +1,113 @@
+#include "services/BatchWriter.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+
+#include "TemporaryFolder.h"
+
+namespace quillory {
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::Field;
+using testing::Pair;
+
+// Bytes that another thread gets only when the gate is open.
+class GatedBytes final : public Bytes {
+public:
+    GatedBytes(std::string bytes, std::shared_future<void> gate)
+        : m_bytes(std::move(bytes))
+        , m_gate(std::move(gate))
+    {
+    }
+
+    std::span<const std::byte> span() const override
+    {
+        if (std::this_thread::get_id() != m_maker)
+            m_gate.wait();
+        return std::as_bytes(std::span(m_bytes));
+    }
+
+private:
+    std::string m_bytes;
+    std::shared_future<void> m_gate;
+    std::thread::id m_maker = std::this_thread::get_id();
+};
+
+class BatchWriterTest : public testing::Test {
+protected:
+    std::unique_ptr<const Bytes> bytes(std::string content)
+    {
+        return std::make_unique<GatedBytes>(std::move(content), m_gate);
+    }
+
+    // Whether that has to wait for the writer; it is over afterwards.
+    bool waits(const std::function<void()>& work)
+    {
+        const auto done = std::async(std::launch::async, work);
+        const bool waiting = done.wait_for(50ms) == std::future_status::timeout;
+        m_open.set_value();
+        return waiting;
+    }
+
+    TemporaryFolder m_folder;
+    std::promise<void> m_open;
+    std::shared_future<void> m_gate {m_open.get_future()};
+    std::unique_ptr<BatchWriter> m_writer = std::make_unique<BatchWriter>(m_folder.path());
+};
+
+struct Room {
+    std::vector<std::size_t> sizes;
+    bool waits;
+};
+
+class BatchWriterRoom : public BatchWriterTest, public testing::WithParamInterface<Room> { };
+
+}
+
+TEST_P(BatchWriterRoom, IsTwoMebibytes)
+{
+    for (const auto size : GetParam().sizes)
+        m_writer->add("a", bytes(std::string(size, 'x')));
+    EXPECT_EQ(waits([this] { m_writer->makeRoom(); }), GetParam().waits);
+}
+
+constexpr std::size_t mebibyte = 1 << 20;
+INSTANTIATE_TEST_SUITE_P(Sizes, BatchWriterRoom,
+                         testing::Values(Room {{}, false}, Room {{2 * mebibyte - 1}, false}, Room {{2 * mebibyte}, true},
+                                         Room {{mebibyte, mebibyte}, true}, Room {{mebibyte, 1}, false}));
+
+TEST_F(BatchWriterTest, FinishesWhenAllIsWritten)
+{
+    m_writer->add("a", bytes("first"));
+    m_writer->add("folder/b", bytes("nowhere"));
+    m_writer->add("a", bytes("last"));
+    EXPECT_TRUE(m_writer->takeResults().empty());
+    EXPECT_TRUE(waits([this] { m_writer->finish(); }));
+    std::vector<std::pair<std::string, std::string>> results;
+    for (const auto& [name, error] : m_writer->takeResults())
+        results.emplace_back(name, error.value_or("written"));
+    EXPECT_THAT(results, ElementsAre(Pair("a", "written"), Pair("folder/b", "No such file or directory"),
+                                     Pair("a", "written")));
+    EXPECT_EQ(m_folder.read("a"), "last");
+    EXPECT_TRUE(m_writer->takeResults().empty());
+}
+
+TEST_F(BatchWriterTest, FinishesNoSoonerForAnEmptyFile)
+{
+    m_writer->add("empty", bytes(""));
+    EXPECT_TRUE(waits([this] { m_writer->finish(); }));
+    EXPECT_EQ(m_writer->takeResults().size(), 1);
+}
+
+TEST_F(BatchWriterTest, WritesAllBeforeItEnds)
+{
+    m_writer->add("a", bytes("content"));
+    EXPECT_TRUE(waits([this] { m_writer.reset(); }));
+    EXPECT_EQ(m_folder.read("a"), "content");
+}
+
+}
