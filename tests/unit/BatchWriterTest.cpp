@@ -77,8 +77,9 @@ TEST_P(BatchWriterRoom, IsTwoMebibytes)
 
 constexpr std::size_t mebibyte = 1 << 20;
 INSTANTIATE_TEST_SUITE_P(Sizes, BatchWriterRoom,
-                         testing::Values(Room {{}, false}, Room {{2 * mebibyte - 1}, false}, Room {{2 * mebibyte}, true},
-                                         Room {{mebibyte, mebibyte}, true}, Room {{mebibyte, 1}, false}));
+                         testing::Values(Room {{}, false}, Room {{2 * mebibyte - 1}, false},
+                                         Room {{2 * mebibyte}, true}, Room {{mebibyte, mebibyte}, true},
+                                         Room {{mebibyte, 1}, false}));
 
 TEST_F(BatchWriterTest, FinishesWhenAllIsWritten)
 {
@@ -90,8 +91,8 @@ TEST_F(BatchWriterTest, FinishesWhenAllIsWritten)
     std::vector<std::pair<std::string, std::string>> results;
     for (const auto& [name, error] : m_writer->takeResults())
         results.emplace_back(name, error.value_or("written"));
-    EXPECT_THAT(results, ElementsAre(Pair("a", "written"), Pair("folder/b", "No such file or directory"),
-                                     Pair("a", "written")));
+    EXPECT_THAT(results,
+                ElementsAre(Pair("a", "written"), Pair("folder/b", "No such file or directory"), Pair("a", "written")));
     EXPECT_EQ(m_folder.read("a"), "last");
     EXPECT_TRUE(m_writer->takeResults().empty());
 }

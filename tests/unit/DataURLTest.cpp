@@ -19,7 +19,7 @@ TEST(DataURL, EncodesEveryByteAndEachEndOfABlock)
     std::string all;
     for (int i = 0; i < 13'000; ++i)
         all += static_cast<char>(i * 7 + i / 256);
-    for (const std::size_t length : {0, 1, 2, 3, 4, 5, 6143, 6144, 6145, 6146, 12'287, 12'288, 13'000}) {
+    for (const std::size_t length : {0U, 1U, 2U, 3U, 4U, 5U, 6143U, 6144U, 6145U, 6146U, 12'287U, 12'288U, 13'000U}) {
         const auto bytes = all.substr(0, length);
         const DataURL url {"image/png", std::make_shared<StringBytes>(bytes)};
         std::string text;

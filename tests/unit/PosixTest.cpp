@@ -61,7 +61,7 @@ TEST(TemporaryDirectory, FollowsTheEnvironmentAndEndsInASeparator)
 TEST(UTF8, LooksNoFurtherThanTheEndItIsGiven)
 {
     const std::string_view text = "a\xE2\x82\xAC";
-    for (const std::size_t length : {0, 1, 2, 3, 4})
+    for (const std::size_t length : {0U, 1U, 2U, 3U, 4U})
         EXPECT_EQ(validUTF8Prefix(text.substr(0, length)), length == 4 ? 4U : std::min<std::size_t>(length, 1));
 }
 

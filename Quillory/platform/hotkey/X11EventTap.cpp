@@ -68,10 +68,10 @@ bool X11EventTap::isEnabled() const
 void X11EventTap::start()
 {
     using Take = gtk::BoxedFunction<bool()>;
-    const auto take = [](gint, GIOCondition, gpointer box) -> gboolean { return Take::of(box)() ? TRUE : FALSE; };
+    const auto dispatch = [](gint, GIOCondition, gpointer box) -> gboolean { return Take::of(box)() ? TRUE : FALSE; };
     m_source.reset(g_unix_fd_source_new(m_grab->descriptor(), G_IO_IN));
     g_source_set_priority(m_source.get(), G_PRIORITY_HIGH);
-    g_source_set_callback(m_source.get(), G_SOURCE_FUNC(static_cast<GUnixFDSourceFunc>(take)),
+    g_source_set_callback(m_source.get(), G_SOURCE_FUNC(static_cast<GUnixFDSourceFunc>(dispatch)),
                           Take::make([weak = weak_from_this()] {
                               const auto self = weak.lock();
                               if (self)
