@@ -88,10 +88,16 @@ void X11EventTap::start()
 void X11EventTap::takePresses()
 {
     tellIfLate();
-    while (const auto press = m_grab->nextPress())
-        take(*press);
-    if (m_swallow.isUnderWay() && m_grab->hasActiveWindowChanged())
+    const auto takeAll = [this] {
+        while (const auto press = m_grab->nextPress())
+            take(*press);
+    };
+    takeAll();
+    if (m_swallow.isUnderWay() && m_grab->hasActiveWindowChanged()) {
         swallow();
+        // Sending may have read what makes the connection readable no more.
+        takeAll();
+    }
     {
         const std::lock_guard lock(m_mutex);
         if (m_pending)
