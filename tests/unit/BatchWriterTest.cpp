@@ -12,7 +12,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::Field;
 using testing::Pair;
 
 // Bytes that another thread gets only when the gate is open.
