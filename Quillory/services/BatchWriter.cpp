@@ -3,8 +3,6 @@
 #include <system_error>
 #include <utility>
 
-#include "services/FileWriter.h"
-
 namespace quillory {
 
 namespace {
@@ -13,8 +11,9 @@ constexpr std::size_t mostWaiting = 2 << 20; // bytes
 
 }
 
-BatchWriter::BatchWriter(std::filesystem::path folder)
+BatchWriter::BatchWriter(std::filesystem::path folder, Write write)
     : m_folder(std::move(folder))
+    , m_write(std::move(write))
 {
     try {
         m_thread = std::thread([this] { run(); });
@@ -49,7 +48,8 @@ void BatchWriter::finish()
 
 void BatchWriter::add(std::string name, std::unique_ptr<const Bytes> bytes)
 {
-    File file {{std::move(name), std::nullopt}, std::move(bytes)};
+    const auto span = bytes->span();
+    File file {{std::move(name), std::nullopt}, std::move(bytes), span};
     if (!m_thread.joinable()) {
         write(file);
         m_written.push_back(std::move(file));
@@ -57,7 +57,7 @@ void BatchWriter::add(std::string name, std::unique_ptr<const Bytes> bytes)
     }
     {
         const std::lock_guard lock(m_mutex);
-        m_waitingBytes += file.bytes->span().size();
+        m_waitingBytes += span.size();
         m_waiting.push_back(std::move(file));
     }
     m_changed.notify_all();
@@ -89,7 +89,7 @@ void BatchWriter::run()
         lock.unlock();
         write(file);
         lock.lock();
-        m_waitingBytes -= file.bytes->span().size();
+        m_waitingBytes -= file.span.size();
         m_written.push_back(std::move(file));
         m_waiting.pop_front();
         m_changed.notify_all();
@@ -98,7 +98,7 @@ void BatchWriter::run()
 
 void BatchWriter::write(File& file) const
 {
-    file.result.error = writeFileInFolder(m_folder, file.result.name, file.bytes->span());
+    file.result.error = m_write(m_folder, file.result.name, file.span);
 }
 
 }

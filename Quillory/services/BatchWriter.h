@@ -4,14 +4,17 @@
 #include <cstddef>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "platform/Text.h"
+#include "services/FileWriter.h"
 
 namespace quillory {
 
@@ -24,8 +27,12 @@ public:
         std::optional<std::string> error; // none once the file is written
     };
 
+    // As writeFileInFolder, which it is unless a test has its own.
+    using Write = std::function<std::optional<std::string>(const std::filesystem::path& folder, const std::string& name,
+                                                           std::span<const std::byte> bytes)>;
+
     // Where no thread is to be had, each file is written when it is added.
-    explicit BatchWriter(std::filesystem::path folder);
+    explicit BatchWriter(std::filesystem::path folder, Write write = writeFileInFolder);
     // Waits until all is written.
     ~BatchWriter();
     BatchWriter(const BatchWriter&) = delete;
@@ -44,12 +51,15 @@ private:
     struct File {
         Result result;
         std::unique_ptr<const Bytes> bytes;
+        // Of the bytes, which only the main thread may ask.
+        std::span<const std::byte> span;
     };
 
     void run();
     void write(File& file) const;
 
     const std::filesystem::path m_folder;
+    const Write m_write;
     std::thread m_thread;
 
     std::mutex m_mutex; // guards all below

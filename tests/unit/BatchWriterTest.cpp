@@ -14,25 +14,22 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::Pair;
 
-// Bytes that another thread gets only when the gate is open.
-class GatedBytes final : public Bytes {
+// Bytes that belong to one thread, as the engine's do.
+class ThreadBytes final : public Bytes {
 public:
-    GatedBytes(std::string bytes, std::shared_future<void> gate)
+    explicit ThreadBytes(std::string bytes)
         : m_bytes(std::move(bytes))
-        , m_gate(std::move(gate))
     {
     }
 
     std::span<const std::byte> span() const override
     {
-        if (std::this_thread::get_id() != m_maker)
-            m_gate.wait();
+        EXPECT_EQ(std::this_thread::get_id(), m_maker);
         return std::as_bytes(std::span(m_bytes));
     }
 
 private:
     std::string m_bytes;
-    std::shared_future<void> m_gate;
     std::thread::id m_maker = std::this_thread::get_id();
 };
 
@@ -40,7 +37,7 @@ class BatchWriterTest : public testing::Test {
 protected:
     std::unique_ptr<const Bytes> bytes(std::string content)
     {
-        return std::make_unique<GatedBytes>(std::move(content), m_gate);
+        return std::make_unique<ThreadBytes>(std::move(content));
     }
 
     // Whether that has to wait for the writer; it is over afterwards.
@@ -55,7 +52,12 @@ protected:
     TemporaryFolder m_folder;
     std::promise<void> m_open;
     std::shared_future<void> m_gate {m_open.get_future()};
-    std::unique_ptr<BatchWriter> m_writer = std::make_unique<BatchWriter>(m_folder.path());
+    // Writes nothing before the gate is open.
+    std::unique_ptr<BatchWriter> m_writer = std::make_unique<BatchWriter>(
+        m_folder.path(), [gate = m_gate](const auto& folder, const auto& name, const auto bytes) {
+            gate.wait();
+            return writeFileInFolder(folder, name, bytes);
+        });
 };
 
 // The sizes of files that wait, and whether one more has to wait for them.
