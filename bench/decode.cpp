@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include "fake/PlainValue.h"
-#include "platform/gtk/JSCValue.h"
+#include "platform/gtk/web/JSCValue.h"
 #include "services/DataURL.h"
 #include "support/StringBytes.h"
 
@@ -48,9 +48,9 @@ void decodeDataURLPayload(benchmark::State& state, const Text& text)
 void engineText(benchmark::State& state)
 {
     const auto text = dataURL(static_cast<std::size_t>(state.range(0)));
-    const gtk::GObjectPtr<JSCContext> context(jsc_context_new());
-    const gtk::GBytesPtr bytes(g_bytes_new_static(text.data(), text.size()));
-    const gtk::JSCText value(gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context.get(), bytes.get())),
+    const GObjectPtr<JSCContext> context(jsc_context_new());
+    const GBytesPtr bytes(g_bytes_new_static(text.data(), text.size()));
+    const gtk::JSCText value(GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context.get(), bytes.get())),
                              std::make_shared<gtk::JSCTextFunctions>(context.get()));
     decodeDataURLPayload(state, value);
     count(state, text);
@@ -68,7 +68,7 @@ void glib(benchmark::State& state)
     const auto text = dataURL(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
         gsize size = 0;
-        const std::unique_ptr<guchar, gtk::GFree> bytes(g_base64_decode(text.c_str() + text.find(',') + 1, &size));
+        const std::unique_ptr<guchar, GFree> bytes(g_base64_decode(text.c_str() + text.find(',') + 1, &size));
         benchmark::DoNotOptimize(bytes.get());
     }
     count(state, text);

@@ -5,7 +5,7 @@
 
 #include <vector>
 
-#include "platform/gtk/ImageConversion.h"
+#include "platform/gtk/clipboard/ImageConversion.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "check.h"
 #include "fake/PlainValue.h"
-#include "platform/gtk/JSCValue.h"
+#include "platform/gtk/web/JSCValue.h"
 #include "services/DataURL.h"
 #include "support/UTF8.h"
 
@@ -63,8 +63,8 @@ gtk::JSCText engineText(const std::string& text)
 {
     // Never ended: the engine cannot be at the end of the process.
     static JSCContext* const context = jsc_context_new();
-    const gtk::GBytesPtr bytes(g_bytes_new(text.data(), text.size()));
-    return {gtk::GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context, bytes.get())),
+    const GBytesPtr bytes(g_bytes_new(text.data(), text.size()));
+    return {GObjectPtr<::JSCValue>(jsc_value_new_string_from_bytes(context, bytes.get())),
             std::make_shared<gtk::JSCTextFunctions>(context)};
 }
 

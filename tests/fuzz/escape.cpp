@@ -7,8 +7,8 @@
 #include <string>
 
 #include "check.h"
-#include "platform/gtk/GObjectPtr.h"
-#include "platform/gtk/ScriptQueue.h"
+#include "platform/glib/GObjectPtr.h"
+#include "platform/gtk/web/ScriptQueue.h"
 #include "support/UTF8.h"
 #include "web/PageCall.h"
 
@@ -22,17 +22,17 @@ public:
 
     std::string evaluate(const std::string& script)
     {
-        const gtk::GObjectPtr<JSCValue> value(
+        const GObjectPtr<JSCValue> value(
             jsc_context_evaluate(m_context.get(), script.data(), static_cast<gssize>(script.size())));
         check(jsc_context_get_exception(m_context.get()) == nullptr, "the script failed");
-        const gtk::GBytesPtr bytes(jsc_value_to_string_as_bytes(value.get()));
+        const GBytesPtr bytes(jsc_value_to_string_as_bytes(value.get()));
         gsize size = 0;
         const auto* data = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
         return {data, size};
     }
 
 private:
-    gtk::GObjectPtr<JSCContext> m_context {jsc_context_new()};
+    GObjectPtr<JSCContext> m_context {jsc_context_new()};
 };
 
 }

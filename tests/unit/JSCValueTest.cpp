@@ -1,4 +1,4 @@
-#include "platform/gtk/JSCValue.h"
+#include "platform/gtk/web/JSCValue.h"
 
 #include <gtest/gtest.h>
 

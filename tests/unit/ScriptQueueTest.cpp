@@ -1,9 +1,9 @@
-#include "platform/gtk/ScriptQueue.h"
+#include "platform/gtk/web/ScriptQueue.h"
 
 #include <gtest/gtest.h>
 #include <jsc/jsc.h>
 
-#include "platform/gtk/GObjectPtr.h"
+#include "platform/glib/GObjectPtr.h"
 
 namespace quillory::gtk {
 

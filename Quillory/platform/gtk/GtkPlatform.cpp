@@ -3,15 +3,15 @@
 #include <gdk/wayland/gdkwayland.h>
 #include <gdk/x11/gdkx.h>
 
-#include "platform/gtk/Alert.h"
-#include "platform/gtk/GObjectPtr.h"
-#include "platform/gtk/OpenPanel.h"
-#include "platform/gtk/RunningApplication.h"
-#include "platform/gtk/SavePanel.h"
-#include "platform/gtk/Timer.h"
-#include "platform/gtk/WebView.h"
-#include "platform/gtk/Window.h"
-#include "platform/gtk/X11Placement.h"
+#include "platform/glib/GObjectPtr.h"
+#include "platform/gtk/application/RunningApplication.h"
+#include "platform/gtk/application/Timer.h"
+#include "platform/gtk/panels/Alert.h"
+#include "platform/gtk/panels/OpenPanel.h"
+#include "platform/gtk/panels/SavePanel.h"
+#include "platform/gtk/web/WebView.h"
+#include "platform/gtk/window/Window.h"
+#include "platform/gtk/window/X11Placement.h"
 
 namespace quillory::gtk {
 

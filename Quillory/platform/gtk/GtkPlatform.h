@@ -1,11 +1,11 @@
 #pragma once
 
 #include "platform/Platform.h"
-#include "platform/gtk/Accessibility.h"
-#include "platform/gtk/Application.h"
-#include "platform/gtk/MainQueue.h"
-#include "platform/gtk/Pasteboard.h"
-#include "platform/gtk/Workspace.h"
+#include "platform/gtk/application/Accessibility.h"
+#include "platform/gtk/application/Application.h"
+#include "platform/gtk/application/MainQueue.h"
+#include "platform/gtk/application/Workspace.h"
+#include "platform/gtk/clipboard/Pasteboard.h"
 #include "platform/hotkey/HotkeyBackend.h"
 #include "platform/posix/InstalledBundle.h"
 #include "platform/posix/StandardLog.h"

@@ -5,7 +5,7 @@
 #include <limits>
 #include <utility>
 
-#include "platform/gtk/BoxedFunction.h"
+#include "platform/glib/BoxedFunction.h"
 #include "platform/hotkey/PortalShortcut.h"
 
 namespace quillory {
@@ -14,8 +14,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-using gtk::GErrorPtr;
-using gtk::GVariantPtr;
 
 constexpr const char* portalName = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
@@ -80,7 +78,7 @@ private:
 void iterateUntil(GMainContext* context, Clock::time_point deadline, const std::function<bool()>& done)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-    const gtk::GSourcePtr timeout(g_timeout_source_new(static_cast<guint>(std::max<long>(0, left.count()))));
+    const GSourcePtr timeout(g_timeout_source_new(static_cast<guint>(std::max<long>(0, left.count()))));
     bool late = false;
     const auto end = [](gpointer data) -> gboolean {
         *static_cast<bool*>(data) = true;
@@ -92,7 +90,7 @@ void iterateUntil(GMainContext* context, Clock::time_point deadline, const std::
         g_main_context_iteration(context, TRUE);
 }
 
-using Answered = gtk::BoxedFunction<void(const GError* error)>;
+using Answered = BoxedFunction<void(const GError* error)>;
 
 void callAnswered(GObject* connection, GAsyncResult* result, gpointer box)
 {
@@ -104,7 +102,7 @@ void callAnswered(GObject* connection, GAsyncResult* result, gpointer box)
 }
 
 // Gets the object and the arguments of a signal.
-using Received = gtk::BoxedFunction<void(const char* path, GVariant* parameters)>;
+using Received = BoxedFunction<void(const char* path, GVariant* parameters)>;
 
 void signalReceived(GDBusConnection*, const char*, const char* path, const char*, const char*, GVariant* parameters,
                     gpointer box)
@@ -119,7 +117,7 @@ public:
     // Without an argument to look for, `argument` is null.
     Subscription(GDBusConnection* connection, const char* sender, const char* interface, const char* signal,
                  const char* argument, Received::Function received)
-        : m_connection(gtk::retain(connection))
+        : m_connection(retain(connection))
         , m_identifier(g_dbus_connection_signal_subscribe(connection, sender, interface, signal, nullptr, argument,
                                                           G_DBUS_SIGNAL_FLAGS_NONE, signalReceived,
                                                           Received::make(std::move(received)), Received::free))
@@ -134,7 +132,7 @@ public:
     Subscription& operator=(Subscription&&) = delete;
 
 private:
-    gtk::GObjectPtr<GDBusConnection> m_connection;
+    GObjectPtr<GDBusConnection> m_connection;
     guint m_identifier;
 };
 
@@ -190,7 +188,7 @@ bool PortalSession::configure()
 bool PortalSession::connect()
 {
     GError* error = nullptr;
-    const gtk::GStringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error));
+    const GStringPtr address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error));
     if (address) {
         constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT
                                                                  | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
@@ -230,7 +228,7 @@ unsigned PortalSession::versionWithin(std::chrono::milliseconds patience)
 // main context once more, where it is known already.
 void PortalSession::waitForAnswer(Clock::time_point deadline)
 {
-    const gtk::GMainContextPtr context(g_main_context_new());
+    const GMainContextPtr context(g_main_context_new());
     const ThreadDefaultContext here(context.get());
     {
         const auto answers = subscribeToAnswers();

@@ -9,7 +9,7 @@
 
 #include <gio/gio.h>
 
-#include "platform/gtk/GObjectPtr.h"
+#include "platform/glib/GObjectPtr.h"
 
 namespace quillory {
 
@@ -72,7 +72,7 @@ private:
                            SignalHandler handler);
 
     std::string m_applicationID;
-    gtk::GObjectPtr<GDBusConnection> m_connection;
+    GObjectPtr<GDBusConnection> m_connection;
     std::vector<Subscription> m_subscriptions;
     std::optional<Request> m_pending;
     std::string m_session;

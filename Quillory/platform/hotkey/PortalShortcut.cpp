@@ -17,14 +17,14 @@ bool isOfType(GVariant* value, const char* type)
 
 }
 
-gtk::GVariantPtr list()
+GVariantPtr list()
 {
     GVariantDict properties;
     g_variant_dict_init(&properties, nullptr);
     g_variant_dict_insert(&properties, "description", "s", localized("Bring Quillory to the front").c_str());
     g_variant_dict_insert(&properties, "preferred_trigger", "s", preferredTrigger);
     GVariant* shortcut = g_variant_new("(s@a{sv})", identifier, g_variant_dict_end(&properties));
-    return gtk::GVariantPtr(g_variant_ref_sink(g_variant_new_array(nullptr, &shortcut, 1)));
+    return GVariantPtr(g_variant_ref_sink(g_variant_new_array(nullptr, &shortcut, 1)));
 }
 
 bool isIn(GVariant* list)
@@ -32,8 +32,8 @@ bool isIn(GVariant* list)
     if (!isOfType(list, "a(sa{sv})"))
         return false;
     for (gsize i = 0; i < g_variant_n_children(list); ++i) {
-        const gtk::GVariantPtr shortcut(g_variant_get_child_value(list, i));
-        const gtk::GVariantPtr name(g_variant_get_child_value(shortcut.get(), 0));
+        const GVariantPtr shortcut(g_variant_get_child_value(list, i));
+        const GVariantPtr name(g_variant_get_child_value(shortcut.get(), 0));
         if (isNamed(name.get()))
             return true;
     }
@@ -52,9 +52,9 @@ std::string text(GVariant* value)
     return g_variant_get_string(value, nullptr);
 }
 
-gtk::GVariantPtr option(GVariant* options, const char* key)
+GVariantPtr option(GVariant* options, const char* key)
 {
-    return gtk::GVariantPtr(isOfType(options, "a{sv}") ? g_variant_lookup_value(options, key, nullptr) : nullptr);
+    return GVariantPtr(isOfType(options, "a{sv}") ? g_variant_lookup_value(options, key, nullptr) : nullptr);
 }
 
 }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/gtk/GObjectPtr.h"
+#include "platform/glib/GObjectPtr.h"
 
 namespace quillory {
 
@@ -10,7 +10,7 @@ namespace quillory {
 namespace PortalShortcut {
 
 // With its description in the user's language, of the type a(sa{sv}).
-gtk::GVariantPtr list();
+GVariantPtr list();
 
 // What comes from the bus may be null, or of any type.
 bool isIn(GVariant* list);
@@ -19,7 +19,7 @@ bool isNamed(GVariant* identifier);
 // Of a text or an object path; empty for anything else.
 std::string text(GVariant* value);
 // Null for none.
-gtk::GVariantPtr option(GVariant* options, const char* key);
+GVariantPtr option(GVariant* options, const char* key);
 
 }
 

@@ -8,7 +8,7 @@
 #include <chrono>
 #include <utility>
 
-#include "platform/gtk/BoxedFunction.h"
+#include "platform/glib/BoxedFunction.h"
 
 namespace quillory {
 
@@ -23,7 +23,7 @@ constexpr auto mostForFocus = 50ms;
 // Before anything else that waits there.
 void onMainThread(std::function<void()> work)
 {
-    using Work = gtk::BoxedFunction<void()>;
+    using Work = BoxedFunction<void()>;
     g_idle_add_full(G_PRIORITY_HIGH, Work::callOnce, Work::make(std::move(work)), Work::free);
 }
 
@@ -67,7 +67,7 @@ bool X11EventTap::isEnabled() const
 
 void X11EventTap::start()
 {
-    using Take = gtk::BoxedFunction<bool()>;
+    using Take = BoxedFunction<bool()>;
     const auto dispatch = [](gint, GIOCondition, gpointer box) -> gboolean { return Take::of(box)() ? TRUE : FALSE; };
     m_source.reset(g_unix_fd_source_new(m_grab->descriptor(), G_IO_IN));
     g_source_set_priority(m_source.get(), G_PRIORITY_HIGH);

@@ -9,8 +9,8 @@
 #include <string>
 #include <thread>
 
-#include "platform/gtk/GObjectPtr.h"
-#include "platform/gtk/Timeout.h"
+#include "platform/glib/GObjectPtr.h"
+#include "platform/glib/Timeout.h"
 #include "platform/hotkey/SessionEventTap.h"
 #include "platform/hotkey/X11KeyGrab.h"
 
@@ -68,8 +68,8 @@ private:
 
     Hooks m_hooks;
     std::unique_ptr<X11KeyGrab> m_grab;
-    gtk::GSourcePtr m_source;
-    gtk::Timeout m_swallow;
+    GSourcePtr m_source;
+    Timeout m_swallow;
     std::thread m_watch;
 
     std::mutex m_mutex; // guards all below

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+
+#include "platform/Application.h"
+#include "platform/glib/GObjectPtr.h"
+
+namespace quillory::gtk {
+
+// The running program on GtkApplication. Nothing of GTK exists before the event loop starts.
+class Application final : public quillory::Application {
+public:
+    // An empty identifier leaves the program without a name on the session bus. `icons` is a folder of
+    // icon themes that has the application's icon, `page` the one that has the page; both may be missing.
+    Application(std::string identifier, std::filesystem::path icons, std::filesystem::path page);
+    ~Application() override;
+
+    int run(ApplicationDelegate& delegate, const Scene& scene) override;
+    void terminate() override;
+    void activate() override;
+    void activateIgnoringOtherApps(bool ignoringOtherApps) override;
+
+    // The window system's time of the user's latest action that the focused window did not see, for the
+    // window that comes to the front because of it (X11). Forgotten once it was asked for.
+    void noteUserTime(std::uint32_t time) { m_userTime = time; }
+    std::uint32_t takeUserTime();
+
+    GtkApplication* gtkApplication() { return m_application.get(); }
+    const Scene& scene() const { return *m_scene; }
+    // The window that panels belong to; null if there is none.
+    GtkWindow* mainWindow() const;
+    // Whether one of the program's windows has the focus.
+    bool hasFocus() const;
+
+    // Keeps a dialog alive while it is shown and nobody else holds it; dropped when the run ends.
+    void keep(std::shared_ptr<void> dialog) { m_dialogs.insert(std::move(dialog)); }
+    void release(const std::shared_ptr<void>& dialog) { m_dialogs.erase(dialog); }
+
+    // While a modal alert is open timers rest.
+    void beginModal() { ++m_modalAlerts; }
+    void endModal() { --m_modalAlerts; }
+    bool isModal() const { return m_modalAlerts > 0; }
+
+private:
+    int runEventLoop(ApplicationDelegate& delegate);
+    void ownName();
+    void useIcon() const;
+    void terminateOnSignals();
+    void prepareForPage() const;
+
+    std::string m_identifier;
+    std::filesystem::path m_icons;
+    std::filesystem::path m_page;
+    const Scene* m_scene = nullptr;
+    GObjectPtr<GtkApplication> m_application;
+    std::set<std::shared_ptr<void>> m_dialogs;
+    guint m_nameOwner = 0;
+    std::uint32_t m_userTime = 0;
+    int m_modalAlerts = 0;
+    bool m_terminating = false;
+};
+
+}

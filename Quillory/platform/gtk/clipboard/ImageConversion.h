@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+#include "platform/glib/GObjectPtr.h"
+
+namespace quillory::gtk {
+
+// Makes a PNG file of an image file in any format that the image loaders read; one that is a PNG already
+// stays as it is. Works in another thread; `completion` is called on a later turn of the main thread with
+// null if this is no image.
+void convertToPNG(GBytesPtr image, std::function<void(GBytesPtr png)> completion);
+
+}

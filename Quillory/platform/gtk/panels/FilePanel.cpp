@@ -1,0 +1,115 @@
+#include "platform/gtk/panels/FilePanel.h"
+
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "platform/glib/BoxedFunction.h"
+#include "platform/gtk/application/Application.h"
+
+namespace quillory::gtk {
+
+namespace {
+
+constexpr const char* portalName = "org.freedesktop.portal.Desktop";
+constexpr unsigned portalGoneDelayMilliseconds = 250;
+
+GObjectPtr<GtkFileFilter> makeFilter(const std::vector<ContentType>& types)
+{
+    GObjectPtr<GtkFileFilter> filter(gtk_file_filter_new());
+    std::string name;
+    for (const auto& type : types) {
+        gtk_file_filter_add_mime_type(filter.get(), type.mimeType.c_str());
+        for (const auto& suffix : type.suffixes) {
+            gtk_file_filter_add_suffix(filter.get(), suffix.c_str());
+            name += (name.empty() ? "*." : ", *.") + suffix;
+        }
+    }
+    gtk_file_filter_set_name(filter.get(), name.c_str());
+    return filter;
+}
+
+// Shown by the toolkit, and not by the desktop's portal.
+bool showsOwnPanel()
+{
+    const std::unique_ptr<GList, decltype(&g_list_free)> windows(gtk_window_list_toplevels(), g_list_free);
+    for (auto* entry = windows.get(); entry != nullptr; entry = entry->next) {
+        if (GTK_IS_FILE_CHOOSER_DIALOG(entry->data) && gtk_widget_get_visible(GTK_WIDGET(entry->data)))
+            return true;
+    }
+    return false;
+}
+
+}
+
+FilePanel::~FilePanel()
+{
+    if (m_portalWatch != 0)
+        g_bus_unwatch_name(m_portalWatch);
+}
+
+void FilePanel::show(const Settings& settings, PanelCompletion completion)
+{
+    m_chooser.reset(gtk_file_chooser_native_new(settings.title.c_str(), m_application.mainWindow(), settings.action,
+                                                settings.acceptLabel.empty() ? nullptr : settings.acceptLabel.c_str(),
+                                                nullptr));
+    auto* dialog = GTK_NATIVE_DIALOG(m_chooser.get());
+    auto* chooser = GTK_FILE_CHOOSER(m_chooser.get());
+    gtk_native_dialog_set_modal(dialog, FALSE);
+    gtk_file_chooser_set_create_folders(chooser, settings.createFolders);
+    if (!settings.currentName.empty())
+        gtk_file_chooser_set_current_name(chooser, settings.currentName.c_str());
+    if (!settings.allowedTypes.empty()) {
+        const auto filter = makeFilter(settings.allowedTypes);
+        gtk_file_chooser_add_filter(chooser, filter.get());
+        gtk_file_chooser_set_filter(chooser, filter.get());
+    }
+    m_completion = std::move(completion);
+    m_response = connectScoped<void(int)>(dialog, "response", [this](int response) { ended(response); });
+    m_application.keep(shared_from_this());
+    gtk_native_dialog_show(dialog);
+    if (!showsOwnPanel())
+        watchPortal();
+}
+
+// The toolkit would wait for ever for the answer of a portal that has gone. It fails by itself if its
+// question has not been taken yet, and must have done so before the panel may go.
+void FilePanel::watchPortal()
+{
+    using Work = BoxedFunction<void()>;
+    const auto end = [weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->ended(GTK_RESPONSE_DELETE_EVENT);
+    };
+    const auto endLater = [end] {
+        g_timeout_add_full(G_PRIORITY_DEFAULT, portalGoneDelayMilliseconds, Work::callOnce, Work::make(end),
+                           Work::free);
+    };
+    const auto vanished = [](GDBusConnection*, const char*, gpointer box) { Work::of(box)(); };
+    m_portalWatch = g_bus_watch_name(G_BUS_TYPE_SESSION, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START, nullptr,
+                                     vanished, Work::make(endLater), Work::free);
+}
+
+void FilePanel::ended(int response)
+{
+    const auto handler = std::exchange(m_completion, nullptr);
+    if (!handler)
+        return;
+    // The application may be the last to refer to it.
+    const auto self = shared_from_this();
+    m_application.release(self);
+    if (m_portalWatch != 0 && response == GTK_RESPONSE_DELETE_EVENT)
+        std::fputs("quillory: the desktop's file panel has gone, nothing was chosen\n", stderr);
+
+    std::optional<std::filesystem::path> url;
+    if (response == GTK_RESPONSE_ACCEPT) {
+        const GObjectPtr<GFile> file(gtk_file_chooser_get_file(GTK_FILE_CHOOSER(m_chooser.get())));
+        if (const char* path = file ? g_file_peek_path(file.get()) : nullptr)
+            url = path;
+    }
+    // Destroyed before the work starts, so that it is off the screen while a large file is written.
+    gtk_native_dialog_hide(GTK_NATIVE_DIALOG(m_chooser.get()));
+    handler(response == GTK_RESPONSE_ACCEPT ? ModalResponse::ok : ModalResponse::cancel, std::move(url));
+}
+
+}

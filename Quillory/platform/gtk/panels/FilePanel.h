@@ -1,0 +1,54 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/ContentType.h"
+#include "platform/Panel.h"
+#include "platform/glib/GObjectPtr.h"
+#include "platform/glib/SignalConnection.h"
+
+namespace quillory::gtk {
+
+class Application;
+
+// What the save and the open panel have in common: one file chooser of the desktop, shown once.
+class FilePanel : public std::enable_shared_from_this<FilePanel> {
+public:
+    FilePanel(const FilePanel&) = delete;
+    FilePanel& operator=(const FilePanel&) = delete;
+
+protected:
+    explicit FilePanel(Application& application)
+        : m_application(application)
+    {
+    }
+    ~FilePanel();
+
+    struct Settings {
+        std::string title;
+        GtkFileChooserAction action = GTK_FILE_CHOOSER_ACTION_OPEN;
+        std::string acceptLabel; // empty for the desktop's own
+        std::string currentName; // empty for none
+        bool createFolders = true;
+        std::vector<ContentType> allowedTypes; // empty for all
+    };
+
+    void show(const Settings& settings, PanelCompletion completion);
+
+private:
+    void watchPortal();
+    void ended(int response);
+
+    Application& m_application;
+    GObjectPtr<GtkFileChooserNative> m_chooser;
+    PanelCompletion m_completion; // none once the panel has ended
+    // The toolkit may hold the chooser for longer, while a portal's answer is under way.
+    SignalConnection m_response;
+    guint m_portalWatch = 0; // none if the toolkit's own panel is shown
+};
+
+}

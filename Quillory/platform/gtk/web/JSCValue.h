@@ -1,0 +1,58 @@
+#pragma once
+
+#include <jsc/jsc.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Value.h"
+#include "platform/glib/GObjectPtr.h"
+#include "platform/gtk/web/JSCTextFunctions.h"
+
+namespace quillory::gtk {
+
+// A text that stays in the engine.
+class JSCText final : public Text {
+public:
+    JSCText(GObjectPtr<::JSCValue> value, std::shared_ptr<JSCTextFunctions> functions)
+        : m_value(std::move(value))
+        , m_functions(std::move(functions))
+    {
+    }
+
+    std::string utf8() const override;
+    std::unique_ptr<const Bytes> base64AfterFirstComma() const override;
+
+private:
+    GObjectPtr<::JSCValue> m_value;
+    std::shared_ptr<JSCTextFunctions> m_functions;
+};
+
+// A value that the engine delivered.
+class JSCValue final : public Value {
+public:
+    JSCValue(GObjectPtr<::JSCValue> value, std::shared_ptr<JSCTextFunctions> functions)
+        : m_value(std::move(value))
+        , m_functions(std::move(functions))
+    {
+    }
+
+    Kind kind() const override;
+    TextHandle text() const override;
+    std::size_t size() const override;
+    std::unique_ptr<Value> at(std::size_t index) const override;
+    std::vector<std::string> keys() const override;
+    std::unique_ptr<Value> at(const std::string& key) const override;
+
+private:
+    Kind findKind() const;
+
+    GObjectPtr<::JSCValue> m_value;
+    std::shared_ptr<JSCTextFunctions> m_functions;
+    mutable std::optional<Kind> m_kind;
+    mutable std::vector<std::string> m_keys; // once it is known that this is an object
+};
+
+}

@@ -1,0 +1,156 @@
+#include "platform/gtk/web/WebView.h"
+
+#include <cstdio>
+
+#include "platform/Localization.h"
+#include "platform/gtk/web/ContentFilter.h"
+#include "platform/gtk/window/AccessibleName.h"
+
+namespace quillory::gtk {
+
+namespace {
+
+GObjectPtr<WebKitWebView> makeView(const WebViewConfiguration& configuration)
+{
+    auto* view = g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
+                              configuration.sharedUserContentController()->manager(), "settings",
+                              configuration.settings(), nullptr);
+    return GObjectPtr<WebKitWebView>(WEBKIT_WEB_VIEW(g_object_ref_sink(view)));
+}
+
+// The engine would write into the Downloads folder unasked.
+void refuseDownload(WebKitNetworkSession*, WebKitDownload* download, gpointer)
+{
+    webkit_download_cancel(download);
+}
+
+// Items of a browser's menu that would leave the page, lose its state or do nothing here.
+bool belongsToBrowser(WebKitContextMenuAction action)
+{
+    switch (action) {
+    case WEBKIT_CONTEXT_MENU_ACTION_GO_BACK:
+    case WEBKIT_CONTEXT_MENU_ACTION_GO_FORWARD:
+    case WEBKIT_CONTEXT_MENU_ACTION_STOP:
+    case WEBKIT_CONTEXT_MENU_ACTION_RELOAD:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_LINK_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_IMAGE_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_FRAME_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_VIDEO_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_OPEN_AUDIO_IN_NEW_WINDOW:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_LINK_TO_DISK:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_IMAGE_TO_DISK:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_VIDEO_TO_DISK:
+    case WEBKIT_CONTEXT_MENU_ACTION_DOWNLOAD_AUDIO_TO_DISK:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// True to show no menu at all.
+gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestResult*, gpointer)
+{
+    auto* item = webkit_context_menu_get_items(menu);
+    while (item != nullptr) {
+        auto* menuItem = static_cast<WebKitContextMenuItem*>(item->data);
+        item = item->next;
+        if (belongsToBrowser(webkit_context_menu_item_get_stock_action(menuItem)))
+            webkit_context_menu_remove(menu, menuItem);
+    }
+    return webkit_context_menu_get_n_items(menu) == 0;
+}
+
+// The engine starts the page's process when it first needs it, which takes longer than all that the
+// program does at its launch. A script in the empty page that comes first is such a need.
+void launchProcess(WebKitWebView* view)
+{
+    webkit_web_view_evaluate_javascript(view, "", 0, nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
+}
+
+WebView::WebView(const WebViewConfiguration& configuration)
+    : m_controller(configuration.sharedUserContentController())
+    , m_view(makeView(configuration))
+{
+    g_signal_connect(webkit_web_view_get_network_session(m_view.get()), "download-started", G_CALLBACK(refuseDownload),
+                     nullptr);
+    g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
+    launchProcess(m_view.get());
+}
+
+WebView::~WebView() = default;
+
+void WebView::setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate)
+{
+    m_navigationDelegate = std::move(delegate);
+}
+
+void WebView::loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot)
+{
+    makeContentFilter(readAccessRoot, [self = weak_from_this(), page](UserContentFilterPtr filter, const auto& error) {
+        const auto view = self.lock();
+        if (!view)
+            return;
+        if (!filter) {
+            std::fprintf(stderr, "quillory: the page is not loaded, its access to files cannot be limited: %s\n",
+                         error.c_str());
+            return;
+        }
+        webkit_user_content_manager_add_filter(view->m_controller->manager(), filter.get());
+        const GStringPtr uri(g_filename_to_uri(std::filesystem::absolute(page).c_str(), nullptr, nullptr));
+        webkit_web_view_load_uri(view->m_view.get(), uri.get());
+    });
+}
+
+void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)
+{
+    m_scripts->evaluate(m_view.get(), std::move(script), std::move(completion));
+}
+
+GObjectPtr<GtkWidget> WebView::makeWidget()
+{
+    auto box = sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
+    auto* widget = GTK_WIDGET(m_view.get());
+    setAccessibleName(widget, localized("Editor"));
+    gtk_widget_set_hexpand(widget, TRUE);
+    gtk_widget_set_vexpand(widget, TRUE);
+    gtk_box_append(GTK_BOX(box.get()), widget);
+    acceptFilesDroppedOn(box.get());
+    return box;
+}
+
+// Asked before the engine, which would leave the page for the file.
+void WebView::acceptFilesDroppedOn(GtkWidget* widget)
+{
+    auto* target = gtk_drop_target_new(GDK_TYPE_FILE_LIST, GDK_ACTION_COPY);
+    auto* controller = GTK_EVENT_CONTROLLER(target);
+    gtk_event_controller_set_propagation_phase(controller, GTK_PHASE_CAPTURE);
+    m_drop = connectScoped<gboolean(const GValue*, double, double)>(
+        target, "drop", [this](const GValue* value, double, double) {
+            std::vector<std::filesystem::path> files;
+            auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value));
+            const std::unique_ptr<GSList, decltype(&g_slist_free)> entries(gdk_file_list_get_files(list), g_slist_free);
+            for (auto* entry = entries.get(); entry != nullptr; entry = entry->next) {
+                if (const char* path = g_file_peek_path(G_FILE(entry->data)))
+                    files.emplace_back(path);
+            }
+            if (m_fileDropHandler)
+                m_fileDropHandler(files);
+            return TRUE;
+        });
+    gtk_widget_add_controller(widget, controller);
+}
+
+void WebView::grabFocus()
+{
+    gtk_widget_grab_focus(GTK_WIDGET(m_view.get()));
+}
+
+void WebView::executeEditingCommand(const char* command)
+{
+    webkit_web_view_execute_editing_command(m_view.get(), command);
+}
+
+}

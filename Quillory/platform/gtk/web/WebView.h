@@ -1,0 +1,44 @@
+#pragma once
+
+#include <gtk/gtk.h>
+#include <webkit/webkit.h>
+
+#include <memory>
+
+#include "platform/WebView.h"
+#include "platform/glib/SignalConnection.h"
+#include "platform/gtk/web/ScriptQueue.h"
+#include "platform/gtk/web/WebViewConfiguration.h"
+
+namespace quillory::gtk {
+
+class WebView final : public quillory::WebView, public std::enable_shared_from_this<WebView> {
+public:
+    explicit WebView(const WebViewConfiguration& configuration);
+    ~WebView() override;
+    WebView(const WebView&) = delete;
+    WebView& operator=(const WebView&) = delete;
+
+    void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) override;
+    void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
+    void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
+    void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
+
+    // A widget that shows the page.
+    GObjectPtr<GtkWidget> makeWidget();
+    void grabFocus();
+    void executeEditingCommand(const char* command);
+
+private:
+    void acceptFilesDroppedOn(GtkWidget* widget);
+
+    // The page is sent no message after the handlers are gone, so they go last.
+    std::shared_ptr<UserContentController> m_controller;
+    GObjectPtr<WebKitWebView> m_view;
+    std::weak_ptr<NavigationDelegate> m_navigationDelegate;
+    FileDropHandler m_fileDropHandler;
+    SignalConnection m_drop;
+    std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
+};
+
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <functional>
+#include <string>
+
+#include "platform/Scene.h"
+#include "platform/glib/GObjectPtr.h"
+
+namespace quillory::gtk {
+
+// The standard menus, with the scene's command groups in place of the groups they replace.
+GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene);
+
+struct MenuActions {
+    std::function<void()> quit;
+    std::function<void()> close;
+    std::function<void()> minimize;
+    // Gets the name of an editing command of the web engine.
+    std::function<void(const char* command)> edit;
+};
+
+// Makes the model's items work in `window`. Keys of the Edit menu are shown but left to the page.
+void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const MenuActions& actions);
+
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <memory>
+
+#include "platform/View.h"
+#include "platform/glib/GObjectPtr.h"
+
+namespace quillory::gtk {
+
+class WebView;
+
+// The widgets of one view value and what they need to stay alive.
+struct RenderedView {
+    GObjectPtr<GtkWidget> widget;
+    std::shared_ptr<WebView> webView; // the hosted web view, if the view is one
+};
+
+RenderedView renderView(const View& view);
+
+}

@@ -1,0 +1,202 @@
+#include "platform/gtk/window/Window.h"
+
+#include <gdk/wayland/gdkwayland.h>
+
+#include <cmath>
+#include <utility>
+
+#include "platform/Localization.h"
+#include "platform/gtk/application/Application.h"
+#include "platform/gtk/web/WebView.h"
+#include "platform/gtk/window/AccessibleName.h"
+#include "platform/gtk/window/MenuBar.h"
+
+namespace quillory::gtk {
+
+namespace {
+
+int pixels(double length)
+{
+    return static_cast<int>(std::lround(length));
+}
+
+int naturalHeight(GtkWidget* widget)
+{
+    int natural = 0;
+    gtk_widget_measure(widget, GTK_ORIENTATION_VERTICAL, -1, nullptr, &natural, nullptr, nullptr);
+    return natural;
+}
+
+// A launch or a shortcut has handed this process the right to take the focus.
+bool hasActivationToken(GdkDisplay* display)
+{
+    const char* token = gdk_display_get_startup_notification_id(display);
+    return token != nullptr && *token != '\0';
+}
+
+}
+
+Window::Window(Application& application, Size contentSize, unsigned styleMask)
+    : m_application(application)
+    , m_hasMenuBar((styleMask & windowMiniaturizable) != 0)
+    , m_window(own(GTK_WINDOW(g_object_new(GTK_TYPE_APPLICATION_WINDOW, nullptr))))
+    , m_column(GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)))
+{
+    auto* window = m_window.get();
+    gtk_application_add_window(m_application.gtkApplication(), window);
+    gtk_application_window_set_show_menubar(GTK_APPLICATION_WINDOW(window), FALSE);
+    gtk_window_set_hide_on_close(window, TRUE);
+    gtk_window_set_resizable(window, (styleMask & windowResizable) != 0);
+    gtk_window_set_child(window, GTK_WIDGET(m_column));
+    gtk_window_set_default_size(window, pixels(contentSize.width), pixels(contentSize.height));
+
+    m_connections.push_back(connectScoped<gboolean()>(window, "close-request", [this] {
+        performClose();
+        return TRUE;
+    }));
+    m_connections.push_back(connectScoped<void()>(window, "map", [this] { placeWhenMapped(); }));
+}
+
+Window::~Window() = default;
+
+void Window::addMenuBar()
+{
+    const auto& scene = m_application.scene();
+    installMenuActions(GTK_APPLICATION_WINDOW(m_window.get()), scene,
+                       {.quit = [this] { m_application.terminate(); },
+                        .close = [this] { performClose(); },
+                        .minimize = [this] { gtk_window_minimize(m_window.get()); },
+                        .edit =
+                            [this](const char* command) {
+                                if (m_content.webView)
+                                    m_content.webView->executeEditingCommand(command);
+                            }});
+    m_menuBar = gtk_popover_menu_bar_new_from_model(G_MENU_MODEL(makeMenuBarModel(scene).get()));
+    setAccessibleName(m_menuBar, localized("Menu bar"));
+    gtk_box_prepend(m_column, m_menuBar);
+    int width = 0;
+    int height = 0;
+    gtk_window_get_default_size(m_window.get(), &width, &height);
+    gtk_window_set_default_size(m_window.get(), width, height + naturalHeight(m_menuBar));
+    m_connections.push_back(connectScoped<void(GParamSpec*)>(m_window.get(), "notify::focus-widget",
+                                                             [this](GParamSpec*) { returnFocusFromMenuBar(); }));
+}
+
+// A menu that closes leaves the focus on its title in the bar; people go on typing in the page.
+void Window::returnFocusFromMenuBar()
+{
+    auto* focus = gtk_window_get_focus(m_window.get());
+    if (m_content.webView && focus != nullptr && gtk_widget_get_parent(focus) == m_menuBar)
+        m_content.webView->grabFocus();
+}
+
+void Window::performClose()
+{
+    if (m_delegate == nullptr || m_delegate->windowShouldClose(*this))
+        orderOut();
+}
+
+void Window::setTitle(const std::string& title)
+{
+    gtk_window_set_title(m_window.get(), title.c_str());
+}
+
+void Window::setContentView(const FramedView& content)
+{
+    m_content = renderView(content.view);
+    gtk_widget_set_vexpand(m_content.widget.get(), TRUE);
+    gtk_widget_set_hexpand(m_content.widget.get(), TRUE);
+    gtk_box_append(m_column, m_content.widget.get());
+    // Laying out a text waits until the fonts are known: a page's process can start meanwhile.
+    if (m_hasMenuBar && m_menuBar == nullptr)
+        addMenuBar();
+    setContentMinSize(content.minSize);
+    if (m_content.webView)
+        m_content.webView->grabFocus();
+}
+
+void Window::setContentMinSize(Size size)
+{
+    if (m_content.widget)
+        gtk_widget_set_size_request(m_content.widget.get(), pixels(size.width), pixels(size.height));
+}
+
+void Window::center()
+{
+    m_centerWhenMapped = true;
+}
+
+void Window::setDelegate(WindowDelegate* delegate)
+{
+    m_delegate = delegate;
+}
+
+void Window::makeKeyAndOrderFront()
+{
+    const bool regardless = std::exchange(m_regardless, false);
+    auto* widget = GTK_WIDGET(m_window.get());
+    if (regardless && isOnX11()) {
+        // A time that is newer than the focused window's last key press: the window manager lets it through.
+        const auto userTime = m_application.takeUserTime();
+        gtk_window_present_with_time(m_window.get(), userTime != 0 ? userTime : x11ServerTime(surface()));
+        return;
+    }
+    // Without a token only a window that is new to the compositor gets the focus.
+    if (regardless && gtk_widget_is_visible(widget) != 0 && gtk_window_is_active(m_window.get()) == 0
+        && !hasActivationToken(gtk_widget_get_display(widget)))
+        gtk_widget_set_visible(widget, FALSE);
+    gtk_window_present(m_window.get());
+}
+
+void Window::orderFrontRegardless()
+{
+    m_regardless = true;
+}
+
+void Window::orderOut()
+{
+    if (gtk_widget_get_mapped(GTK_WIDGET(m_window.get())) != 0 && !isMiniaturized())
+        m_positionWhenMapped = x11Position(surface());
+    setIsVisible(false);
+}
+
+void Window::setIsVisible(bool visible)
+{
+    gtk_widget_set_visible(GTK_WIDGET(m_window.get()), visible);
+}
+
+bool Window::isMiniaturized() const
+{
+    auto* toplevel = surface();
+    return toplevel != nullptr && (gdk_toplevel_get_state(GDK_TOPLEVEL(toplevel)) & GDK_TOPLEVEL_STATE_MINIMIZED) != 0;
+}
+
+void Window::deminiaturize()
+{
+    gtk_window_unminimize(m_window.get());
+}
+
+void Window::placeWhenMapped()
+{
+    if (std::exchange(m_centerWhenMapped, false)) {
+        int width = 0;
+        int height = 0;
+        gtk_window_get_default_size(m_window.get(), &width, &height);
+        x11Center(surface(), {static_cast<double>(width), static_cast<double>(height)});
+    } else if (m_positionWhenMapped) {
+        x11MoveTo(surface(), *m_positionWhenMapped);
+    }
+    m_positionWhenMapped.reset();
+}
+
+bool Window::isOnX11() const
+{
+    return isX11(gtk_widget_get_display(GTK_WIDGET(m_window.get())));
+}
+
+GdkSurface* Window::surface() const
+{
+    return gtk_native_get_surface(GTK_NATIVE(m_window.get()));
+}
+
+}
