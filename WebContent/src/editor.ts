@@ -2,9 +2,10 @@
 import { ActiveSelection, type FabricObject, Group, Point } from "fabric";
 import { History } from "./history";
 import { images } from "./images";
-import { createImage, createObjects, describe } from "./objects";
+import { createImage, createObjects, describe, eachLeaf } from "./objects";
 import { type Clipboard, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
 import { Stage, type StageEvents } from "./stage";
+import { CanvasText, type CharacterKey } from "./text";
 
 export interface DocumentState {
   readonly name: string;
@@ -77,15 +78,19 @@ export class Editor {
     this.events.changed();
   }
 
-  async #travel(state: DocumentState | undefined): Promise<void> {
+  async #travel(step: () => DocumentState | undefined): Promise<void> {
+    const cursor = this.stage.editedText?.selectionEnd;
+    this.#finishText();
+    const state = step();
     if (!state) return;
     const { objects, selection } = this.stage;
     const selected = state.page === this.page ? selection.map((o) => objects.indexOf(o)) : [];
     this.page = state.page;
     await this.#refresh(selected);
+    if (cursor !== undefined) this.stage.editText(cursor);
   }
-  undo = (): Promise<void> => this.#travel((this.#finishText(), this.history.undo()));
-  redo = (): Promise<void> => this.#travel((this.#finishText(), this.history.redo()));
+  undo = (): Promise<void> => this.#travel(() => this.history.undo());
+  redo = (): Promise<void> => this.#travel(() => this.history.redo());
 
   #finishText(): void {
     this.stage.editedText?.exitEditing();
@@ -149,6 +154,19 @@ export class Editor {
     active?.setCoords();
     canvas.requestRenderAll();
     this.commit(tag);
+  }
+
+  /** Switches bold, italic or underlined letters on or off: in what is selected, or in what is typed next. */
+  switchStyle(key: CharacterKey, on: unknown, off: unknown): void {
+    const texts: CanvasText[] = [];
+    for (const o of this.stage.selection) eachLeaf(o, (leaf) => leaf instanceof CanvasText && texts.push(leaf));
+    const value = texts.every((text) => text.valuesOf(key).every((v) => v === on)) ? off : on;
+    for (const text of texts) {
+      if (text.hasCursor) text.styleNext(key, value);
+      else text.style(key, value);
+    }
+    this.changeWhole(() => {});
+    this.events.selected();
   }
 
   nudge(x: number, y: number): void {

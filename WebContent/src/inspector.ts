@@ -1,67 +1,11 @@
 // The right-hand panel: properties of the selection, or of the page when nothing is selected. Which fields there
 // are, and for which objects, stands in index.html: data-prop names the property, data-for the kinds it is for.
-import { type FabricObject, Rect, Textbox } from "fabric";
+import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
-import { bakeScale, eachLeaf } from "./objects";
+import { eachLeaf } from "./objects";
 import { MAX_PAGE_SIDE } from "./project";
+import { LEAF, OBJECT, type Property, type Value, WHOLE } from "./properties";
 import { $ } from "./ui";
-
-type Value = string | number | boolean | null;
-interface Property {
-  get(o: FabricObject): Value;
-  set(o: FabricObject, value: never): void;
-}
-
-const round = (n: number): number => Math.round(n * 10) / 10;
-const plain = (key: string): Property => ({
-  get: (o) => o.get(key) as Value,
-  set: (o, value: Value) => void o.set(key, value),
-});
-const toggle = (key: string, on: string, off: string): Property => ({
-  get: (o) => o.get(key) === on,
-  set: (o, value: boolean) => void o.set(key, value ? on : off),
-});
-const width = (o: FabricObject): number => o.width * o.scaleX;
-const height = (o: FabricObject): number => o.height * o.scaleY;
-
-/** Of the selection as a whole. Positions are those of the left upper corner before rotation. */
-const WHOLE: Record<string, Property> = {
-  x: { get: (o) => round(o.left - width(o) / 2), set: (o, v: number) => void o.set("left", v + width(o) / 2) },
-  y: { get: (o) => round(o.top - height(o) / 2), set: (o, v: number) => void o.set("top", v + height(o) / 2) },
-  w: { get: (o) => round(width(o)), set: (o, v: number) => resize(o, v, undefined) },
-  h: { get: (o) => round(height(o)), set: (o, v: number) => resize(o, undefined, v) },
-  angle: { get: (o) => round(o.angle), set: (o, v: number) => void o.set("angle", v) },
-};
-/** Of every selected object. */
-const OBJECT: Record<string, Property> = {
-  opacity: { get: (o) => Math.round(o.opacity * 100), set: (o, v: number) => void o.set("opacity", v / 100) },
-};
-/** Of every selected object, or of those in a selected group. */
-const LEAF: Record<string, Property> = {
-  fill: plain("fill"),
-  stroke: {
-    get: (o) => o.stroke as string | null,
-    set: (o, v: string | null) => void o.set({ stroke: v, strokeWidth: v && o.strokeWidth === 0 ? 4 : o.strokeWidth }),
-  },
-  strokeWidth: plain("strokeWidth"),
-  radius: { get: (o) => (o as Rect).rx, set: (o, v: number) => void o.set({ rx: v, ry: v }) },
-  fontFamily: plain("fontFamily"),
-  fontSize: { get: (o) => round((o as Textbox).fontSize), set: (o, v: number) => void o.set("fontSize", v) },
-  bold: toggle("fontWeight", "bold", "normal"),
-  italic: toggle("fontStyle", "italic", "normal"),
-  underline: plain("underline"),
-  textAlign: plain("textAlign"),
-  lineHeight: { get: (o) => Math.round((o as Textbox).lineHeight * 100) / 100, set: plain("lineHeight").set },
-};
-
-function resize(o: FabricObject, w?: number, h?: number): void {
-  const { left, top } = o;
-  const [x, y] = [left - width(o) / 2, top - height(o) / 2];
-  if (o instanceof Textbox) o.set("width", w ?? o.width);
-  else o.set({ scaleX: w && o.width ? w / o.width : o.scaleX, scaleY: h && o.height ? h / o.height : o.scaleY });
-  bakeScale(o);
-  o.set({ left: x + width(o) / 2, top: y + height(o) / 2 });
-}
 
 /** Families commonly installed; those that are not are left out. The generic ones always work. */
 const FAMILIES = [
@@ -87,6 +31,7 @@ export class Inspector {
     const families = this.#panel.querySelector<HTMLSelectElement>('[data-prop="fontFamily"]')!;
     for (const family of installedFamilies()) families.add(new Option(family));
     for (const field of this.#fields) {
+      if (field.dataset.command) continue;
       if (field instanceof HTMLButtonElement) field.addEventListener("click", () => this.#press(field));
       else field.addEventListener("input", () => this.#apply(field.dataset.prop!, this.#read(field)));
       field.addEventListener("change", () => this.refresh());
@@ -96,14 +41,17 @@ export class Inspector {
   }
 
   /** The objects that a property belongs to. */
-  #targets(prop: string): [Property, FabricObject[]] {
+  #targets(prop: string, leaves: readonly FabricObject[]): [Property, readonly FabricObject[]] {
     const { active, selection } = this.editor.stage;
     if (WHOLE[prop]) return [WHOLE[prop], active ? [active] : []];
     if (OBJECT[prop]) return [OBJECT[prop], selection];
     const kinds = this.#panel.querySelector(`[data-prop="${prop}"]`)!.closest<HTMLElement>("[data-for]")!.dataset.for!.split(" ");
+    return [LEAF[prop]!, leaves.filter((leaf) => kinds.includes(typeOf(leaf)))];
+  }
+  #leaves(): FabricObject[] {
     const leaves: FabricObject[] = [];
-    for (const o of selection) eachLeaf(o, (leaf) => kinds.includes(typeOf(leaf)) && leaves.push(leaf));
-    return [LEAF[prop]!, leaves];
+    for (const o of this.editor.stage.selection) eachLeaf(o, (leaf) => leaves.push(leaf));
+    return leaves;
   }
 
   #read(field: HTMLInputElement | HTMLSelectElement): Value | undefined {
@@ -126,7 +74,7 @@ export class Inspector {
 
   #apply(prop: string, value: Value | undefined): void {
     if (value === undefined) return;
-    const [property, targets] = this.#targets(prop);
+    const [property, targets] = this.#targets(prop, this.#leaves());
     const edit = () => targets.forEach((o) => {
       property.set(o, value as never);
       o.setCoords();
@@ -137,33 +85,46 @@ export class Inspector {
 
   refresh(): void {
     const { selection } = this.editor.stage;
+    const leaves = this.#leaves();
     const kinds = new Set<string>(selection.length ? ["any"] : ["page"]);
-    for (const o of selection) eachLeaf(o, (leaf) => kinds.add(typeOf(leaf)));
+    for (const leaf of leaves) kinds.add(typeOf(leaf));
     if (selection.length > 1) kinds.add("several");
     if (selection.some((o) => o.isType("Group"))) kinds.add("Group");
     for (const section of this.#panel.querySelectorAll<HTMLElement>("[data-for]")) {
       section.hidden = !section.dataset.for!.split(" ").some((kind) => kinds.has(kind));
     }
     for (const field of this.#fields) {
-      const [property, [first]] = this.#targets(field.dataset.prop!);
-      if (first) this.#show(field, property.get(first));
+      const [property, targets] = this.#targets(field.dataset.prop!, leaves);
+      const values = new Set<Value>();
+      for (const o of targets) {
+        for (const value of property.get(o)) values.add(value);
+        if (values.size > 1) break;
+      }
+      const [value] = values;
+      if (value !== undefined) this.#show(field, values.size > 1 ? undefined : value);
     }
     this.#showPage();
   }
 
-  #show(field: Field, value: Value): void {
+  /** Shows a value, or, given none, that the selected objects have different ones. */
+  #show(field: Field, value: Value | undefined): void {
+    const mixed = value === undefined;
     if (field instanceof HTMLButtonElement) {
-      const on = field.dataset.value === undefined ? value === true : (value ?? "") === field.dataset.value;
-      field.setAttribute("aria-pressed", String(on));
+      const on = field.dataset.value === undefined ? value === true : (value ?? "") === field.dataset.value && !mixed;
+      field.setAttribute("aria-pressed", mixed && field.dataset.value === undefined ? "mixed" : String(on));
     } else if (field === document.activeElement && ["number", "text"].includes(field.type)) {
       return; // being typed in
     } else if (field instanceof HTMLSelectElement) {
-      if (![...field.options].some((o) => o.value === value)) field.add(new Option(String(value)));
-      field.value = String(value);
+      if (!mixed && ![...field.options].some((o) => o.value === value)) field.add(new Option(String(value)));
+      field.value = mixed ? "" : String(value); // an empty field, as none is chosen
     } else if (field.type === "color") {
       field.value = String(value ?? "#ffffff");
       field.classList.toggle("none", value === null);
-    } else field.value = value === null ? "" : String(value);
+      field.classList.toggle("mixed", mixed);
+    } else {
+      field.value = String(value ?? "");
+      field.placeholder = mixed ? "Mixed" : field.classList.contains("hex") ? "None" : "";
+    }
   }
 
   // ---- the page ----

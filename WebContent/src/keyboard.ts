@@ -15,9 +15,15 @@ const KEYS: Record<string, string> = {
   "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo",
   "Ctrl+c": "copy", "Ctrl+x": "cut", "Ctrl+v": "paste", "Ctrl+d": "duplicate", "Ctrl+a": "select-all",
   "Ctrl+g": "group", "Ctrl+Shift+g": "ungroup", Delete: "delete", Backspace: "delete", Escape: "escape",
+  "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
   "Ctrl+ArrowUp": "forward", "Ctrl+ArrowDown": "backward", "Ctrl+Shift+ArrowUp": "front", "Ctrl+Shift+ArrowDown": "back",
   PageUp: "page-previous", PageDown: "page-next",
   v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", l: "tool-Line", t: "tool-Textbox", i: "image",
+};
+/** While a text on the canvas is edited. */
+const TEXT: Record<string, string> = {
+  ...GLOBAL,
+  "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo", "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
 };
 const ARROWS: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
 
@@ -36,11 +42,29 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
   const { stage } = editor;
   const busy = (): boolean => document.querySelector("dialog[open]") !== null;
 
+  // A control that is used while a text is edited leaves the keys to the text, or takes them only for as long as needed.
+  document.addEventListener("mousedown", (e) => {
+    if (stage.editedText && (e.target as Element).closest("button")) e.preventDefault();
+  });
+  document.addEventListener("change", (e) => {
+    if (stage.editedText && !takesText(e.target)) stage.focus();
+  });
+
   document.addEventListener("keydown", (e) => {
     if (e.defaultPrevented || e.isComposing || e.metaKey || busy()) return;
+    if (stage.editedText && !takesKeys(e.target)) {
+      if (e.target !== stage.editedText.hiddenTextarea) stage.focus();
+      const command = TEXT[chord(e)];
+      if (!command) return;
+      e.preventDefault();
+      return void commands[command]!();
+    }
     const keys = chord(e);
     const typing = takesText(e.target);
-    if (typing && (keys === "Enter" || keys === "Escape") && e.target instanceof HTMLInputElement) return stage.host.focus();
+    if (typing && (keys === "Enter" || keys === "Escape") && e.target instanceof HTMLInputElement) {
+      e.preventDefault(); // or a text that is edited would get the key as well
+      return stage.focus();
+    }
     const command = (typing ? GLOBAL : KEYS)[keys];
     if (command && !(takesKeys(e.target) && keys.length === 1)) {
       e.preventDefault();

@@ -1,9 +1,10 @@
 // Canvas objects: how new ones are made, how they are written down and read back, what they are called.
 import {
-  ActiveSelection, Canvas, config, Ellipse, type FabricObject, FabricObject as Base, Group, Line, Rect, Textbox, util,
+  Canvas, config, Ellipse, type FabricObject, FabricObject as Base, Group, Line, Rect, Textbox, util,
 } from "fabric";
 import { AssetImage, images } from "./images";
 import { cleanObject, type ObjectData } from "./project";
+import { CanvasText, keepTopLeft } from "./text";
 
 // Where parts of a partly transparent object overlap, it is drawn as a whole first, so that none shines through
 // another; any other object is drawn directly, which is fast and sharp at every scale.
@@ -40,7 +41,7 @@ export function createShape(shape: Shape, x: number, y: number, x2: number, y2: 
     case "Line":
       return new Line([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
     case "Textbox":
-      return new Textbox("Text", { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
+      return new CanvasText("Text", { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
   }
 }
 
@@ -60,13 +61,28 @@ export function eachLeaf(object: FabricObject, visit: (leaf: FabricObject) => vo
 /** Sizes go into the shape itself and not into a scale, so that strokes, corners and letters keep theirs. */
 export function bakeScale(object: FabricObject): void {
   const { scaleX, scaleY } = object;
-  if (object instanceof ActiveSelection || (scaleX === 1 && scaleY === 1)) return;
-  if (object instanceof Ellipse) object.set({ rx: object.rx * scaleX, ry: object.ry * scaleY });
-  else if (object instanceof Rect) object.set({ width: object.width * scaleX, height: object.height * scaleY });
-  else if (object instanceof Textbox) object.set({ width: object.width * scaleX, fontSize: object.fontSize * scaleY });
+  if (scaleX === 1 && scaleY === 1) return;
+  const unscaled = { scaleX: 1, scaleY: 1 };
+  if (object instanceof Ellipse) object.set({ ...unscaled, rx: object.rx * scaleX, ry: object.ry * scaleY });
+  else if (object instanceof Rect) object.set({ ...unscaled, width: object.width * scaleX, height: object.height * scaleY });
+  else if (object instanceof CanvasText) keepTopLeft(object, () => scaleText(object, scaleX, scaleY));
+  else if (object instanceof Group) bakeGroup(object);
   else return;
-  object.set({ scaleX: 1, scaleY: 1 });
   object.setCoords();
+}
+
+function scaleText(text: CanvasText, x: number, y: number): void {
+  for (const line of Object.values(text.styles)) {
+    for (const style of Object.values(line)) if (style.fontSize) style.fontSize *= y;
+  }
+  text.set({ scaleX: 1, scaleY: 1, width: text.width * x, fontSize: text.fontSize * y });
+}
+
+function bakeGroup(group: Group): void {
+  const parts = group.removeAll() as FabricObject[];
+  parts.forEach(bakeScale);
+  group.set({ scaleX: 1, scaleY: 1 });
+  group.add(...parts);
 }
 
 export async function createObjects(data: readonly ObjectData[]): Promise<FabricObject[]> {

@@ -68,20 +68,33 @@ const list: Check = (v, where, depth) => {
 };
 
 const size = number(0);
+/** Parts of a text that differ from the whole, counted in letters without line breaks. */
+const styles: Check = (v, where) => {
+  if (!Array.isArray(v)) return refuse(where, "a list");
+  const runs = v.map((run: unknown, i) => {
+    const at = `${where}[${i}]`;
+    if (!isRaw(run) || !isRaw(run.style)) return refuse(at, "a part of a text");
+    const ends = { start: size(run.start, `${at}.start`, 0), end: size(run.end, `${at}.end`, 0) };
+    return { ...ends, style: pickKeys(run.style, LETTERS, `${at}.style`, 0) };
+  });
+  return runs.length > 0 ? runs : undefined;
+};
 const COMMON: Record<string, Check> = {
   left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
   flipX: bool, flipY: bool, opacity: number(0, 1),
 };
 const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size };
 const PAINT: Record<string, Check> = { ...STROKE, fill: colour };
+const LETTERS: Record<string, Check> = {
+  ...PAINT, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
+  fontStyle: oneOf("normal", "italic"), underline: bool,
+};
 const KINDS: Record<Kind, Record<string, Check>> = {
   Rect: { ...PAINT, width: size, height: size, rx: size, ry: size },
   Ellipse: { ...PAINT, rx: size, ry: size },
   Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number() },
   Textbox: {
-    ...PAINT, text: text(1e6), width: size, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
-    fontStyle: oneOf("normal", "italic"), underline: bool, textAlign: oneOf("left", "center", "right", "justify"),
-    lineHeight: number(0.1, 10),
+    ...LETTERS, text: text(1e6), width: size, textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
   },
   Image: { ...STROKE, asset: text(200), width: size, height: size },
   Group: { objects: list, width: size, height: size },
@@ -90,18 +103,23 @@ const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Image: "asset
 
 const isRaw = (v: unknown): v is Raw => typeof v === "object" && v !== null && !Array.isArray(v);
 
+function pickKeys(value: Raw, checks: Record<string, Check>, where: string, depth: number): Raw {
+  const result: Raw = {};
+  for (const [key, check] of Object.entries(checks)) {
+    const clean = value[key] === undefined ? undefined : check(value[key], `${where}.${key}`, depth);
+    if (clean !== undefined) result[key] = clean;
+  }
+  return result;
+}
+
 /** A copy of an object's documented keys; throws FormatError when one has a value it cannot have. */
 export function cleanObject(value: unknown, where = "object", depth = 0): ObjectData {
   if (!isRaw(value)) return refuse(where, "an object");
   const type = value.type as Kind;
   if (typeof type !== "string" || !Object.hasOwn(KINDS, type)) return refuse(`${where}.type`, `one of ${Object.keys(KINDS).join(", ")}`);
-  const checks = { ...COMMON, ...KINDS[type] };
-  const result: ObjectData = { type };
-  for (const [key, check] of Object.entries(checks)) {
-    if (value[key] !== undefined) result[key] = check(value[key], `${where}.${key}`, depth);
-    else if (REQUIRED[type] === key) refuse(`${where}.${key}`, "given");
-  }
-  return result;
+  const required = REQUIRED[type];
+  if (required && value[required] === undefined) refuse(`${where}.${required}`, "given");
+  return { type, ...pickKeys(value, { ...COMMON, ...KINDS[type] }, where, depth) };
 }
 
 function cleanPage(value: unknown, where: string): PageData {

@@ -2,6 +2,7 @@
 import { ActiveSelection, Canvas, type FabricObject, Point, Textbox, util } from "fabric";
 import { bakeScale, createObjects, createShape, describe, eachLeaf, type Shape } from "./objects";
 import type { PageData } from "./project";
+import { CanvasText } from "./text";
 
 const MARGIN = 48;
 const MIN_ZOOM = 0.02;
@@ -101,6 +102,7 @@ export class Stage {
       events.changed();
     });
     canvas.on("text:changed", () => events.changed("typing"));
+    canvas.on("text:selection:changed", () => events.moving());
     canvas.on("text:editing:exited", ({ target }) => {
       if (target.text.trim() === "") canvas.remove(target);
       if (!this.#loading) events.changed("typing");
@@ -157,9 +159,14 @@ export class Stage {
   get active(): FabricObject | undefined {
     return this.canvas.getActiveObject();
   }
-  get editedText(): Textbox | undefined {
+  get editedText(): CanvasText | undefined {
     const { active } = this;
-    return active instanceof Textbox && active.isEditing ? active : undefined;
+    return active instanceof CanvasText && active.isEditing ? active : undefined;
+  }
+  /** Gives the keys to the text that is edited, or else to the canvas. */
+  focus(): void {
+    if (this.editedText) this.editedText.takeFocus();
+    else this.host.focus({ preventScroll: true });
   }
 
   select(objects: FabricObject[]): void {
@@ -182,11 +189,9 @@ export class Stage {
     }
   }
 
-  editText(): void {
-    const { active } = this;
-    if (!(active instanceof Textbox)) return;
-    active.enterEditing();
-    active.selectAll();
+  /** Edits the selected text, all of it selected or with the cursor where it is said to be. */
+  editText(cursor?: number): void {
+    if (this.active instanceof CanvasText) this.active.edit(cursor);
   }
 
   // ---- drawing ----

@@ -4,7 +4,7 @@ import { cleanObject, FormatError, readClipboard, readProject, usedAssets, write
 
 const PNG = "data:image/png;base64,iVBORw0KGgo=";
 const rect = { type: "Rect", left: 10, top: 20, width: 30, height: 40, rx: 2, ry: 2, angle: 45, fill: "#ff0000", stroke: null, strokeWidth: 0, opacity: 0.5 };
-const text = { type: "Textbox", left: 0, top: 0, text: "it's \"quoted\" \\ and\nbroken\u2028 語", width: 100, fontFamily: "serif", fontSize: 20, textAlign: "center" };
+const text = { type: "Textbox", left: 0, top: 0, text: "it's \"quoted\" \\ and\nbroken\u2028 語", width: 100, fontFamily: "serif", fontSize: 20, textAlign: "center", styles: [{ start: 0, end: 4, style: { fill: "#ff0000", fontWeight: "bold" } }] };
 const image = { type: "Image", asset: "image-1", left: 1, top: 2, width: 8, height: 8, scaleX: 2, scaleY: 2 };
 const group = { type: "Group", left: 5, top: 5, width: 50, height: 50, objects: [rect, { ...image, asset: "image-2" }] };
 const page = { width: 800, height: 600, background: "#ffffff", objects: [rect, text, image, group] };

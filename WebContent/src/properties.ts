@@ -1,0 +1,68 @@
+// What can be read and changed of objects by a field of the inspector.
+import type { FabricObject, Rect } from "fabric";
+import { bakeScale } from "./objects";
+import { CanvasText, type CharacterKey } from "./text";
+
+export type Value = string | number | boolean | null;
+export interface Property {
+  /** The different values that an object has: several where the letters of a text differ. */
+  get(o: FabricObject): Value[];
+  set(o: FabricObject, value: never): void;
+}
+
+const single = (get: (o: FabricObject) => Value, set: Property["set"]): Property => ({ get: (o) => [get(o)], set });
+const number = (get: (o: FabricObject) => number, set: (o: FabricObject, value: number) => void, digits = 1): Property =>
+  single((o) => Math.round(get(o) * 10 ** digits) / 10 ** digits, set);
+const plain = (key: string): Property => single((o) => o.get(key) as Value, (o, value: Value) => void o.set(key, value));
+/** Of a shape as a whole, but of every letter of a text. */
+const letters = (key: CharacterKey, shown: (value: unknown) => Value = (v) => v as Value): Property => ({
+  get: (o) => (o instanceof CanvasText ? o.valuesOf(key) : [o.get(key)]).map(shown),
+  set: (o, value: Value) => (o instanceof CanvasText ? o.style(key, value) : void o.set(key, value)),
+});
+const round = (value: unknown): number => Math.round((value as number) * 10) / 10;
+
+const width = (o: FabricObject): number => o.width * o.scaleX;
+const height = (o: FabricObject): number => o.height * o.scaleY;
+
+function resize(o: FabricObject, w?: number, h?: number): void {
+  const { left, top } = o;
+  const [x, y] = [left - width(o) / 2, top - height(o) / 2];
+  if (o instanceof CanvasText) o.set("width", w ?? o.width);
+  else o.set({ scaleX: w && o.width ? w / o.width : o.scaleX, scaleY: h && o.height ? h / o.height : o.scaleY });
+  bakeScale(o);
+  o.set({ left: x + width(o) / 2, top: y + height(o) / 2 });
+}
+
+/** Of the selection as a whole. Positions are those of the left upper corner before rotation. */
+export const WHOLE: Record<string, Property> = {
+  x: number((o) => o.left - width(o) / 2, (o, v) => void o.set("left", v + width(o) / 2)),
+  y: number((o) => o.top - height(o) / 2, (o, v) => void o.set("top", v + height(o) / 2)),
+  w: number(width, (o, v) => resize(o, v, undefined)),
+  h: number(height, (o, v) => resize(o, undefined, v)),
+  angle: number((o) => o.angle, (o, v) => void o.set("angle", v)),
+};
+/** Of every selected object. */
+export const OBJECT: Record<string, Property> = {
+  opacity: number((o) => o.opacity * 100, (o, v) => void o.set("opacity", v / 100), 0),
+};
+const stroke = letters("stroke");
+/** Of every selected object, or of those in a selected group. */
+export const LEAF: Record<string, Property> = {
+  fill: letters("fill"),
+  stroke: {
+    get: stroke.get,
+    set: (o, v) => {
+      stroke.set(o, v);
+      if (v && o.strokeWidth === 0) o.set("strokeWidth", 4);
+    },
+  },
+  strokeWidth: letters("strokeWidth"),
+  radius: number((o) => (o as Rect).rx, (o, v) => void o.set({ rx: v, ry: v })),
+  fontFamily: letters("fontFamily"),
+  fontSize: letters("fontSize", round),
+  bold: letters("fontWeight", (v) => v === "bold"),
+  italic: letters("fontStyle", (v) => v === "italic"),
+  underline: letters("underline"),
+  textAlign: plain("textAlign"),
+  lineHeight: number((o) => (o as CanvasText).lineHeight, (o, v) => void o.set("lineHeight", v), 2),
+};
