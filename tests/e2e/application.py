@@ -1,4 +1,5 @@
 """The program under test, in an install tree of its own with a page of the test's own."""
+import contextlib
 import json
 import os
 import pathlib
@@ -110,9 +111,15 @@ class Application:
 
     # The page
 
-    def wait_ready(self):
-        line, _ = self.log.wait(re.compile(r"^📥 Native download requested: Tready "))
+    def wait_ready(self, after=0):
+        line, _ = self.log.wait(re.compile(r"^📥 Native download requested: Tready "), after)
         return self._reported(line)
+
+    def forget_scripts(self):
+        """Lets a page that is loaded anew begin with the next script."""
+        self._scripts = 0
+        for script in self.page_folder.glob("script-*.js"):
+            script.unlink()
 
     @staticmethod
     def _reported(line):
@@ -194,6 +201,14 @@ class Application:
             except OSError:
                 pass
         return found
+
+    def page_process(self):
+        """The process that the page runs in."""
+        for pid in self.children():
+            with contextlib.suppress(OSError):
+                if os.path.basename(os.readlink(f"/proc/{pid}/exe")) == "WebKitWebProcess":
+                    return pid
+        raise AssertionError("the page has no process")
 
     def memory(self, field="VmHWM"):
         """A figure of the process's status, in bytes: VmHWM is the peak of what it had in memory."""

@@ -1,5 +1,4 @@
 """What the page, and other programs of the session, cannot get through the program: see docs/security.md."""
-import contextlib
 import http.server
 import os
 import pathlib
@@ -30,12 +29,7 @@ def test_every_test_that_the_document_names_exists():
 def test_the_page_runs_in_the_engines_sandbox(app, desktop):
     secret = pathlib.Path(desktop.home, "secret.txt")
     secret.write_text("secret")
-    pages = []
-    for pid in app.children():
-        with contextlib.suppress(OSError):
-            if os.path.basename(os.readlink(f"/proc/{pid}/exe")) == "WebKitWebProcess":
-                pages.append(pid)
-    page, = pages
+    page = app.page_process()
     assert os.path.exists(f"/proc/{app.process.pid}/root{secret}")
     assert not os.path.exists(f"/proc/{page}/root{secret}")
     status = pathlib.Path(f"/proc/{page}/status").read_text()

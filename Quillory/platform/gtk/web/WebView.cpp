@@ -99,9 +99,15 @@ void WebView::loadFile(const std::filesystem::path& page, const std::filesystem:
             return;
         }
         webkit_user_content_manager_add_filter(view->m_controller->manager(), filter.get());
-        const GStringPtr uri(g_filename_to_uri(std::filesystem::absolute(page).c_str(), nullptr, nullptr));
-        webkit_web_view_load_uri(view->m_view.get(), uri.get());
+        view->m_uri.reset(g_filename_to_uri(std::filesystem::absolute(page).c_str(), nullptr, nullptr));
+        view->load();
     });
+}
+
+void WebView::load()
+{
+    if (m_uri)
+        webkit_web_view_load_uri(m_view.get(), m_uri.get());
 }
 
 void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)

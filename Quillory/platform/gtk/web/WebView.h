@@ -7,6 +7,7 @@
 
 #include "platform/WebView.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/web/PageRecovery.h"
 #include "platform/gtk/web/ScriptQueue.h"
 #include "platform/gtk/web/WebViewConfiguration.h"
 
@@ -30,6 +31,7 @@ public:
     void executeEditingCommand(const char* command);
 
 private:
+    void load();
     void acceptFilesDroppedOn(GtkWidget* widget);
 
     // The page is sent no message after the handlers are gone, so they go last.
@@ -38,6 +40,8 @@ private:
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
     FileDropHandler m_fileDropHandler;
     SignalConnection m_drop;
+    GStringPtr m_uri; // the page's, once it may be loaded
+    PageRecovery m_recovery {m_view.get(), [this] { load(); }};
     std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 
