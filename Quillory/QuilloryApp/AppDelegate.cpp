@@ -53,10 +53,7 @@ bool AppDelegate::acquireInstanceLock()
     const auto path = *directory + "Quillory.lock";
     // Child processes must not inherit the lock, which would outlive this process with them, and a pipe
     // in the file's place must not hold the launch up.
-    constexpr int flags = O_WRONLY | O_CLOEXEC | O_NONBLOCK;
-    FileDescriptor handle(open(path.c_str(), flags));
-    if (!handle && errno == ENOENT)
-        handle = FileDescriptor(open(path.c_str(), flags | O_CREAT, 0666));
+    FileDescriptor handle(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666));
     if (!handle || flock(handle.get(), LOCK_EX | LOCK_NB) != 0)
         return false;
     lockFileHandle = std::move(handle);

@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 
@@ -16,10 +19,20 @@ int print(const quillory::CommandLineAnswer& answer)
     return printed ? answer.status : EXIT_FAILURE;
 }
 
+// The next file to be opened would take the place of a stream that is missing, and get what is written to it.
+void openMissingStandardStreams()
+{
+    int descriptor = STDIN_FILENO;
+    while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO)
+        descriptor = open("/dev/null", O_RDWR);
+    close(descriptor);
+}
+
 }
 
 int main(int argumentCount, char** argumentValues)
 {
+    openMissingStandardStreams();
     const auto bundle = quillory::posix::InstalledBundle::ofThisProcess();
     quillory::posix::useTranslations(bundle);
 

@@ -5,9 +5,9 @@
 
 namespace quillory {
 
-// The path of the user's directory for temporary files, with a separator at its end: $TMPDIR, else
-// $XDG_RUNTIME_DIR, else a directory of the user's own in /tmp, which is made if it is missing. None if
-// what stands in its place there belongs to somebody else or lets others in.
+// The path of the user's directory for temporary files, with a separator at its end: the first of
+// $XDG_RUNTIME_DIR, $TMPDIR and a directory in /tmp, which is made if it is missing, that is the user's own and
+// lets nobody else in. None if none is: what others can write to, they could hold against the user.
 std::optional<std::string> temporaryDirectory();
 
 }

@@ -27,7 +27,7 @@ class Sandbox:
         self.downloads.mkdir(exist_ok=True)
         # Flatpak gives all instances of one application this folder in common.
         self._shared = pathlib.Path(desktop.runtime, "app", APP_ID)
-        self._shared.mkdir(parents=True, exist_ok=True)
+        self._shared.mkdir(0o700, parents=True, exist_ok=True)
         self._start_bus()
 
     def _start_bus(self):
@@ -44,7 +44,7 @@ class Sandbox:
         socket = "/tmp/.X11-unix/X" + display.lstrip(":")
         environment = {
             "HOME": self.home, "PATH": "/usr/bin", "LANG": "C.UTF-8", "DISPLAY": display, "XDG_RUNTIME_DIR": RUNTIME,
-            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={RUNTIME}/bus", "TMPDIR": f"{RUNTIME}/app/{APP_ID}",
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={RUNTIME}/bus", "FLATPAK_ID": APP_ID,
             "GSETTINGS_BACKEND": "memory", "GTK_A11Y": "none", **(env or {})}
         arguments = ["bwrap", "--die-with-parent", "--unshare-net", "--unshare-pid", "--unshare-uts",
                      "--ro-bind", "/usr", "/usr", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp",

@@ -140,8 +140,8 @@ def test_holding_the_chord_repeats_it(desktop, app, other):
 
 def test_a_chord_that_another_program_holds_is_a_failure_and_stays_with_it(desktop, app, launch, tmp_path):
     folder = tmp_path / "temporary"
-    folder.mkdir()
-    second = launch(folder="second", env={"TMPDIR": str(folder)})
+    folder.mkdir(0o700)
+    second = launch(folder="second", env={"XDG_RUNTIME_DIR": str(folder)})
     second.log.wait(STATUS_REPORT[-1])
     assert second.own_lines() == [
         "Failed to create event tap - accessibility permissions may be required", "Main window created",

@@ -5,6 +5,7 @@ import pathlib
 import shutil
 import signal
 import subprocess
+import tempfile
 
 import pytest
 
@@ -104,13 +105,21 @@ def test_killed_instance_leaves_no_lock(launch):
     assert second.own_lines()[:2] == LAUNCH
 
 
-def test_lock_file_that_cannot_be_opened(launch, tmp_path):
-    for directory in (tmp_path / "missing", tmp_path):
-        if directory.exists():
-            os.mkfifo(directory / "Quillory.lock")
-        app = launch(ready=False, env={"TMPDIR": str(directory)})
-        assert app.wait_exit() == 0
-        assert app.log.lines == []
+@pytest.mark.skipif(os.getuid() != 0, reason="only root can start a program as somebody else")
+@pytest.mark.parametrize("variable", ["TMPDIR", "XDG_RUNTIME_DIR"])
+def test_each_user_has_an_instance(installed, variable):
+    """Whoever else holds the lock in a folder for all. With the lock the program goes on, and finds no display."""
+    user = 54321
+    with tempfile.TemporaryDirectory() as folder, open(f"{folder}/Quillory.lock", "w", encoding="utf-8") as lock:
+        os.chmod(folder, 0o1777)
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        env = {"PATH": "/usr/bin", "DISPLAY": "", variable: folder}
+        try:
+            result = subprocess.run([installed / "bin/quillory"], env=env, user=user, group=user, extra_groups=[], cwd="/",
+                                    capture_output=True, timeout=20)
+            assert result.returncode == 1 and os.path.exists(f"/tmp/quillory-{user}/Quillory.lock")
+        finally:
+            shutil.rmtree(f"/tmp/quillory-{user}", ignore_errors=True)
 
 
 @pytest.fixture
@@ -134,11 +143,28 @@ def test_without_a_session_bus(launch, desktop, no_traces_of_the_engine):
     assert app.quit() == 0
 
 
+def test_closed_streams(desktop, installed):
+    app = Application(desktop, "/bin/sh", None, arguments=["-c", f"exec {installed}/bin/quillory <&- >&- 2>&-"])
+    try:
+        app.window()
+        assert [os.readlink(f"/proc/{app.process.pid}/fd/{number}") for number in range(3)] == ["/dev/null"] * 3
+        assert app.quit() == 0
+    finally:
+        app.kill()
+
+
 def test_without_a_display(desktop, installed):
     result = subprocess.run([installed / "bin/quillory"], env={**desktop.env, "DISPLAY": ""}, capture_output=True, text=True,
                             timeout=20)
     assert (result.returncode, result.stdout) == (1, "")
     assert result.stderr == "quillory: there is no display to open a window on\n"
+
+
+def test_page_without_information(launch):
+    app = launch()
+    app.kill()
+    (app.page_folder.parent / "Info.json").unlink()
+    launch()
 
 
 @pytest.mark.parametrize("missing", ["page", "folder", "resources"])

@@ -32,30 +32,58 @@ TEST(StandardLog, KeepsOneEventOnOneLine)
         EXPECT_EQ(posix::escapedLogLine(text), line);
 }
 
-TEST(TemporaryDirectory, FollowsTheEnvironmentAndEndsInASeparator)
+TEST(TemporaryDirectory, IsTheFirstThatIsTheUsersOwnAndClosed)
 {
-    setenv("XDG_RUNTIME_DIR", "/run/user/1", 1);
-    setenv("TMPDIR", "/var/tmp", 1);
-    EXPECT_EQ(temporaryDirectory(), "/var/tmp/");
-    setenv("TMPDIR", "/var/tmp/", 1);
-    EXPECT_EQ(temporaryDirectory(), "/var/tmp/");
-    setenv("TMPDIR", "", 1);
-    EXPECT_EQ(temporaryDirectory(), "/run/user/1/");
-    unsetenv("TMPDIR");
-    unsetenv("XDG_RUNTIME_DIR");
+    namespace fs = std::filesystem;
+    const TemporaryFolder folder;
+    const auto make = [&](const std::string& name, mode_t mode, uid_t owner = getuid()) {
+        const auto path = folder.path() / name;
+        fs::create_directories(path);
+        EXPECT_EQ(chmod(path.c_str(), mode), 0);
+        // Only root can give a folder away.
+        return chown(path.c_str(), owner, owner) == 0 ? path.string() : "";
+    };
+    const auto runtime = make("runtime", 0700);
+    const auto temporary = make("temporary", 0700);
+    const auto shared = make("runtime/app/com.quillory.Quillory", 0700);
+    fs::create_directory_symlink(runtime, folder.path() / "link");
+    const auto lastResort = "/tmp/quillory-" + std::to_string(getuid()) + "/";
 
-    const auto own = "/tmp/quillory-" + std::to_string(getuid());
-    EXPECT_EQ(temporaryDirectory(), own + "/");
-    ASSERT_EQ(chmod(own.c_str(), 0755), 0);
+    const struct {
+        std::string flatpak, runtime, temporary, found;
+    } cases[] = {
+        {"", runtime, temporary, runtime + "/"},
+        {"", runtime + "/", temporary, runtime + "/"},
+        {"com.quillory.Quillory", runtime, temporary, shared + "/"},
+        {"com.quillory.Another", runtime, temporary, runtime + "/"},
+        {"", "", temporary, temporary + "/"},
+        {"", "/missing", temporary, temporary + "/"},
+        {"", folder.write("file", ""), temporary, temporary + "/"},
+        {"", folder.path() / "link", temporary, temporary + "/"},
+        {"", make("group", 0710), temporary, temporary + "/"},
+        {"", make("all", 0701), temporary, temporary + "/"},
+        {"", make("foreign", 0700, 1), temporary, temporary + "/"},
+        {"", "relative", temporary, temporary + "/"},
+        {"", "", make("sticky", 01777), lastResort},
+        {"", "", "", lastResort},
+    };
+    // Relative to here, it would be one of the user's own.
+    const auto here = fs::current_path();
+    make("relative", 0700);
+    fs::current_path(folder.path());
+    for (const auto& [flatpak, first, second, found] : cases) {
+        setenv("FLATPAK_ID", flatpak.c_str(), 1);
+        setenv("XDG_RUNTIME_DIR", first.c_str(), 1);
+        setenv("TMPDIR", second.c_str(), 1);
+        EXPECT_EQ(temporaryDirectory(), found);
+    }
+    fs::current_path(here);
+    // Somebody else was faster.
+    ASSERT_EQ(chmod(lastResort.c_str(), 0755), 0);
     EXPECT_EQ(temporaryDirectory(), std::nullopt);
-    ASSERT_EQ(chmod(own.c_str(), 0700), 0);
-
-    const auto aside = own + "-aside";
-    std::filesystem::rename(own, aside);
-    close(open(own.c_str(), O_WRONLY | O_CREAT, 0600));
-    EXPECT_EQ(temporaryDirectory(), std::nullopt) << "a file in its place";
-    std::filesystem::remove(own);
-    std::filesystem::rename(aside, own);
+    ASSERT_EQ(chmod(lastResort.c_str(), 0700), 0);
+    for (const char* variable : {"FLATPAK_ID", "XDG_RUNTIME_DIR", "TMPDIR"})
+        unsetenv(variable);
 }
 
 TEST(UTF8, LooksNoFurtherThanTheEndItIsGiven)
@@ -63,31 +91,6 @@ TEST(UTF8, LooksNoFurtherThanTheEndItIsGiven)
     const std::string_view text = "a\xE2\x82\xAC";
     for (const std::size_t length : {0U, 1U, 2U, 3U, 4U})
         EXPECT_EQ(validUTF8Prefix(text.substr(0, length)), length == 4 ? 4U : std::min<std::size_t>(length, 1));
-}
-
-TEST(TemporaryDirectory, RefusesWhatOthersCouldHavePutThere)
-{
-    namespace fs = std::filesystem;
-    unsetenv("TMPDIR");
-    unsetenv("XDG_RUNTIME_DIR");
-    const fs::path own = "/tmp/quillory-" + std::to_string(getuid());
-    const fs::path aside = own.string() + ".aside";
-    ASSERT_NE(temporaryDirectory(), std::nullopt);
-    fs::rename(own, aside);
-    const TemporaryFolder elsewhere;
-    fs::create_directory_symlink(elsewhere.path(), own);
-    EXPECT_EQ(temporaryDirectory(), std::nullopt) << "a link";
-    fs::remove(own);
-    fs::copy_file(elsewhere.write("file", ""), own);
-    chmod(own.c_str(), 0700);
-    EXPECT_EQ(temporaryDirectory(), std::nullopt) << "a file";
-    fs::remove(own);
-    // Only root can make a folder of somebody else.
-    if (getuid() == 0 && mkdir(own.c_str(), 0700) == 0 && chown(own.c_str(), 1, 1) == 0) {
-        EXPECT_EQ(temporaryDirectory(), std::nullopt) << "another user's folder";
-        fs::remove(own);
-    }
-    fs::rename(aside, own);
 }
 
 TEST(InstalledBundle, ReadsStringsOfItsInformationFile)

@@ -59,8 +59,7 @@ int Application::run(ApplicationDelegate& delegate, const Scene& scene)
 
 int Application::runEventLoop(ApplicationDelegate& delegate)
 {
-    if (!m_identifier.empty())
-        g_set_prgname(m_identifier.c_str());
+    g_set_prgname(m_identifier.empty() ? "quillory" : m_identifier.c_str());
     ignoreUnusableCacheFolder();
     if (!gtk_init_check()) {
         std::fputs("quillory: there is no display to open a window on\n", stderr);
