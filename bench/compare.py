@@ -12,7 +12,7 @@ import statistics
 import tempfile
 
 import jobs
-from programs import Rig
+from rig import Rig
 
 Row = collections.namedtuple("Row", "name unit ours theirs limit extra")
 

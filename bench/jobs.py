@@ -10,7 +10,7 @@ import subprocess
 import tempfile
 import time
 
-from programs import MEBIBYTE, TimedLog, ready
+from rig import MEBIBYTE, TimedLog, ready
 
 # One figure of one run. `limit` is the ratio that must not be exceeded, negative if it must be reached;
 # `extra` may be used up on top of that.

@@ -5,7 +5,7 @@ import pytest
 
 from application import DRIVER, Application, InstallTree
 from desktop import Desktop
-from file_portal import FilePortal
+from programs import Portal
 
 
 @pytest.fixture(scope="session")
@@ -58,10 +58,10 @@ def launch(desktop, installed, tmp_path):
 
 @pytest.fixture
 def portal(desktop):
-    """File panels that the test answers itself; the program needs `FilePortal.ENVIRONMENT`."""
-    portal = FilePortal(desktop)
+    """File panels that the test answers itself; the program needs `Portal.ENVIRONMENT`."""
+    portal = Portal(desktop)
     yield portal
-    portal.close()
+    portal.kill()
 
 
 @pytest.fixture

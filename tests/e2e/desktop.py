@@ -1,8 +1,8 @@
-"""A desktop of the tests' own: an X server without a screen, a window manager and a session bus."""
+"""Sessions of the tests' own. `Session` is what all have; `Desktop` is one on X11, plasma.py has one on Wayland."""
+import contextlib
 import os
 import re
 import shutil
-import signal
 import subprocess
 import tempfile
 import time
@@ -10,9 +10,11 @@ import time
 PATIENCE = 30  # seconds until an event that should come counts as missing
 
 # A session bus that starts no services: what a machine has installed (a portal, say) is not to differ between desktops.
-BUS = """<busconfig><type>session</type><keep_umask/><listen>unix:dir={folder}</listen><auth>EXTERNAL</auth>
-<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy>
+BUS = """<busconfig><type>session</type><keep_umask/><listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="{name}"/></policy>
 </busconfig>"""
+# What the desktop's portal needs, in this order, before its backends and itself.
+PORTAL_SERVICES = ["xdg-permission-store", "xdg-document-portal"]
 
 
 def wait_for(condition, what, timeout=PATIENCE):
@@ -27,10 +29,14 @@ def wait_for(condition, what, timeout=PATIENCE):
         time.sleep(0.02)
 
 
-class Desktop:
-    """Xvfb, openbox and dbus-daemon, with folders of its own for everything a program keeps."""
+class Session:
+    """A session bus, and folders of its own for everything a program keeps; a child adds a display in `_start_display`.
 
-    def __init__(self, screen="1280x1024x24", window_manager=True):
+    A child also has, for windows that it names by their ids: windows, active_window, geometry, minimize, close_window,
+    _activate; and key. Where a window is asked for, its title does as well.
+    """
+
+    def __init__(self, **environment):
         self.home = tempfile.mkdtemp(prefix="quillory-home-")
         self.runtime = os.path.join(self.home, "run")
         os.mkdir(self.runtime, 0o700)
@@ -38,38 +44,21 @@ class Desktop:
         self.env = {k: v for k, v in os.environ.items()
                     if k not in ("WAYLAND_DISPLAY", "TMPDIR", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS")
                     and not k.startswith("XDG_")}
-        self.env.update(HOME=self.home, XDG_RUNTIME_DIR=self.runtime, LANG="C.UTF-8", GTK_A11Y="none",
-                        GSETTINGS_BACKEND="memory")
-        self._start_display(screen)
-        self._start_bus()
-        if window_manager:
-            self._start_window_manager()
+        self.env.update({"HOME": self.home, "XDG_RUNTIME_DIR": self.runtime, "LANG": "C.UTF-8", "GTK_A11Y": "none",
+                         "GSETTINGS_BACKEND": "memory", "NO_AT_BRIDGE": "1", **environment})
+        try:
+            self.bus = self.start_bus(os.path.join(self.runtime, "bus"))
+            self.env["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime}/bus"
+            self._start_display()
+        except BaseException:
+            self.close()
+            raise
 
-    def _spawn(self, *command, **options):
-        process = subprocess.Popen(command, env=self.env, stderr=subprocess.DEVNULL, **options)
-        self.processes.append(process)
-        return process
+    def __enter__(self):
+        return self
 
-    def _start_display(self, screen):
-        read, write = os.pipe()
-        self._spawn("Xvfb", "-displayfd", str(write), "-screen", "0", screen, "-nolisten", "tcp", "-noreset",
-                    pass_fds=[write], stdout=subprocess.DEVNULL)
-        os.close(write)
-        with os.fdopen(read) as number:
-            self.env["DISPLAY"] = ":" + number.readline().strip()
-
-    def _start_bus(self):
-        config = os.path.join(self.home, "bus.conf")
-        with open(config, "w", encoding="utf-8") as file:
-            file.write(BUS.format(folder=self.runtime))
-        self.bus = self._spawn("dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile", "--print-address=1",
-                               stdout=subprocess.PIPE, text=True)
-        self.env["DBUS_SESSION_BUS_ADDRESS"] = self.bus.stdout.readline().strip()
-
-    def _start_window_manager(self):
-        self._spawn("openbox", stdout=subprocess.DEVNULL)
-        wait_for(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK", check=False),
-                 "the window manager")
+    def __exit__(self, *_):
+        self.close()
 
     def close(self):
         for process in reversed(self.processes):
@@ -78,9 +67,43 @@ class Desktop:
             try:
                 process.wait(10)
             except subprocess.TimeoutExpired:
-                process.send_signal(signal.SIGKILL)
+                process.kill()
                 process.wait()
+        # A portal may have mounted its file system of documents.
+        subprocess.run(["umount", "-l", os.path.join(self.runtime, "doc")], stderr=subprocess.DEVNULL, check=False)
         shutil.rmtree(self.home, ignore_errors=True)
+
+    # Programs
+
+    def start(self, *command, env=None, **options):
+        """Starts a part of the session; `env` changes its environment, or takes away what is None."""
+        env = {name: value for name, value in {**self.env, **(env or {})}.items() if value is not None}
+        options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options}
+        self.processes.append(subprocess.Popen(command, env=env, **options))
+        return self.processes[-1]
+
+    def start_bus(self, socket, name="*"):
+        """A bus on which programs may own a name, or any."""
+        config = f"{socket}.conf"
+        with open(config, "w", encoding="utf-8") as file:
+            file.write(BUS.format(socket=socket, name=name))
+        bus = self.start("dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile")
+        wait_for(lambda: os.path.exists(socket), "the bus")
+        return bus
+
+    def start_portal(self, backend, executable, **environment):
+        """The desktop's own portal, with one backend."""
+        backends = os.path.join(self.home, "portals")
+        os.mkdir(backends)
+        shutil.copy(f"/usr/share/xdg-desktop-portal/portals/{backend}.portal", backends)
+        environment["XDG_DESKTOP_PORTAL_DIR"] = backends
+        for command in (*(f"/usr/libexec/{name}" for name in PORTAL_SERVICES), executable,
+                        "/usr/libexec/xdg-desktop-portal"):
+            self.start(command, env=environment)
+        self.wait_name("org.freedesktop.portal.Desktop")
+
+    def wait_name(self, name):
+        self.run("gdbus", "wait", "--session", "--timeout", str(PATIENCE), name)
 
     def run(self, *command, check=True, **options):
         result = subprocess.run(command, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
@@ -91,32 +114,73 @@ class Desktop:
 
     # Windows
 
-    def windows(self, title):
-        """The ids of the windows on the screen whose title is exactly `title`."""
-        return self.run("xdotool", "search", "--onlyvisible", "--name", f"^{re.escape(title)}$", check=False).split()
-
     def wait_window(self, title):
         return wait_for(lambda: self.windows(title), f"the window {title!r}")[0]
 
     def wait_no_window(self, title):
         wait_for(lambda: not self.windows(title), f"the window {title!r} to go")
 
+    def is_active(self, window):
+        """The id of the window if it has the focus."""
+        active = self.active_window()
+        return active if active and (active == window or active in self.windows(window)) else None
+
+    def wait_active(self, window):
+        return wait_for(lambda: self.is_active(window), f"window {window!r} to be active")
+
+    def focus(self, window):
+        self._activate((self.windows(window) or [window])[0])
+        return self.wait_active(window)
+
+
+class Desktop(Session):
+    """Xvfb and openbox."""
+
+    def __init__(self, screen="1280x1024x24", **environment):
+        self._screen = screen
+        super().__init__(**environment)
+
+    def _start_display(self):
+        read, write = os.pipe()
+        self.display = self.start("Xvfb", "-displayfd", str(write), "-screen", "0", self._screen, "-nolisten", "tcp",
+                                  "-noreset", pass_fds=[write])
+        os.close(write)
+        with os.fdopen(read) as number:
+            self.env["DISPLAY"] = ":" + number.readline().strip()
+        self.start("openbox")
+        wait_for(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK", check=False),
+                 "the window manager")
+
+    # Windows
+
+    def windows(self, title):
+        """The ids of the windows on the screen whose title is exactly `title`."""
+        return self.run("xdotool", "search", "--onlyvisible", "--name", f"^{re.escape(title)}$", check=False).split()
+
     def active_window(self):
         return self.run("xdotool", "getactivewindow", check=False).strip()
 
-    def wait_active(self, window):
-        wait_for(lambda: self.active_window() == window, f"window {window} to be active")
-
-    def focus(self, window):
+    def _activate(self, window):
         self.run("xdotool", "windowactivate", window)
-        self.wait_active(window)
+
+    def minimize(self, title):
+        self.run("xdotool", "windowminimize", self.wait_window(title))
+        self.wait_no_window(title)
+
+    def close_window(self, title):
+        self.focus(title)
+        self.key("alt+F4")
+        self.wait_no_window(title)
 
     def geometry(self, window):
         """Position and size of a window's content: X, Y, WIDTH, HEIGHT."""
-        out = self.run("xwininfo", "-id", window)
+        out = self.run("xwininfo", "-id", (self.windows(window) or [window])[0])
         return {name: int(re.search(pattern + r":\s+(-?\d+)", out).group(1))
                 for name, pattern in (("X", "Absolute upper-left X"), ("Y", "Absolute upper-left Y"),
                                       ("WIDTH", "Width"), ("HEIGHT", "Height"))}
+
+    def screenshot(self, path):
+        self.run("import", "-window", "root", str(path))
 
     # Keys
 
@@ -142,6 +206,12 @@ class Desktop:
         self.key(*["Down"] * item, "Return")
         wait_for(lambda: not popups() - before or self.active_window() != window, "the menu to close")
 
+    def open_about(self, title="About Quillory"):
+        """Chooses the About window from the menu; returns its id."""
+        self.choose_from_menu(self.wait_window("Quillory"), 0, 0)
+        self.wait_window(title)
+        return self.wait_active(title)
+
     def answer_panel(self, title, path, replace=False):
         """Types a path into an open or save panel and confirms it, and that it is to replace a file."""
         window = self.wait_window(title)
@@ -158,13 +228,3 @@ class Desktop:
         self.focus(self.wait_window(title))
         self.key("Escape")
         self.wait_no_window(title)
-
-    def other_program(self):
-        """A window of another program that prints the key presses it gets; returns process and window."""
-        process = self._spawn("xev", "-event", "keyboard", "-name", "other program", stdout=subprocess.PIPE, text=True)
-        window = self.wait_window("other program")
-        self.focus(window)
-        return process, window
-
-    def screenshot(self, path):
-        self.run("import", "-window", "root", str(path))

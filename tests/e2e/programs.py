@@ -2,9 +2,13 @@
 import contextlib
 import json
 import os
+import pathlib
 import re
 import subprocess
 import sys
+
+import dbus
+import dbus.bus
 
 from application import Log
 
@@ -12,21 +16,21 @@ FOLDER = os.path.dirname(os.path.abspath(__file__))
 
 
 class Program:
-    """A script of this folder that prints what happens to it and reads commands."""
+    """A program that prints what happens to it and reads commands."""
 
-    def __init__(self, env, script, *arguments):
-        self._process = subprocess.Popen([sys.executable, os.path.join(FOLDER, script), *arguments], env=env,
-                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
-        self.log = Log(self._process.stdout)
+    def __init__(self, session, *command):
+        self.process = subprocess.Popen([sys.executable, *command], env=session.env, cwd=FOLDER,
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.log = Log(self.process.stdout)
 
     def tell(self, command):
-        self._process.stdin.write(f"{command}\n".encode())
-        self._process.stdin.flush()
+        self.process.stdin.write(f"{command}\n".encode())
+        self.process.stdin.flush()
 
     def kill(self):
-        self._process.kill()
-        self._process.wait()
-        self._process.stdin.close()
+        self.process.kill()
+        self.process.wait()
+        self.process.stdin.close()
         self.log.wait_end()
 
 
@@ -35,9 +39,10 @@ class KeyWindow(Program):
 
     TITLE = "Another program"
 
-    def __init__(self, desktop):
-        super().__init__(desktop.env, "key_window.py", self.TITLE)
+    def __init__(self, session):
+        super().__init__(session, "key_window.py", self.TITLE)
         self.log.wait("active")
+        self.window = session.wait_active(self.TITLE)
 
     def presses(self, start=0):
         return [line.partition(" ")[2] for line in self.log.lines[start:] if line.startswith("press ")]
@@ -49,18 +54,77 @@ class KeyWindow(Program):
 
 
 class Portal(Program):
-    """The portal for global shortcuts on the session's bus; see portal.py for its arguments and commands."""
+    """The desktop's portal on a session's bus, answered by the test: file panels and global shortcuts (portal.py).
 
-    def __init__(self, desktop, *arguments):
-        super().__init__(desktop.env, "portal.py", *arguments)
+    `ENVIRONMENT` makes a program's panels ask it.
+    """
+
+    ENVIRONMENT = {"GDK_DEBUG": "portals"}
+    SHORTCUTS = "org.freedesktop.portal.GlobalShortcuts"
+
+    def __init__(self, session, answer="grant", version=1, registry=False):
+        parameters = {"answer": answer, "version": version, "registry": registry}
+        super().__init__(session, "-m", "dbusmock", "--session", "--logfile", "/dev/null", "--template", "portal.py",
+                         "--parameters", json.dumps(parameters))
         self.log.wait('["ready"]')
+        self._panels = 0
+        bus = dbus.bus.BusConnection(session.env["DBUS_SESSION_BUS_ADDRESS"])
+        portal = bus.get_object("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", introspect=False)
+        self._mock = dbus.Interface(portal, "org.freedesktop.DBus.Mock")
 
     def calls(self):
-        return [json.loads(line) for line in self.log.lines if line != '["ready"]']
+        """The method and the arguments of each call."""
+        return [[call[0], *call[3:]] for call in map(json.loads, self.log.lines[1:])]
 
     def wait_call(self, method):
-        line, _ = self.log.wait(re.compile(rf'^\["{method}"'))
-        return json.loads(line)[1:]
+        """The arguments of the first call of a method."""
+        return json.loads(self.log.wait(re.compile(rf'^\["{method}"'))[0])[3:]
+
+    # File panels
+
+    def wait_panel(self):
+        """The next panel that was asked for: method, title, options."""
+        line, place = self.log.wait(re.compile('^."(Open|Save)File"'), self._panels)
+        self._panels = place + 1
+        return dict(zip(("method", "sender", "request", "title", "options"), json.loads(line)))
+
+    def answer(self, panel, path=None):
+        """Confirms a panel with a path, or cancels it."""
+        uris = dbus.Array([pathlib.Path(path).as_uri()] if path else [], signature="s")
+        self._emit("org.freedesktop.portal.Request", "Response", "ua{sv}", dbus.UInt32(0 if path else 1),
+                   dbus.Dictionary({"uris": uris}, signature="sv"),
+                   path=panel["request"], destination=panel["sender"])
+
+    def choose(self, path=None):
+        """Waits for a panel and answers it."""
+        panel = self.wait_panel()
+        self.answer(panel, path)
+        return panel
+
+    # Shortcuts
+
+    def bind(self, granted):
+        """Answers the request that still waits."""
+        self._mock.Bind(granted)
+
+    def activate(self, token=None, session=None):
+        """The user presses the shortcut, or that of another program's session."""
+        options = dbus.Dictionary({"activation_token": token} if token else {}, signature="sv")
+        self._emit(self.SHORTCUTS, "Activated", "osta{sv}", dbus.ObjectPath(session or self._session()),
+                   "bring-to-front", dbus.UInt64(0), options)
+
+    def change_shortcuts(self, *names):
+        """The user takes the shortcut away in the settings, or gives it back."""
+        shortcuts = [dbus.Struct((name, dbus.Dictionary(signature="sv"))) for name in names]
+        self._emit(self.SHORTCUTS, "ShortcutsChanged", "oa(sa{sv})", dbus.ObjectPath(self._session()),
+                   dbus.Array(shortcuts, signature="(sa{sv})"))
+
+    def _session(self):
+        return self.wait_call("BindShortcuts")[0]
+
+    def _emit(self, interface, name, signature, *arguments, **details):
+        self._mock.EmitSignalDetailed(interface, name, signature, dbus.Array(arguments, signature="v"),
+                                      dbus.Dictionary(details, signature="sv"))
 
 
 @contextlib.contextmanager

@@ -106,7 +106,8 @@ def test_alert_has_names_and_roles_and_grows_with_the_text(launch):
             bus = AccessibilityBus(session)
             try:
                 app = launch(env={**bus.environment, **look}, on=session)
-                sizes.append(session.wait_active("Accessibility Permission Required").size)
+                alert = session.geometry(session.wait_active("Accessibility Permission Required"))
+                sizes.append((alert["WIDTH"], alert["HEIGHT"]))
                 answer_alert_by_keyboard(session, bus)
                 assert app.quit() == 0
             finally:
@@ -122,7 +123,7 @@ def answer_alert_by_keyboard(session, bus):
     assert all(node["focusable"] for node in nodes(alert, "push button"))
     assert "System Settings → Privacy & Security → Accessibility" in " ".join(names(alert, "label"))
     wait_for(lambda: "Open System Settings" in focused(bus), "the focus on the first button")
-    session.keyboard.press("Tab")
+    session.key("Tab")
     wait_for(lambda: "Later" in focused(bus), "the focus on the second button")
-    session.keyboard.press("Return")
+    session.key("Return")
     session.wait_no_window("Accessibility Permission Required")

@@ -64,12 +64,12 @@ def raise_on_wayland(session, app):
     """A compositor gives the selection to the focused window only, and takes one only after a key press there."""
     # Without a portal there is no hotkey, and the program says so.
     session.wait_active("Accessibility Permission Required")
-    session.keyboard.press("Tab")
-    session.keyboard.press("Return")
+    session.key("Tab")
+    session.key("Return")
     session.wait_no_window("Accessibility Permission Required")
     session.wait_active("Quillory")
     app.run_script("window.pressed = new Promise(resolve => addEventListener('keydown', resolve, {once: true}))")
-    session.keyboard.press("e")
+    session.key("e")
     app.run_script("await window.pressed")
 
 

@@ -4,7 +4,7 @@ import hashlib
 import re
 
 from desktop import wait_for
-from file_portal import FilePortal
+from programs import Portal
 
 
 def data_url(content):
@@ -37,7 +37,7 @@ def test_save_replace_and_cancel(app, desktop, tmp_path):
 
 
 def test_panel_says_what_is_saved(launch, portal):
-    app = launch(env=FilePortal.ENVIRONMENT)
+    app = launch(env=Portal.ENVIRONMENT)
     app.post("nativeDownload", download("Logo.PNG", b"x"))
     panel = portal.choose()
     assert (panel["method"], panel["title"], panel["options"]["current_name"]) == ("SaveFile", "Save", "Logo.PNG")
@@ -48,7 +48,7 @@ def test_panel_says_what_is_saved(launch, portal):
 
 
 def test_downloads_asked_for_together_have_a_panel_each(launch, portal, tmp_path):
-    app = launch(env=FilePortal.ENVIRONMENT)
+    app = launch(env=Portal.ENVIRONMENT)
     app.run_script(f"for (let i = 0; i < 5; ++i) post('nativeDownload', {{filename: `${{i}}.txt`, data: ',' + btoa(String(i))}})")
     panels = [portal.wait_panel() for _ in range(5)]
     for panel in reversed(panels):
@@ -59,7 +59,7 @@ def test_downloads_asked_for_together_have_a_panel_each(launch, portal, tmp_path
 
 
 def test_hundreds_of_mebibytes_byte_for_byte(launch, portal, tmp_path):
-    app = launch(env=FilePortal.ENVIRONMENT)
+    app = launch(env=Portal.ENVIRONMENT)
     target = tmp_path / "large.bin"
     size = 300 << 20
     app.start_script(f"""
@@ -92,7 +92,7 @@ NAMES_OF_ANY_KIND = {
 
 
 def test_one_event_is_one_line(launch, portal):
-    app = launch(env=FilePortal.ENVIRONMENT)
+    app = launch(env=Portal.ENVIRONMENT)
     for name, logged in NAMES_OF_ANY_KIND.items():
         start = app.post("nativeDownload", download(name, b"abc"))
         portal.choose()

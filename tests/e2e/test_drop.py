@@ -10,7 +10,7 @@ def test_dropped_files_reach_the_page(app, desktop, tmp_path):
     (tmp_path / "a.jpg").write_bytes(b"jpeg")
     (tmp_path / "p.json").write_text("{}")
     (tmp_path / "n.txt").write_text("left alone")
-    source = Program(desktop.env, "drag_source.py", "Files", *(str(tmp_path / name) for name in ("n.txt", "a.jpg", "p.json")))
+    source = Program(desktop, "drag_source.py", "Files", *(str(tmp_path / name) for name in ("n.txt", "a.jpg", "p.json")))
     try:
         window = desktop.wait_window("Files")
         desktop.run("xdotool", "windowmove", "--sync", window, "2", "2")

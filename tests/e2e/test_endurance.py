@@ -8,8 +8,7 @@ import pytest
 
 from application import Application, InstallTree
 from desktop import wait_for
-from file_portal import FilePortal
-from programs import KeyWindow, running
+from programs import KeyWindow, Portal, running
 
 ROUNDS = int(os.environ.get("QUILLORY_ROUNDS", "3"))
 LAUNCHES = 64
@@ -51,7 +50,7 @@ def test_started_at_once_there_is_one(desktop, installed, tmp_path):
 
 @pytest.fixture
 def app(launch, portal):
-    return launch(env=FilePortal.ENVIRONMENT)
+    return launch(env=Portal.ENVIRONMENT)
 
 
 def memory(app):

@@ -36,8 +36,8 @@ def portal(session):
     """Starts the tests' portal in that session."""
     portals = []
 
-    def start(*arguments):
-        portals.append(Portal(session, *arguments))
+    def start(*arguments, **options):
+        portals.append(Portal(session, *arguments, **options))
         return portals[-1]
 
     yield start
@@ -53,8 +53,8 @@ def status_after_launch(app):
 def dismiss_alert(session):
     """Answers "Later" to the alert."""
     session.wait_active(ALERT)
-    session.keyboard.press("Tab")
-    session.keyboard.press("Return")
+    session.key("Tab")
+    session.key("Return")
 
 
 def wait_registered(plasma, app):
@@ -78,11 +78,11 @@ def test_the_chord_comes_to_the_front_and_is_swallowed(plasma, launch, state):
     elif state == "minimized":
         plasma.minimize(MAIN_WINDOW)
     with running(KeyWindow(plasma)) as other:
-        plasma.keyboard.press("shift+e")
-        plasma.keyboard.press(CHORD)
+        plasma.key("shift+e")
+        plasma.key(CHORD)
         plasma.wait_active(MAIN_WINDOW)
         plasma.focus(other.TITLE)
-        plasma.keyboard.press("k")
+        plasma.key("k")
         other.log.wait("press k")
         assert other.presses() == ["Shift_L", "E", "Super_L", "Shift_L", "k"]
     assert app.run_script("return window.mark") == 42, "the page is the same"
@@ -93,7 +93,7 @@ def test_the_next_start_registers_again(plasma, launch):
         app = launch(on=plasma)
         wait_registered(plasma, app)
         with running(KeyWindow(plasma)):
-            plasma.keyboard.press(CHORD)
+            plasma.key(CHORD)
             plasma.wait_active(MAIN_WINDOW)
         assert app.quit() == 0
 
@@ -101,7 +101,7 @@ def test_the_next_start_registers_again(plasma, launch):
 # What a desktop may answer
 
 def test_a_grant_at_once(session, portal, launch):
-    desktop = portal("--answer", "grant", "--registry")
+    desktop = portal("grant", registry=True)
     app = launch(on=session)
     assert status_after_launch(app) == [*LAUNCH, *STATUS_REPORT]
     register, create, bind = desktop.calls()
@@ -109,8 +109,8 @@ def test_a_grant_at_once(session, portal, launch):
     shortcut = [["bring-to-front", {"description": "Bring Quillory to the front", "preferred_trigger": "LOGO+SHIFT+e"}]]
     assert create[1]["shortcuts"] == bind[2] == shortcut
     with running(KeyWindow(session)) as other:
-        desktop.tell("activate-stranger")
-        desktop.tell("activate")
+        desktop.activate(session="/org/freedesktop/portal/desktop/session/1_0/stranger")
+        desktop.activate()
         session.wait_active(MAIN_WINDOW)
         assert app.quit() == 0
         desktop.wait_call("Close")
@@ -119,26 +119,26 @@ def test_a_grant_at_once(session, portal, launch):
 
 
 def test_a_grant_given_later(session, portal, launch):
-    desktop = portal("--answer", "nothing")
+    desktop = portal("nothing")
     app = launch(on=session)
     assert status_after_launch(app) == ["Accessibility permissions required for global hotkey.", "Main window created",
                                         *UNTRUSTED_STATUS]
     dismiss_alert(session)
     app.log.wait(WAITING)
     start = len(app.log.lines)
-    desktop.tell("grant")
+    desktop.bind(True)
     app.log.wait(GRANTED[-1], start)
     lines = app.own_lines(start)
     assert lines[-3:] == GRANTED and set(lines[:-3]) <= {WAITING}
     assert [call[0] for call in desktop.calls()] == ["CreateSession", "BindShortcuts"]
     with running(KeyWindow(session)):
-        desktop.tell("activate")
+        desktop.activate()
         session.wait_active(MAIN_WINDOW)
 
 
 @pytest.mark.parametrize("answer", ["refuse", "nothing", "no portal"])
 def test_no_grant(session, portal, launch, answer):
-    desktop = portal("--answer", answer) if answer != "no portal" else None
+    desktop = portal(answer) if answer != "no portal" else None
     app = launch(on=session)
     assert status_after_launch(app)[-len(UNTRUSTED_STATUS):] == UNTRUSTED_STATUS
     # The timers rest while the alert is open, so all of these lines come after it.
@@ -151,20 +151,20 @@ def test_no_grant(session, portal, launch, answer):
 
 
 def test_a_grant_taken_back_and_given_again(session, portal, launch):
-    desktop = portal("--answer", "grant")
+    desktop = portal("grant")
     launch(on=session)
     with running(KeyWindow(session)) as other:
-        desktop.tell("revoke")
-        desktop.tell("activate")
-        desktop.tell("restore")
-        desktop.tell("activate")
+        desktop.change_shortcuts()
+        desktop.activate()
+        desktop.change_shortcuts("bring-to-front")
+        desktop.activate()
         session.wait_active(MAIN_WINDOW)
         assert other.log.lines == ["active", "inactive"]
 
 
 @pytest.mark.parametrize("first, again", [("grant", True), ("nothing", True), ("refuse", False)])
 def test_a_portal_that_leaves_and_comes_back(session, portal, launch, first, again):
-    desktop = portal("--answer", first)
+    desktop = portal(first)
     app = launch(on=session)
     desktop.wait_call("BindShortcuts")
     if first != "grant":
@@ -172,7 +172,7 @@ def test_a_portal_that_leaves_and_comes_back(session, portal, launch, first, aga
         app.log.wait(WAITING)
     desktop.kill()
     start = len(app.log.lines)
-    desktop = portal("--answer", "grant")
+    desktop = portal("grant")
     if not again:
         app.log.wait(WAITING, app.log.wait(WAITING, start)[1] + 1)
         assert desktop.calls() == [], "a refusal is not asked about again"
@@ -181,7 +181,7 @@ def test_a_portal_that_leaves_and_comes_back(session, portal, launch, first, aga
     if first != "grant":
         app.log.wait(GRANTED[-1], start)
     with running(KeyWindow(session)):
-        desktop.tell("activate")
+        desktop.activate()
         session.wait_active(MAIN_WINDOW)
 
 
@@ -189,30 +189,30 @@ def test_a_portal_that_comes_after_the_launch(session, portal, launch):
     app = launch(on=session)
     dismiss_alert(session)
     app.log.wait(WAITING)
-    portal("--answer", "grant")
+    portal("grant")
     app.log.wait(GRANTED[-1])
 
 
 def test_an_activation_token_raises_the_window_as_it_is(session, portal, launch):
-    desktop = portal("--answer", "grant")
+    desktop = portal("grant")
     app = launch(on=session)
     before = session.wait_window(MAIN_WINDOW)
     with running(KeyWindow(session)) as other:
-        session.keyboard.press("k")
+        session.key("k")
         other.log.wait("press k")
-        desktop.tell(f"activate {other.activation_token()}")
-        assert session.wait_active(MAIN_WINDOW).id == before.id, "not taken off the screen on the way"
+        desktop.activate(other.activation_token())
+        assert session.wait_active(MAIN_WINDOW) == before, "not taken off the screen on the way"
         # Spent, a token does not help once more.
         session.focus(other.TITLE)
-        desktop.tell("activate")
-        assert session.wait_active(MAIN_WINDOW).id != before.id
+        desktop.activate()
+        assert session.wait_active(MAIN_WINDOW) != before
     assert app.process.poll() is None
 
 
 def test_the_settings_are_the_portals_own(session, portal, launch):
-    desktop = portal("--answer", "refuse", "--version", "2")
+    desktop = portal("refuse", version=2)
     app = launch(on=session)
     session.wait_active(ALERT)
-    session.keyboard.press("Return")
-    path, _, _ = desktop.wait_call("ConfigureShortcuts")
+    session.key("Return")
+    path, _ = desktop.wait_call("ConfigureShortcuts")
     assert path.endswith("/quillory")

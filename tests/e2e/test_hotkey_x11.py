@@ -18,8 +18,6 @@ SUPER, SHIFT, E_POSITION = "133", "50", "26"
 def other(desktop):
     """Another program's window, which has the focus."""
     with running(KeyWindow(desktop)) as program:
-        program.window = desktop.wait_window(program.TITLE)
-        desktop.wait_active(program.window)
         yield program
 
 
@@ -89,12 +87,10 @@ def test_the_key_stays_in_its_place_in_any_keymap(desktop, launch, keymap, argum
     if when == "before the launch":
         keymap(*arguments)
     app = launch()
-    with running(KeyWindow(desktop)) as other:
+    with running(KeyWindow(desktop)):
         if when == "while it runs":
             keymap(*arguments)
         window = app.window()
-        other_window = desktop.wait_window(other.TITLE)
-        desktop.wait_active(other_window)
         # The program learns of a new keymap no sooner than anybody else.
         wait_for(lambda: press_by_place(desktop) or desktop.active_window() == window, "the chord to be known")
 

@@ -6,7 +6,7 @@ import re
 
 import pytest
 
-from file_portal import FilePortal
+from programs import Portal
 
 SIZE = 100 << 20
 BLOCK = ("it's a \"line\" with \\ and \\' and caf\u00e9, \u65e5\u672c, \U0001f58a\ufe0f, \u2028, \0 and\ttab,\r\n" * 700)
@@ -14,7 +14,7 @@ BLOCK = ("it's a \"line\" with \\ and \\' and caf\u00e9, \u65e5\u672c, \U0001f58
 
 @pytest.fixture
 def app(launch, portal):
-    return launch(env=FilePortal.ENVIRONMENT)
+    return launch(env=Portal.ENVIRONMENT)
 
 
 @pytest.fixture

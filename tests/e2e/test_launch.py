@@ -11,6 +11,7 @@ import pytest
 
 from application import LAUNCH, STATUS_REPORT, Application
 from desktop import Desktop, wait_for
+from programs import KeyWindow, running
 
 
 def test_log_of_a_launch(launch):
@@ -86,16 +87,13 @@ def test_second_launch_raises_the_first(launch, desktop, state):
     elif state == "minimised":
         desktop.run("xdotool", "windowminimize", window)
         wait_for(lambda: "Iconic" in desktop.run("xprop", "-id", window, "WM_STATE"), "the window to be minimised")
-    other, _ = desktop.other_program()
-    try:
+    with running(KeyWindow(desktop)):
         second_launch(desktop, app)
         assert app.window() == window
         desktop.wait_active(window)
         wait_for(lambda: desktop.geometry(window) == place, "the window to be where it was")
         assert app.run_script("return window.mark") == "kept"
         assert app.own_lines().count("Main window created") == 1
-    finally:
-        other.kill()
 
 
 def test_killed_instance_leaves_no_lock(launch):

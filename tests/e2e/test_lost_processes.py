@@ -10,7 +10,7 @@ import pytest
 
 from application import LAUNCH
 from desktop import Desktop, wait_for
-from file_portal import FilePortal
+from programs import Portal
 from test_download import download
 
 GONE = re.compile("^❌ JavaScript (paste )?error: .*the page's process has ended")
@@ -37,7 +37,7 @@ def works_without_page(app):
 
 @pytest.fixture
 def app(launch, portal):
-    return launch(env=FilePortal.ENVIRONMENT)
+    return launch(env=Portal.ENVIRONMENT)
 
 
 @pytest.mark.parametrize("arrived", [0, 16, 64, 128])
@@ -152,8 +152,8 @@ def test_session_bus_ends(launch, own_desktop, tmp_path):
 
 @pytest.mark.parametrize("what", ["portal", "bus"])
 def test_panels_are_answered_when_their_portal_ends(launch, own_desktop, tmp_path, what):
-    portal = FilePortal(own_desktop)
-    app = launch(env=FilePortal.ENVIRONMENT, on=own_desktop)
+    portal = Portal(own_desktop)
+    app = launch(env=Portal.ENVIRONMENT, on=own_desktop)
     try:
         app.post("nativeDownload", download("a.bin", b"content"))
         portal.wait_panel()
@@ -165,20 +165,20 @@ def test_panels_are_answered_when_their_portal_ends(launch, own_desktop, tmp_pat
             start = len(app.errors.lines)
             app.post("nativeDownload", download("b.bin", b"content"))
             app.errors.wait(PANEL_GONE, start)
-            portal = FilePortal(own_desktop)
+            portal = Portal(own_desktop)
             app.post("nativeDownload", download("c.bin", b"content"))
             portal.choose(tmp_path / "c.bin")
             app.log.wait(f"✅ File saved to: {tmp_path}/c.bin")
             assert not any("CRITICAL" in line for line in app.errors.lines)
         assert app.quit() == 0
     finally:
-        portal.close()
+        portal.kill()
 
 
 def test_display_ends(launch, own_desktop, desktop):
     app = launch(on=own_desktop)
     children = app.children()
-    end(own_desktop.processes[0])
+    end(own_desktop.display)
     assert app.wait_exit() == 1
     wait_for(lambda: not [p for p in children if os.path.exists(f"/proc/{p}/exe")], "the page's processes to end")
     next_one = launch(on=desktop, env={"XDG_RUNTIME_DIR": own_desktop.runtime})

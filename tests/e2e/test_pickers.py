@@ -7,7 +7,7 @@ import re
 import pytest
 
 from desktop import wait_for
-from file_portal import FilePortal
+from programs import Portal
 from test_download import data_url
 
 MIXED = "quotes ' \" and \\ backslashes \\' \\n\nline\r\nbreaks\rtabs\t\u2028\u2029 NUL \0 end, \U0001F58A\uFE0F äöü 日本 \x7f \x01 ${x} </script>"
@@ -15,7 +15,7 @@ MIXED = "quotes ' \" and \\ backslashes \\' \\n\nline\r\nbreaks\rtabs\t\u2028\u2
 
 @pytest.fixture
 def shell(launch):
-    return launch(env=FilePortal.ENVIRONMENT)
+    return launch(env=Portal.ENVIRONMENT)
 
 
 def received(app):
@@ -102,7 +102,7 @@ def test_open_panels_say_what_they_are_for(shell, portal):
     shell.post("nativeBatchDownload", {"files": [{}]})
     panel = portal.choose()
     assert (panel["title"], panel["options"]["accept_label"]) == ("Choose a folder to save 1 files", "Save Here")
-    assert panel["options"]["directory"] is True
+    assert panel["options"]["directory"] == 1
 
 
 def test_a_page_call_logs_how_the_function_ended(shell, portal, tmp_path):

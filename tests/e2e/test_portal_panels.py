@@ -1,37 +1,20 @@
 """The panels as a sandboxed program sees them: shown by the desktop's portal and its GTK backend."""
 import os
-import subprocess
 
 import pytest
 
 from desktop import Desktop, wait_for
 
 PNG = "data:image/png;base64,aGVsbG8="
-PORTAL = "org.freedesktop.portal.Desktop"
-# In the order in which they need each other.
-SERVICES = ["/usr/libexec/xdg-permission-store", "/usr/libexec/xdg-document-portal",
-            "/usr/libexec/xdg-desktop-portal-gtk", "/usr/libexec/xdg-desktop-portal"]
 # Asks the toolkit for portals outside of a sandbox, too.
 USE_PORTALS = {"GDK_DEBUG": "portals"}
 
 
 @pytest.fixture(scope="module")
 def portal_desktop():
-    desktop = Desktop()
-    env = {**desktop.env, "XDG_CURRENT_DESKTOP": "GNOME"}
-    services = [subprocess.Popen([service], env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-                for service in SERVICES]
-    try:
-        wait_for(lambda: "true" in desktop.run("gdbus", "call", "--session", "--dest", "org.freedesktop.DBus",
-                                               "--object-path", "/", "--method", "org.freedesktop.DBus.NameHasOwner",
-                                               PORTAL), "the portal")
+    with Desktop() as desktop:
+        desktop.start_portal("gtk", "/usr/libexec/xdg-desktop-portal-gtk", XDG_CURRENT_DESKTOP="GNOME")
         yield desktop
-    finally:
-        for service in reversed(services):
-            service.terminate()
-        for service in services:
-            service.wait()
-        desktop.close()
 
 
 @pytest.fixture

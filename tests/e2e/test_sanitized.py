@@ -1,10 +1,10 @@
 """A whole run, from the launch over each service to the end: what a sanitizer or a leak checker is to watch."""
-from file_portal import FilePortal
+from programs import Portal
 from test_download import download
 
 
 def test_a_run_from_start_to_end(launch, portal, tmp_path):
-    app = launch(env=FilePortal.ENVIRONMENT)
+    app = launch(env=Portal.ENVIRONMENT)
     for name, body, path in (("nativeDownload", download("a.png", b"content"), tmp_path / "a.png"),
                              ("nativeDownload", download("b.png", b"content"), None),
                              ("nativeBatchDownload", {"files": [download("c", b"x"), {}]}, tmp_path),

@@ -9,7 +9,7 @@ import time
 import pytest
 
 from application import DRIVER, LAUNCH
-from file_portal import FilePortal
+from programs import Portal
 
 OLD = b"precious" * 1000
 
@@ -99,7 +99,7 @@ def pipe(folder, app):
                                    pipe, full_device],
                          ids=lambda fault: fault.__name__)
 def test_what_cannot_be_written_is_said(launch, portal, folder, fault):
-    app = launch(env=FilePortal.ENVIRONMENT)
+    app = launch(env=Portal.ENVIRONMENT)
     (folder / "a.bin").write_bytes(OLD)
     app.run_script("""
         const files = ["a.bin", "b.bin"].map((filename) => ({filename, data: "," + "A".repeat(4 << 20)}));
@@ -157,7 +157,7 @@ def test_killed_at_any_moment(launch, portal, disk):
     for number, (name, reached) in enumerate(MOMENTS.items()):
         old = OLD if number % 2 else OLD * (SIZE // len(OLD) + 1000)
         target.write_bytes(old)
-        app = launch(EXPORT, env=FilePortal.ENVIRONMENT, ready=False)
+        app = launch(EXPORT, env=Portal.ENVIRONMENT, ready=False)
         portal.choose(target)
         answered = time.monotonic()
         while not reached(os.stat(target), time.monotonic() - answered):

@@ -10,7 +10,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests" 
 
 from application import DRIVER, Application, InstallTree, Log  # noqa: E402
 from desktop import Desktop  # noqa: E402
-from file_portal import FilePortal  # noqa: E402
+from programs import Portal  # noqa: E402
 
 PATIENCE = 120
 MEBIBYTE = 1 << 20
@@ -88,11 +88,11 @@ class Rig:
         self.build = pathlib.Path(build)
         self.folder = pathlib.Path(folder)
         self.desktop = Desktop()
-        self.portal = FilePortal(self.desktop)
+        self.portal = Portal(self.desktop)
         self.trees = {}
 
     def close(self):
-        self.portal.close()
+        self.portal.kill()
         self.desktop.close()
 
     def _tree(self, page):
@@ -102,12 +102,12 @@ class Rig:
 
     def shell(self, page=DRIVER):
         tree = self._tree(page)
-        return Program(self.desktop, [tree.binary], tree.page_folder, FilePortal.ENVIRONMENT)
+        return Program(self.desktop, [tree.binary], tree.page_folder, Portal.ENVIRONMENT)
 
     def floor(self, file=None, page=DRIVER):
         tree = self._tree(page)
         command = [self.build / "bench" / "floor", tree.page_folder / "index.html"]
-        return Program(self.desktop, command + ([file] if file else []), tree.page_folder, FilePortal.ENVIRONMENT)
+        return Program(self.desktop, command + ([file] if file else []), tree.page_folder, Portal.ENVIRONMENT)
 
     def grab(self):
         return Program(self.desktop, [self.build / "bench" / "grab"], self._tree(DRIVER).page_folder)
