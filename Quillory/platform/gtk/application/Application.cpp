@@ -13,6 +13,7 @@
 
 #include "platform/glib/BoxedFunction.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/application/SoftwareRendering.h"
 #include "platform/gtk/web/ContentFilter.h"
 
 namespace quillory::gtk {
@@ -65,6 +66,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
         std::fputs("quillory: there is no display to open a window on\n", stderr);
         return 1;
     }
+    chooseRendering();
     prepareForPage();
     // The lock has decided already that this is the one instance: another process that still has the
     // name, because it is just ending, must not turn this one into its client.
