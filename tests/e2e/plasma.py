@@ -1,7 +1,6 @@
 """A private Plasma session on Wayland without a screen: KWin and, if wanted, KDE's portal."""
 import glob
 import os
-import re
 import shutil
 
 from desktop import Session, wait_for
@@ -9,14 +8,16 @@ from wayland_keyboard import WaylandKeyboard
 
 SOCKET = "wayland-quillory"
 # KWin answers questions about its windows only to its own scripts, and what those print is in its log.
-LIST_WINDOWS = r"""
-workspace.clientList().forEach(function (window) {
+# Its words for them are others since version 6.
+LIST = "(workspace.windowList || workspace.clientList)().forEach"
+ACTIVE = '("activeWindow" in workspace ? "activeWindow" : "activeClient")'
+LIST_WINDOWS = LIST + r"""(function (window) {
     const place = window.frameGeometry;
-    say([window.internalId, window == workspace.activeClient, window.minimized, place.x, place.y, place.width,
+    say([window.internalId, window == workspace[""" + ACTIVE + r"""], window.minimized, place.x, place.y, place.width,
          place.height, window.caption].join("\t"));
 });
 """
-ON_WINDOW = 'workspace.clientList().forEach(function (window) { if (window.internalId == "%s") { %s; } });'
+ON_WINDOW = LIST + '(function (window) { if (window.internalId == "%s") { %s; } });'
 
 
 class PlasmaSession(Session):
@@ -25,9 +26,8 @@ class PlasmaSession(Session):
         self._text_scale = text_scale
         self._scripts = 0
         super().__init__(
-            XDG_CURRENT_DESKTOP="KDE", XDG_SESSION_TYPE="wayland", KDE_FULL_SESSION="true", KDE_SESSION_VERSION="5",
-            LIBGL_ALWAYS_SOFTWARE="1", GDK_BACKEND="wayland", QT_QPA_PLATFORM="wayland", WAYLAND_DISPLAY=SOCKET,
-            GSETTINGS_BACKEND="keyfile")
+            XDG_CURRENT_DESKTOP="KDE", XDG_SESSION_TYPE="wayland", LIBGL_ALWAYS_SOFTWARE="1", GDK_BACKEND="wayland",
+            QT_QPA_PLATFORM="wayland", WAYLAND_DISPLAY=SOCKET, GSETTINGS_BACKEND="keyfile")
 
     def _start_display(self):
         settings = os.path.join(self.home, ".config/glib-2.0/settings")
@@ -66,7 +66,7 @@ class PlasmaSession(Session):
         return next((id for id, active, *_, title in self._windows() if active == "true" and window in (id, title)), None)
 
     def _activate(self, window):
-        self._run_script(ON_WINDOW % (window, "workspace.activeClient = window"))
+        self._run_script(ON_WINDOW % (window, f"workspace[{ACTIVE}] = window"))
 
     def minimize(self, title):
         self._run_script(ON_WINDOW % (self.wait_window(title), "window.minimized = true"))
@@ -102,8 +102,8 @@ class PlasmaSession(Session):
         path = os.path.join(self.home, f"{self._scripts}.js")
         with open(path, "w", encoding="utf-8") as file:
             file.write(f'function say(line) {{ print("{mark}" + line); }}\n{script}\nsay("end");')
-        number = re.search(r"\d+", self._kwin("/Scripting", "org.kde.kwin.Scripting.loadScript", path, mark)).group()
-        self._kwin("/" + number, "org.kde.kwin.Script.run")
+        self._kwin("loadScript", path, mark)
+        self._kwin("start")
 
         def said():
             with open(self._log, encoding="utf-8", errors="replace") as log:
@@ -111,8 +111,9 @@ class PlasmaSession(Session):
             return lines if "end" in lines else None
 
         lines = wait_for(said, "KWin's script")
-        self._kwin("/Scripting", "org.kde.kwin.Scripting.unloadScript", mark)
+        self._kwin("unloadScript", mark)
         return lines[:-1]
 
-    def _kwin(self, path, method, *arguments):
-        return self.run("gdbus", "call", "--session", "-d", "org.kde.KWin", "-o", path, "-m", method, *arguments)
+    def _kwin(self, method, *arguments):
+        self.run("gdbus", "call", "--session", "-d", "org.kde.KWin", "-o", "/Scripting",
+                 "-m", f"org.kde.kwin.Scripting.{method}", *arguments)

@@ -80,7 +80,7 @@ def test_other_chords_pass(desktop, app, other, chord, expected):
 
 
 @pytest.mark.parametrize("arguments", [
-    ["de"], ["dvorak"], ["ru"], ["us,gr"], ["us", "-option", "altwin:meta_win"], ["us", "-option", "numpad:mac"],
+    ["de"], ["us", "-variant", "dvorak"], ["ru"], ["us,gr"], ["us", "-option", "altwin:meta_win"], ["us", "-option", "numpad:mac"],
 ])
 @pytest.mark.parametrize("when", ["before the launch", "while it runs"])
 def test_the_key_stays_in_its_place_in_any_keymap(desktop, launch, keymap, arguments, when):
