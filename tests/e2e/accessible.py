@@ -49,7 +49,8 @@ def nodes(tree, role=None):
 def describe(node):
     from gi.repository import Atspi
     states = node.get_state_set()
-    tree = {"role": node.get_role_name(), "name": node.get_name(), "children": []}
+    # Newer versions call a button so.
+    tree = {"role": node.get_role_name().replace("push button", "button"), "name": node.get_name(), "children": []}
     for state in ("focusable", "focused", "showing"):
         tree[state] = states.contains(getattr(Atspi.StateType, state.upper()))
     for index in range(node.get_child_count()):

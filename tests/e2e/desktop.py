@@ -218,7 +218,8 @@ class Desktop(Session):
         self.focus(window)
         self.key("ctrl+a")
         self.type(str(path))
-        self.key("Return")
+        # What the panel has completed meanwhile stands behind it.
+        self.key("shift+End", "Delete", "Return")
         if replace:
             wait_for(lambda: self.active_window() not in ("", window), "the question whether to replace the file")
             self.key("alt+r")

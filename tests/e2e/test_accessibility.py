@@ -43,7 +43,8 @@ def test_main_window_has_names_and_roles(app, bus):
     assert names(window, "menu bar") == ["Menu bar"]
     assert names(window, "menu item") == MENUS
     assert all(node["focusable"] for node in nodes(window, "menu item"))
-    assert "Editor" in [node["name"] for node in nodes(window)]
+    # The page itself, where the toolkit has a place for it, or what stands for it.
+    assert {"Editor", "Test page"} & {node["name"] for node in nodes(window)}
     # A name that nobody wrote is a type of the toolkit.
     assert not [node["name"] for node in nodes(window) if node["name"].startswith(("Gtk", "gtkmm", "WebKit"))]
 
@@ -119,8 +120,8 @@ def test_alert_has_names_and_roles_and_grows_with_the_text(launch):
 def answer_alert_by_keyboard(session, bus):
     alert = wait_for(lambda: [node for role in ("alert", "dialog") for node in nodes(bus.tree(), role)], "the alert")[0]
     assert alert["name"] == "Accessibility Permission Required"
-    assert names(alert, "push button") == ["Open System Settings", "Later"]
-    assert all(node["focusable"] for node in nodes(alert, "push button"))
+    assert names(alert, "button") == ["Open System Settings", "Later"]
+    assert all(node["focusable"] for node in nodes(alert, "button"))
     assert "System Settings → Privacy & Security → Accessibility" in " ".join(names(alert, "label"))
     wait_for(lambda: "Open System Settings" in focused(bus), "the focus on the first button")
     session.key("Tab")

@@ -21,9 +21,15 @@ def session():
 class Place:
     """The program in a session, beside a program that copies."""
 
-    def __init__(self, app, clipboard):
+    def __init__(self, app, clipboard, press=lambda: None):
         self.app = app
         self.clipboard = clipboard
+        self._press = press
+
+    def copy(self, text):
+        """Posts "nativeCopy" as after a key press of the user, without which a compositor takes no selection."""
+        self._press()
+        return self.app.post("nativeCopy", {"data": text})
 
     def paste(self):
         """Posts "nativePaste" and returns what the page got: the function's name and the text."""
@@ -37,7 +43,8 @@ class Place:
         """Posts "nativePaste" and checks that nothing comes of it, by a paste of a known text behind it."""
         start = len(self.app.log.lines)
         self.app.run_script("received.length = 0; post('nativePaste', null)")
-        self.app.run_script("post('nativeCopy', {data: 'known'}); post('nativePaste', null)")
+        self.copy("known")
+        self.app.run_script("post('nativePaste', null)")
         self.app.log.wait("✅ Paste content sent to JavaScript", after=start)
         assert self.app.run_script("return received.splice(0)") == [["Paste", "known"]]
         assert [line for line in self.app.own_lines(start) if line.startswith("📥")] == [
@@ -48,34 +55,36 @@ class Place:
 def place(request, launch):
     if request.param == "x11":
         desktop = request.getfixturevalue("desktop")
-        clipboard = X11Clipboard(desktop.env)
         app = launch()
         desktop.focus(app.window())
+        place = Place(app, X11Clipboard(desktop.env))
     else:
         session = request.getfixturevalue("session")
-        clipboard = WaylandClipboard(session.env)
         app = launch(on=session)
-        raise_on_wayland(session, app)
-    yield Place(app, clipboard)
-    clipboard.close()
+        raise_on_wayland(session)
+        place = Place(app, WaylandClipboard(session.env), lambda: press_key(session, app))
+    yield place
+    place.clipboard.close()
 
 
-def raise_on_wayland(session, app):
-    """A compositor gives the selection to the focused window only, and takes one only after a key press there."""
+def raise_on_wayland(session):
     # Without a portal there is no hotkey, and the program says so.
     session.wait_active("Accessibility Permission Required")
     session.key("Tab")
     session.key("Return")
     session.wait_no_window("Accessibility Permission Required")
     session.wait_active("Quillory")
-    app.run_script("window.pressed = new Promise(resolve => addEventListener('keydown', resolve, {once: true}))")
+
+
+def press_key(session, app):
+    app.run_script("window.pressed = new Promise(resolve => addEventListener('keydown', resolve, {once: true})); return 1")
     session.key("e")
     app.run_script("await window.pressed")
 
 
 def test_own_copy_and_paste(place):
     for text in ("", CANVAS, "not JSON at all"):
-        start = place.app.post("nativeCopy", {"data": text})
+        start = place.copy(text)
         place.app.log.wait("📋 Copied to native pasteboard", after=start)
         assert place.clipboard.paste("text/plain;charset=utf-8") == text.encode()
         assert place.clipboard.paste(OBJECT) == text.encode()
@@ -88,7 +97,7 @@ def test_own_copy_and_paste(place):
 
 def test_a_copy_removes_what_was_there(place):
     place.clipboard.copy("image/png", b"image of another program")
-    place.app.post("nativeCopy", {"data": "x"})
+    place.copy("x")
     place.app.log.wait("📋 Copied to native pasteboard")
     assert place.clipboard.paste(OBJECT) == b"x"
     assert place.clipboard.paste("image/png") is None

@@ -12,7 +12,7 @@ from desktop import wait_for
 
 ROOT = pathlib.Path(__file__).parents[2]
 LANGUAGES = (ROOT / "po/LINGUAS").read_text().split()
-TEXT_ROLES = ("frame", "menu bar", "menu item", "label", "link", "image", "push button")
+TEXT_ROLES = ("frame", "menu bar", "menu item", "label", "link", "image", "button")
 ABOUT = {"de": "Über Quillory", "fr": "À propos de Quillory", "ja": "Quilloryについて"}
 
 
@@ -52,13 +52,21 @@ def bus(desktop):
     bus.close()
 
 
+@pytest.fixture(scope="module")
+def locale(tmp_path_factory):
+    """The environment of a real locale: in that of C the C library translates nothing, whatever LANGUAGE says."""
+    folder = tmp_path_factory.mktemp("locales")
+    run("localedef", "-i", "de_DE", "-f", "UTF-8", folder / "de_DE.UTF-8")
+    return {"LOCPATH": str(folder), "LC_ALL": "de_DE.UTF-8"}
+
+
 def launch(desktop, tree, env):
     app = Application(desktop, tree.binary, tree.page_folder, env)
     app.wait_ready()
     return app
 
 
-def test_no_shown_text_bypasses_the_catalogue(desktop, bus, installed, template, tmp_path):
+def test_no_shown_text_bypasses_the_catalogue(desktop, bus, installed, template, locale, tmp_path):
     tree = InstallTree(installed, tmp_path / "tree")
     # A language in which every text is itself in brackets: what comes without them was not looked up.
     catalogue = tmp_path / "quillory.po"
@@ -69,7 +77,7 @@ def test_no_shown_text_bypasses_the_catalogue(desktop, bus, installed, template,
     folder.mkdir(parents=True)
     run("msgfmt", "-o", folder / "quillory.mo", catalogue)
 
-    app = launch(desktop, tree, {**bus.environment, "LANGUAGE": "xx"})
+    app = launch(desktop, tree, {**bus.environment, **locale, "LANGUAGE": "xx"})
     try:
         window = app.window()
         seen = set()
@@ -96,15 +104,15 @@ def test_no_shown_text_bypasses_the_catalogue(desktop, bus, installed, template,
                                      ("nativeDownload", {"filename": "a.png", "data": "data:,AAAA"}, "Save")):
             app.post(message, body)
             desktop.cancel_panel(f"⟦{title}⟧")
-        help_text = run(tree.binary, "--help", env={"LANG": "C.UTF-8", "LANGUAGE": "xx"}).stdout
+        help_text = run(tree.binary, "--help", env={**locale, "LANGUAGE": "xx"}).stdout
         assert help_text.startswith("⟦") and help_text.rstrip().endswith("⟧")
     finally:
         app.kill()
 
 
 @pytest.mark.parametrize("language", LANGUAGES)
-def test_about_panel_in_a_language(desktop, installed, tmp_path, language):
-    app = launch(desktop, InstallTree(installed, tmp_path / "tree"), {"LANGUAGE": language})
+def test_about_panel_in_a_language(desktop, installed, locale, tmp_path, language):
+    app = launch(desktop, InstallTree(installed, tmp_path / "tree"), {**locale, "LANGUAGE": language})
     try:
         desktop.choose_from_menu(app.window(), 0, 0)
         place = desktop.geometry(desktop.wait_window(ABOUT[language]))
@@ -113,12 +121,8 @@ def test_about_panel_in_a_language(desktop, installed, tmp_path, language):
         app.kill()
 
 
-def test_a_locale_with_decimal_commas(desktop, installed, tmp_path):
-    locales = tmp_path / "locales"
-    locales.mkdir()
-    run("localedef", "-i", "de_DE", "-f", "UTF-8", locales / "de_DE.UTF-8")
-    app = launch(desktop, InstallTree(installed, tmp_path / "tree"),
-                 {"LOCPATH": str(locales), "LC_ALL": "de_DE.UTF-8"})
+def test_a_locale_with_decimal_commas(desktop, installed, locale, tmp_path):
+    app = launch(desktop, InstallTree(installed, tmp_path / "tree"), locale)
     try:
         app.post("nativeDownload", {"filename": "a.png", "data": "data:," + "AAAA" * 1000})
         app.log.wait("✅ Decoded 3000 bytes")  # not 3.000

@@ -5,6 +5,7 @@
 
 #include "platform/Localization.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/window/AccessibleName.h"
 
 namespace quillory::gtk {
 
@@ -133,6 +134,22 @@ void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const 
 
     setKey(window, "win.quit", "<Control>q");
     setKey(window, "win.close", "<Control>w");
+}
+
+void nameMenuItems(GtkWidget* menuBar)
+{
+    for (auto* child = gtk_widget_get_first_child(menuBar); child != nullptr;
+         child = gtk_widget_get_next_sibling(child)) {
+        if (g_object_class_find_property(G_OBJECT_GET_CLASS(child), "menu-name") != nullptr) {
+            char* text = nullptr;
+            g_object_get(child, "text", &text, nullptr);
+            std::string name = GStringPtr(text).get();
+            std::erase(name, '_');
+            gtk_accessible_reset_relation(GTK_ACCESSIBLE(child), GTK_ACCESSIBLE_RELATION_LABELLED_BY);
+            setAccessibleName(child, name);
+        }
+        nameMenuItems(child);
+    }
 }
 
 }
