@@ -1,5 +1,6 @@
 import os
 import pathlib
+import subprocess
 
 import pytest
 
@@ -67,3 +68,11 @@ def portal(desktop):
 @pytest.fixture
 def app(launch):
     return launch()
+
+
+@pytest.fixture(scope="session")
+def locale(tmp_path_factory):
+    """The environment of a real locale: in that of C the C library translates nothing, whatever LANGUAGE says."""
+    folder = tmp_path_factory.mktemp("locales")
+    subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", folder / "de_DE.UTF-8"], check=True)
+    return {"LOCPATH": str(folder), "LC_ALL": "de_DE.UTF-8"}

@@ -52,14 +52,6 @@ def bus(desktop):
     bus.close()
 
 
-@pytest.fixture(scope="module")
-def locale(tmp_path_factory):
-    """The environment of a real locale: in that of C the C library translates nothing, whatever LANGUAGE says."""
-    folder = tmp_path_factory.mktemp("locales")
-    run("localedef", "-i", "de_DE", "-f", "UTF-8", folder / "de_DE.UTF-8")
-    return {"LOCPATH": str(folder), "LC_ALL": "de_DE.UTF-8"}
-
-
 def launch(desktop, tree, env):
     app = Application(desktop, tree.binary, tree.page_folder, env)
     app.wait_ready()

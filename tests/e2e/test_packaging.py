@@ -86,13 +86,13 @@ def test_answer_that_cannot_be_written_is_a_failure(installed):
 
 
 @pytest.mark.parametrize("place", ["usr", "opt/quillory", "a folder with spaces/Quillory ü"])
-def test_tree_works_wherever_it_is(installed, tmp_path, desktop, place):
+def test_tree_works_wherever_it_is(installed, tmp_path, desktop, locale, place):
     # Installed in one place and moved to another: nothing in the tree may remember the first.
     install(installed, tmp_path / "first")
     prefix = tmp_path / place
     prefix.parent.mkdir(parents=True, exist_ok=True)
     (tmp_path / "first").rename(prefix)
-    app = Application(desktop, prefix / "bin/quillory", prefix / "share/quillory/WebContent", {"LANGUAGE": "de"})
+    app = Application(desktop, prefix / "bin/quillory", prefix / "share/quillory/WebContent", locale)
     try:
         app.wait_ready()
         window = app.window()

@@ -79,8 +79,7 @@ def replaced_by(make):
 
 
 def full_device(folder, app):
-    if os.getuid() != 0:
-        pytest.skip("only root may make a device")
+    disk_full(folder, app)  # the file system of temporary files need not have devices
     replaced_by(lambda path: os.mknod(path, 0o020666, os.makedev(1, 7)))(folder, app)
     return "No space left on device"
 
