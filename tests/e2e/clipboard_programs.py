@@ -1,6 +1,5 @@
 """Other programs that copy and paste, on X11 and on Wayland."""
 import contextlib
-import os
 import signal
 import subprocess
 import sys
@@ -72,13 +71,14 @@ class WaylandClipboard(Clipboard):
 
 def own_several_types():
     import gi
-    gi.require_version("Gdk", "4.0")
-    from gi.repository import Gdk, GLib
+    gi.require_version("Gtk", "4.0")
+    from gi.repository import Gdk, GLib, Gtk
+    Gtk.init()
     providers = []
     while mime_type := sys.stdin.buffer.readline().decode().strip():
         content = sys.stdin.buffer.read(int(sys.stdin.buffer.readline()))
         providers.append(Gdk.ContentProvider.new_for_bytes(mime_type, GLib.Bytes.new(content)))
-    Gdk.Display.open(os.environ["DISPLAY"]).get_clipboard().set_content(Gdk.ContentProvider.new_union(providers))
+    Gdk.Display.get_default().get_clipboard().set_content(Gdk.ContentProvider.new_union(providers))
     print("copied", flush=True)
     GLib.MainLoop().run()
 

@@ -73,8 +73,8 @@ void Window::addMenuBar()
                             }});
     m_menuBar = gtk_popover_menu_bar_new_from_model(G_MENU_MODEL(makeMenuBarModel(scene).get()));
     setAccessibleName(m_menuBar, localized("Menu bar"));
-    nameMenuItems(m_menuBar);
     gtk_box_prepend(m_column, m_menuBar);
+    nameMenuItems(m_menuBar);
     int width = 0;
     int height = 0;
     gtk_window_get_default_size(m_window.get(), &width, &height);
