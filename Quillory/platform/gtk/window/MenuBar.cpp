@@ -86,6 +86,22 @@ void setKey(GtkApplicationWindow* window, const char* action, const char* key)
     gtk_application_set_accels_for_action(gtk_window_get_application(GTK_WINDOW(window)), action, keys.data());
 }
 
+void nameItemsBelow(GtkWidget* widget)
+{
+    for (auto* child = gtk_widget_get_first_child(widget); child != nullptr;
+         child = gtk_widget_get_next_sibling(child)) {
+        if (g_object_class_find_property(G_OBJECT_GET_CLASS(child), "menu-name") != nullptr) {
+            char* text = nullptr;
+            g_object_get(child, "text", &text, nullptr);
+            std::string name = GStringPtr(text).get();
+            std::erase(name, '_');
+            gtk_accessible_reset_relation(GTK_ACCESSIBLE(child), GTK_ACCESSIBLE_RELATION_LABELLED_BY);
+            setAccessibleName(child, name);
+        }
+        nameItemsBelow(child);
+    }
+}
+
 }
 
 GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene)
@@ -138,17 +154,9 @@ void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const 
 
 void nameMenuItems(GtkWidget* menuBar)
 {
-    for (auto* child = gtk_widget_get_first_child(menuBar); child != nullptr;
-         child = gtk_widget_get_next_sibling(child)) {
-        if (g_object_class_find_property(G_OBJECT_GET_CLASS(child), "menu-name") != nullptr) {
-            char* text = nullptr;
-            g_object_get(child, "text", &text, nullptr);
-            std::string name = GStringPtr(text).get();
-            std::erase(name, '_');
-            gtk_accessible_reset_relation(GTK_ACCESSIBLE(child), GTK_ACCESSIBLE_RELATION_LABELLED_BY);
-            setAccessibleName(child, name);
-        }
-        nameMenuItems(child);
+    for (auto* item = gtk_widget_get_first_child(menuBar); item != nullptr; item = gtk_widget_get_next_sibling(item)) {
+        auto* menu = gtk_widget_get_last_child(item);
+        g_signal_connect(menu, "map", G_CALLBACK(+[](GtkWidget* shown, gpointer) { nameItemsBelow(shown); }), nullptr);
     }
 }
 

@@ -24,8 +24,9 @@ struct MenuActions {
 // Makes the model's items work in `window`. Keys of the Edit menu are shown but left to the page.
 void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const MenuActions& actions);
 
-// Gives the items of a menu bar in a window their text as the name that a screen reader says. By itself the toolkit
-// names them after a label, each time that it puts them into a window, and at least in 4.18 hides that from the reader.
+// Gives the items of a menu bar their text as the name that a screen reader says, each time that their menu opens. By
+// itself the toolkit names them after a label, again whenever something of them changes, and at least in 4.18 hides that
+// label from the reader.
 void nameMenuItems(GtkWidget* menuBar);
 
 }
