@@ -104,8 +104,8 @@ def test_a_grant_at_once(session, portal, launch):
     desktop = portal("grant", registry=True)
     app = launch(on=session)
     assert status_after_launch(app) == [*LAUNCH, *STATUS_REPORT]
-    register, create, bind = desktop.calls()
-    assert register[:2] == ["Register", "com.quillory.Quillory"]
+    *register, create, bind = desktop.calls()  # newer toolkits register the program as well
+    assert register[0][:2] == ["Register", "com.quillory.Quillory"]
     shortcut = [["bring-to-front", {"description": "Bring Quillory to the front", "preferred_trigger": "LOGO+SHIFT+e"}]]
     assert create[1]["shortcuts"] == bind[2] == shortcut
     with running(KeyWindow(session)) as other:

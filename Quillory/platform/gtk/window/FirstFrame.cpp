@@ -18,7 +18,9 @@ constexpr int maximumAttempts = 10;
 FirstFrame::FirstFrame(GtkWindow* window)
     : m_window(window)
 {
-    if (!GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(window))))
+    // Toolkits with the newer renderer do not lose the picture, and not all of them tell of the monitor once more.
+    const bool hasNewRenderer = gtk_check_version(4, 14, 0) == nullptr;
+    if (hasNewRenderer || !GDK_IS_WAYLAND_DISPLAY(gtk_widget_get_display(GTK_WIDGET(window))))
         return;
     m_windowConnections = {
         connectScoped<void()>(window, "realize", [this] { realized(); }),
