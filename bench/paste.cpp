@@ -9,6 +9,7 @@
 
 namespace {
 
+using namespace quillory;
 using namespace quillory::gtk;
 
 constexpr int width = 3840;

@@ -24,9 +24,9 @@ public:
     virtual std::string utf8() const = 0;
 
     // The bytes that the base64 text after the first comma stands for, in one new buffer. Null when
-    // there is no comma or the payload is not base64 to the letter: standard alphabet, padded to a
-    // multiple of four characters, nothing else in it, white space included.
-    virtual std::unique_ptr<const Bytes> base64AfterFirstComma() const = 0;
+    // there is no comma, no memory for them, or the payload is not base64 to the letter: standard alphabet,
+    // padded to a multiple of four characters, nothing else in it, white space included.
+    virtual std::shared_ptr<const Bytes> base64AfterFirstComma() const = 0;
 };
 
 using TextHandle = std::shared_ptr<const Text>;

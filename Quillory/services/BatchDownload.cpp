@@ -1,19 +1,30 @@
 #include "services/BatchDownload.h"
 
+#include <chrono>
+#include <memory>
+#include <utility>
+
 #include "platform/Localization.h"
-#include "services/BatchWriter.h"
 #include "services/DataURL.h"
+#include "services/FileWriter.h"
 
 namespace quillory {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestTurn = 50ms;
+// Time for the window to be drawn and used before the next turn.
+constexpr auto rest = 1ms;
+constexpr std::size_t mostFiles = 100'000;
 
 std::optional<std::vector<StringObject>> readFiles(const Value& body)
 {
     if (body.kind() != Value::Kind::object)
         return std::nullopt;
     const auto list = body.at("files");
-    if (list->kind() != Value::Kind::array)
+    if (list->kind() != Value::Kind::array || list->size() > mostFiles)
         return std::nullopt;
     std::vector<StringObject> files;
     for (std::size_t i = 0; i < list->size(); ++i) {
@@ -25,36 +36,50 @@ std::optional<std::vector<StringObject>> readFiles(const Value& body)
     return files;
 }
 
-// How many of the files that the writer is done with are on disk.
-std::size_t countSaved(Log& log, BatchWriter& writer)
-{
-    std::size_t saved = 0;
-    for (const auto& [name, error] : writer.takeResults()) {
-        if (error)
-            log.print("❌ Error saving " + name + ": " + *error);
-        else
-            ++saved;
+// Writes the files of one batch in their order. It holds itself until the last one is written.
+class Batch : public std::enable_shared_from_this<Batch> {
+public:
+    Batch(Platform& platform, std::filesystem::path folder, std::vector<StringObject> files)
+        : m_platform(platform)
+        , m_folder(std::move(folder))
+        , m_files(std::move(files))
+    {
     }
-    return saved;
-}
 
-std::size_t saveFiles(Log& log, const std::filesystem::path& folder, const std::vector<StringObject>& files)
-{
-    BatchWriter writer(folder);
-    std::size_t saved = 0;
-    for (const auto& file : files) {
+    // As many as a turn has time for.
+    void write()
+    {
+        const auto end = std::chrono::steady_clock::now() + longestTurn;
+        for (; m_next < m_files.size(); ++m_next) {
+            if (std::chrono::steady_clock::now() >= end)
+                return m_platform.mainQueue().asyncAfter(rest, [self = shared_from_this()] { self->write(); });
+            writeFile(std::exchange(m_files[m_next], {}));
+        }
+        m_platform.log().print("✅ Saved " + std::to_string(m_saved) + "/" + std::to_string(m_files.size())
+                               + " files to: " + m_folder.string());
+    }
+
+private:
+    void writeFile(const StringObject& file)
+    {
         const auto filename = textForKey(file, "filename");
         const auto data = textForKey(file, "data");
-        if (!filename || !data)
-            continue;
-        writer.makeRoom();
-        saved += countSaved(log, writer);
-        if (auto bytes = decodeDataURLPayload(*data))
-            writer.add(filename->utf8(), std::move(bytes));
+        const auto bytes = filename && data ? decodeDataURLPayload(*data) : nullptr;
+        if (!bytes)
+            return;
+        const auto name = filename->utf8();
+        if (const auto error = writeFileInFolder(m_folder, name, bytes->span()))
+            m_platform.log().print("❌ Error saving " + name + ": " + *error);
+        else
+            ++m_saved;
     }
-    writer.finish();
-    return saved + countSaved(log, writer);
-}
+
+    Platform& m_platform;
+    std::filesystem::path m_folder;
+    std::vector<StringObject> m_files; // those that are written are empty
+    std::size_t m_next = 0;
+    std::size_t m_saved = 0;
+};
 
 }
 
@@ -79,12 +104,9 @@ void chooseFolderAndSaveFiles(Platform& platform, std::vector<StringObject> file
     panel->setCanCreateDirectories(true);
     panel->setMessage(localized("Choose a folder to save {} files", std::to_string(files.size())));
     panel->setPrompt(localized("Save Here"));
-    panel->beginWithCompletionHandler([&platform, files = std::move(files)](ModalResponse response, const auto& url) {
-        if (response != ModalResponse::ok || !url)
-            return;
-        const auto saved = saveFiles(platform.log(), *url, files);
-        platform.log().print("✅ Saved " + std::to_string(saved) + "/" + std::to_string(files.size())
-                             + " files to: " + url->string());
+    panel->beginWithCompletionHandler([&platform, files = std::move(files)](auto response, const auto& url) mutable {
+        if (response == ModalResponse::ok && url)
+            std::make_shared<Batch>(platform, *url, std::move(files))->write();
     });
 }
 

@@ -55,7 +55,7 @@ void appendBase64(std::string& text, std::span<const std::byte> bytes)
 
 }
 
-std::unique_ptr<const Bytes> decodeDataURLPayload(const Text& dataURL)
+std::shared_ptr<const Bytes> decodeDataURLPayload(const Text& dataURL)
 {
     return dataURL.base64AfterFirstComma();
 }

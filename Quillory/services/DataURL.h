@@ -10,7 +10,7 @@ namespace quillory {
 
 // The bytes of a data URL: what follows its first comma, decoded as base64. Nothing before the comma
 // is looked at. Null when there is no comma or the payload is not base64 to the letter.
-std::unique_ptr<const Bytes> decodeDataURLPayload(const Text& dataURL);
+std::shared_ptr<const Bytes> decodeDataURLPayload(const Text& dataURL);
 
 // A data URL that is not written out yet, so that a large image goes straight from its bytes into the
 // text it is needed in.

@@ -51,13 +51,13 @@ std::optional<std::string> decode(std::string_view payload)
 
 }
 
-std::unique_ptr<const Bytes> PlainText::base64AfterFirstComma() const
+std::shared_ptr<const Bytes> PlainText::base64AfterFirstComma() const
 {
     const auto comma = m_text.find(',');
     if (comma == std::string::npos)
         return nullptr;
     auto bytes = decode(std::string_view(m_text).substr(comma + 1));
-    return bytes ? std::make_unique<StringBytes>(std::move(*bytes)) : nullptr;
+    return bytes ? std::make_shared<StringBytes>(std::move(*bytes)) : nullptr;
 }
 
 PlainValue::PlainValue(Array value)

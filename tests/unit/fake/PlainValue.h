@@ -18,7 +18,7 @@ public:
     {
     }
     std::string utf8() const override { return m_text; }
-    std::unique_ptr<const Bytes> base64AfterFirstComma() const override;
+    std::shared_ptr<const Bytes> base64AfterFirstComma() const override;
 
 private:
     std::string m_text;

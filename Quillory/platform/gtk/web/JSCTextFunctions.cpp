@@ -1,7 +1,8 @@
 #include "platform/gtk/web/JSCTextFunctions.h"
 
+#include <cstdlib>
+#include <new>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace quillory::gtk {
@@ -9,25 +10,28 @@ namespace quillory::gtk {
 namespace {
 
 // The engine's decoder passes over white space and missing padding. Every character that it passed over
-// makes the result shorter than the text's length promises, so the length tells a strict text. Decoding into
-// an array that is there already takes half the memory of making one.
+// makes the result shorter than the text's length promises, so the length tells a strict text.
+// Moving a buffer's content into an empty one detaches it from its memory, which the engine would otherwise
+// keep until it next collects garbage.
 // Converting to UTF-8 stops at an unpaired surrogate, so these are replaced before.
 constexpr std::string_view source = R"(({
-    decoded(text, spare) {
+    decodedLength(text) {
         const comma = text.indexOf(",");
-        if (comma < 0)
-            return null;
-        const payload = text.substring(comma + 1);
-        const pads = payload.endsWith("==") ? 2 : payload.endsWith("=") ? 1 : 0;
-        if (payload.length % 4 !== 0)
-            return null;
+        const length = text.length - comma - 1;
+        if (comma < 0 || length % 4 !== 0)
+            return -1;
+        const pads = text.endsWith("==") ? 2 : text.endsWith("=") ? 1 : 0;
+        return length / 4 * 3 - pads;
+    },
+    decode(text, buffer) {
         try {
-            const length = payload.length / 4 * 3 - pads;
-            const bytes = spare?.byteLength >= length ? new Uint8Array(spare, 0, length) : new Uint8Array(length);
-            const {read, written} = bytes.setFromBase64(payload);
-            return read === payload.length && written === bytes.length ? bytes : null;
+            const payload = text.substring(text.indexOf(",") + 1);
+            const {read, written} = new Uint8Array(buffer).setFromBase64(payload);
+            return read === payload.length && written === buffer.byteLength;
         } catch {
-            return null;
+            return false;
+        } finally {
+            buffer.transfer(0);
         }
     },
     wellFormed(text) { return text.toWellFormed(); },
@@ -35,60 +39,64 @@ constexpr std::string_view source = R"(({
 
 constexpr const char* nameInContext = "quilloryTextFunctions";
 
-constexpr std::size_t mostSpares = 4;
-constexpr gsize largestSpare = 1 << 20; // bytes
+// Memory that is not cleared first.
+class Memory final : public Bytes {
+public:
+    explicit Memory(std::size_t size)
+        : m_size(size)
+        , m_data(std::malloc(size), std::free)
+    {
+        if (!m_data && size > 0)
+            throw std::bad_alloc();
+    }
 
-gsize sizeOf(::JSCValue* buffer)
-{
-    return jsc_value_is_array_buffer(buffer) ? jsc_value_array_buffer_get_size(buffer) : 0;
+    std::span<const std::byte> span() const override { return {static_cast<const std::byte*>(m_data.get()), m_size}; }
+    void* data() { return m_data.get(); }
+
+private:
+    std::size_t m_size;
+    std::unique_ptr<void, decltype(&std::free)> m_data;
+};
+
+using SharedMemory = std::shared_ptr<Memory>;
+
+// Null if there is none.
+SharedMemory allocate(double size)
+try {
+    return std::make_shared<Memory>(static_cast<std::size_t>(size));
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
-// The engine would keep the memory until it next collects garbage; moving the buffer's content into an empty
-// one frees it now.
-void freeMemory(::JSCValue* buffer)
+// Holds the memory until the engine lets it go.
+GObjectPtr<::JSCValue> bufferOver(const SharedMemory& memory, JSCContext* context)
 {
-    if (jsc_value_is_array_buffer(buffer))
-        const GObjectPtr<::JSCValue> empty(
-            jsc_value_object_invoke_method(buffer, "transfer", G_TYPE_INT, 0, G_TYPE_NONE));
+    const auto release = [](gpointer held) { std::unique_ptr<SharedMemory>(static_cast<SharedMemory*>(held)); };
+    auto held = std::make_unique<SharedMemory>(memory);
+    return GObjectPtr<::JSCValue>(
+        jsc_value_new_array_buffer(context, memory->data(), memory->span().size(), release, held.release()));
 }
 
-}
-
-JSCTextFunctions::~JSCTextFunctions()
-{
-    for (const auto& buffer : m_spares)
-        freeMemory(buffer.get());
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)
 {
-    return call(m_wellFormed, "wellFormed", {text});
+    auto result = call(m_wellFormed, "wellFormed", {text});
+    if (!jsc_value_is_string(result.get()))
+        throw std::bad_alloc();
+    return result;
 }
 
-GObjectPtr<::JSCValue> JSCTextFunctions::decodedAfterFirstComma(::JSCValue* text)
+std::shared_ptr<const Bytes> JSCTextFunctions::decodedAfterFirstComma(::JSCValue* text)
 {
-    GObjectPtr<::JSCValue> spare;
-    if (m_spares.empty()) {
-        spare.reset(jsc_value_new_null(m_context.get()));
-    } else {
-        spare = std::move(m_spares.back());
-        m_spares.pop_back();
-    }
-    auto array = call(m_decoded, "decoded", {text, spare.get()});
-    const bool decoded = array && jsc_value_is_typed_array(array.get());
-    // One that is too small is not tried again.
-    if (!decoded || jsc_value_typed_array_get_size(array.get()) > sizeOf(spare.get()))
-        freeMemory(spare.get());
-    return decoded ? std::move(array) : nullptr;
-}
-
-void JSCTextFunctions::giveBack(::JSCValue* array)
-{
-    GObjectPtr<::JSCValue> buffer(jsc_value_typed_array_get_buffer(array));
-    if (m_spares.size() < mostSpares && sizeOf(buffer.get()) <= largestSpare)
-        m_spares.push_back(std::move(buffer));
-    else
-        freeMemory(buffer.get());
+    const double length = jsc_value_to_double(call(m_decodedLength, "decodedLength", {text}).get());
+    auto memory = length < 0 ? nullptr : allocate(length);
+    if (!memory)
+        return nullptr;
+    const auto buffer = bufferOver(memory, m_context.get());
+    if (!buffer || !jsc_value_to_boolean(call(m_decode, "decode", {text, buffer.get()}).get()))
+        return nullptr;
+    return memory;
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::call(GObjectPtr<::JSCValue>& function, const char* name,

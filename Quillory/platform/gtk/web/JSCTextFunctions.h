@@ -3,8 +3,9 @@
 #include <jsc/jsc.h>
 
 #include <initializer_list>
-#include <vector>
+#include <memory>
 
+#include "platform/Text.h"
 #include "platform/glib/GObjectPtr.h"
 
 namespace quillory::gtk {
@@ -18,20 +19,14 @@ public:
         : m_context(retain(context))
     {
     }
-    ~JSCTextFunctions();
-    JSCTextFunctions(const JSCTextFunctions&) = delete;
-    JSCTextFunctions& operator=(const JSCTextFunctions&) = delete;
 
     JSCContext* context() const { return m_context.get(); }
 
-    // `text` with U+FFFD for every unpaired surrogate.
+    // `text` with U+FFFD for every unpaired surrogate. Throws std::bad_alloc if there is no memory for it.
     GObjectPtr<::JSCValue> wellFormed(::JSCValue* text);
-    // An array of the bytes that the base64 text after the first comma stands for, or null if there is no
-    // comma or that is no strict base64.
-    GObjectPtr<::JSCValue> decodedAfterFirstComma(::JSCValue* text);
-    // Frees the memory of such an array, or keeps it for the next one if it is small: the system takes as long to
-    // hand out memory as the engine to decode into it.
-    void giveBack(::JSCValue* array);
+    // The bytes that the base64 text after the first comma stands for, or null if there is no comma, that is no
+    // strict base64, or there is no memory for them. They are not the engine's: freed with their last holder.
+    std::shared_ptr<const Bytes> decodedAfterFirstComma(::JSCValue* text);
 
 private:
     GObjectPtr<::JSCValue> call(GObjectPtr<::JSCValue>& function, const char* name,
@@ -41,9 +36,8 @@ private:
     GObjectPtr<JSCContext> m_context;
     // Looked up when they are first called.
     GObjectPtr<::JSCValue> m_wellFormed;
-    GObjectPtr<::JSCValue> m_decoded;
-    // Buffers that no array uses.
-    std::vector<GObjectPtr<::JSCValue>> m_spares;
+    GObjectPtr<::JSCValue> m_decodedLength;
+    GObjectPtr<::JSCValue> m_decode;
 };
 
 }

@@ -2,34 +2,6 @@
 
 namespace quillory::gtk {
 
-namespace {
-
-// A typed array's memory, read in place.
-class JSCBytes final : public Bytes {
-public:
-    JSCBytes(GObjectPtr<::JSCValue> array, std::shared_ptr<JSCTextFunctions> functions)
-        : m_array(std::move(array))
-        , m_functions(std::move(functions))
-    {
-    }
-    JSCBytes(const JSCBytes&) = delete;
-    JSCBytes& operator=(const JSCBytes&) = delete;
-    ~JSCBytes() override { m_functions->giveBack(m_array.get()); }
-
-    std::span<const std::byte> span() const override
-    {
-        gsize length = 0;
-        const void* data = jsc_value_typed_array_get_data(m_array.get(), &length);
-        return {static_cast<const std::byte*>(data), length};
-    }
-
-private:
-    GObjectPtr<::JSCValue> m_array;
-    std::shared_ptr<JSCTextFunctions> m_functions;
-};
-
-}
-
 std::string JSCText::utf8() const
 {
     const auto text = m_functions->wellFormed(m_value.get());
@@ -39,10 +11,9 @@ std::string JSCText::utf8() const
     return {data, size};
 }
 
-std::unique_ptr<const Bytes> JSCText::base64AfterFirstComma() const
+std::shared_ptr<const Bytes> JSCText::base64AfterFirstComma() const
 {
-    auto bytes = m_functions->decodedAfterFirstComma(m_value.get());
-    return bytes ? std::make_unique<JSCBytes>(std::move(bytes), m_functions) : nullptr;
+    return m_functions->decodedAfterFirstComma(m_value.get());
 }
 
 Value::Kind JSCValue::kind() const

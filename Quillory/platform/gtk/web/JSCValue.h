@@ -23,7 +23,7 @@ public:
     }
 
     std::string utf8() const override;
-    std::unique_ptr<const Bytes> base64AfterFirstComma() const override;
+    std::shared_ptr<const Bytes> base64AfterFirstComma() const override;
 
 private:
     GObjectPtr<::JSCValue> m_value;
