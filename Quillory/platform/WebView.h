@@ -69,6 +69,9 @@ public:
     using FileDropHandler = std::function<void(const std::vector<std::filesystem::path>& files)>;
     virtual void setFileDropHandler(FileDropHandler handler) = 0;
 
+    // Told when the page ends because another document takes its place, the same one anew or its process is gone.
+    virtual void setPageEndHandler(std::function<void()> handler) = 0;
+
     // Runs `script` (UTF-8) in the page. `completion` is called exactly once, on a later turn of the
     // main thread, also when the page's process has died.
     virtual void evaluateJavaScript(std::string script, EvaluationCompletion completion) = 0;

@@ -39,10 +39,11 @@ std::optional<std::vector<StringObject>> readFiles(const Value& body)
 // Writes the files of one batch in their order. It holds itself until the last one is written.
 class Batch : public std::enable_shared_from_this<Batch> {
 public:
-    Batch(Platform& platform, std::filesystem::path folder, std::vector<StringObject> files)
-        : m_platform(platform)
+    Batch(ServiceContext context, std::filesystem::path folder, std::vector<StringObject> files, Reply reply)
+        : m_context(std::move(context))
         , m_folder(std::move(folder))
         , m_files(std::move(files))
+        , m_reply(std::move(reply))
     {
     }
 
@@ -52,11 +53,10 @@ public:
         const auto end = std::chrono::steady_clock::now() + longestTurn;
         for (; m_next < m_files.size(); ++m_next) {
             if (std::chrono::steady_clock::now() >= end)
-                return m_platform.mainQueue().asyncAfter(rest, [self = shared_from_this()] { self->write(); });
+                return m_context.platform.mainQueue().asyncAfter(rest, [self = shared_from_this()] { self->write(); });
             writeFile(std::exchange(m_files[m_next], {}));
         }
-        m_platform.log().print("✅ Saved " + std::to_string(m_saved) + "/" + std::to_string(m_files.size())
-                               + " files to: " + m_folder.string());
+        finish();
     }
 
 private:
@@ -64,49 +64,70 @@ private:
     {
         const auto filename = textForKey(file, "filename");
         const auto data = textForKey(file, "data");
+        const auto name = filename ? filename->utf8() : std::string();
         const auto bytes = filename && data ? decodeDataURLPayload(*data) : nullptr;
         if (!bytes)
-            return;
-        const auto name = filename->utf8();
-        if (const auto error = writeFileInFolder(m_folder, name, bytes->span()))
-            m_platform.log().print("❌ Error saving " + name + ": " + *error);
-        else
-            ++m_saved;
+            return fail(name, localized("There is no content that can be read"));
+        if (const auto error = writeFileInFolder(m_folder, name, bytes->span())) {
+            m_context.platform.log().print("❌ Error saving " + name + ": " + *error);
+            return fail(name, localized(error->c_str()));
+        }
+        ++m_saved;
     }
 
-    Platform& m_platform;
+    void fail(const std::string& name, const std::string& reason)
+    {
+        m_failures.push_back(name.empty() ? reason : name + ": " + reason);
+    }
+
+    void finish() const
+    {
+        m_context.platform.log().print("✅ Saved " + std::to_string(m_saved) + "/" + std::to_string(m_files.size())
+                                       + " files to: " + m_folder.string());
+        if (m_failures.empty())
+            return m_reply.savedInto(m_folder);
+        m_context.failures->notAllSaved(m_saved, m_files.size(), m_failures);
+        m_reply.failed(m_folder.filename(), m_failures.front());
+    }
+
+    ServiceContext m_context;
     std::filesystem::path m_folder;
     std::vector<StringObject> m_files; // those that are written are empty
+    Reply m_reply;
+    std::vector<std::string> m_failures;
     std::size_t m_next = 0;
     std::size_t m_saved = 0;
 };
 
 }
 
-void handleNativeBatchDownload(Platform& platform, const ScriptMessage& message)
+void handleNativeBatchDownload(const ServiceContext& context, const ScriptMessage& message)
 {
+    auto& log = context.platform.log();
+    const Reply reply(context.loadedPage, *message.body);
     auto files = readFiles(*message.body);
     if (!files) {
-        platform.log().print("❌ Invalid batch download message");
-        return;
+        log.print("❌ Invalid batch download message");
+        return reply.failed({}, "Invalid batch download message");
     }
-    platform.log().print("📥 Batch download requested: " + std::to_string(files->size()) + " files");
-    platform.mainQueue().async(
-        [&platform, files = std::move(*files)]() mutable { chooseFolderAndSaveFiles(platform, std::move(files)); });
+    log.print("📥 Batch download requested: " + std::to_string(files->size()) + " files");
+    context.platform.mainQueue().async(
+        [=, files = std::move(*files)]() mutable { chooseFolderAndSaveFiles(context, std::move(files), reply); });
 }
 
-void chooseFolderAndSaveFiles(Platform& platform, std::vector<StringObject> files)
+void chooseFolderAndSaveFiles(const ServiceContext& context, std::vector<StringObject> files, const Reply& reply)
 {
-    const auto panel = platform.makeOpenPanel();
+    const auto panel = context.platform.makeOpenPanel();
     panel->setCanChooseFiles(false);
     panel->setCanChooseDirectories(true);
     panel->setAllowsMultipleSelection(false);
     panel->setCanCreateDirectories(true);
     panel->setMessage(localized("Choose a folder to save {} files", std::to_string(files.size())));
     panel->setPrompt(localized("Save Here"));
-    panel->beginWithCompletionHandler([&platform, files = std::move(files)](auto response, const auto& url) mutable {
-        if (response == ModalResponse::ok && url)
-            std::make_shared<Batch>(platform, *url, std::move(files))->write();
+    panel->beginWithCompletionHandler([=, files = std::move(files)](auto response, const auto& url) mutable {
+        if (response != ModalResponse::ok || !url)
+            return reply.cancelled();
+        std::make_shared<Batch>(context, *url, std::move(files), reply)->write();
     });
 }
 

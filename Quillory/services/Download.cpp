@@ -21,44 +21,70 @@ std::optional<ContentType> allowedType(const std::string& filename)
     return std::nullopt;
 }
 
+void saveFile(const ServiceContext& context, const std::filesystem::path& file, const Bytes& bytes, const Reply& reply)
+{
+    if (const auto error = writeFile(file, bytes.span())) {
+        context.platform.log().print("❌ Error saving file: " + *error);
+        context.failures->notSaved(file.filename(), *error);
+        reply.failed(file.filename(), *error);
+    } else {
+        context.platform.log().print("✅ File saved to: " + file.string());
+        reply.saved(file);
+    }
 }
 
-void handleNativeDownload(Platform& platform, const ScriptMessage& message)
+void saveFileAgain(const ServiceContext& context, const std::string& filename, std::shared_ptr<const Bytes> bytes,
+                   const Reply& reply)
 {
+    const auto file = reply.namedFile();
+    if (!file) {
+        constexpr const char* error = "The page has no such file";
+        context.platform.log().print(std::string("❌ Error saving file: ") + error);
+        return reply.failed(filename, error);
+    }
+    context.platform.mainQueue().async([=, bytes = std::move(bytes)] { saveFile(context, *file, *bytes, reply); });
+}
+
+}
+
+void handleNativeDownload(const ServiceContext& context, const ScriptMessage& message)
+{
+    auto& log = context.platform.log();
+    const Reply reply(context.loadedPage, *message.body);
     const auto body = readStringObject(*message.body);
     const auto filename = body ? textForKey(*body, "filename") : nullptr;
     const auto data = body ? textForKey(*body, "data") : nullptr;
     if (!filename || !data) {
-        platform.log().print("❌ Invalid download message");
-        return;
+        log.print("❌ Invalid download message");
+        return reply.failed({}, "Invalid download message");
     }
     const auto name = filename->utf8();
-    platform.log().print("📥 Native download requested: " + name);
+    log.print("📥 Native download requested: " + name);
 
     std::shared_ptr<const Bytes> bytes = decodeDataURLPayload(*data);
     if (!bytes) {
-        platform.log().print("❌ Failed to decode data URL");
-        return;
+        log.print("❌ Failed to decode data URL");
+        return reply.failed(name, "Failed to decode data URL");
     }
-    platform.log().print("✅ Decoded " + std::to_string(bytes->span().size()) + " bytes");
-    platform.mainQueue().async([&platform, name, bytes = std::move(bytes)] { showSavePanel(platform, name, bytes); });
+    log.print("✅ Decoded " + std::to_string(bytes->span().size()) + " bytes");
+    if (reply.namesFile())
+        return saveFileAgain(context, name, std::move(bytes), reply);
+    context.platform.mainQueue().async([=, bytes = std::move(bytes)] { showSavePanel(context, name, bytes, reply); });
 }
 
-void showSavePanel(Platform& platform, const std::string& filename, std::shared_ptr<const Bytes> bytes)
+void showSavePanel(const ServiceContext& context, const std::string& filename, std::shared_ptr<const Bytes> bytes,
+                   const Reply& reply)
 {
-    const auto panel = platform.makeSavePanel();
+    const auto panel = context.platform.makeSavePanel();
     panel->setNameFieldStringValue(filename);
     panel->setCanCreateDirectories(true);
     if (const auto type = allowedType(filename))
         panel->setAllowedContentTypes({*type});
 
-    panel->beginWithCompletionHandler([&platform, bytes = std::move(bytes)](ModalResponse response, const auto& url) {
+    panel->beginWithCompletionHandler([=, bytes = std::move(bytes)](ModalResponse response, const auto& url) {
         if (response != ModalResponse::ok || !url)
-            return;
-        if (const auto error = writeFile(*url, bytes->span()))
-            platform.log().print("❌ Error saving file: " + *error);
-        else
-            platform.log().print("✅ File saved to: " + url->string());
+            return reply.cancelled(filename);
+        saveFile(context, *url, *bytes, reply);
     });
 }
 

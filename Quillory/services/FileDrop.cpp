@@ -6,14 +6,13 @@
 
 namespace quillory {
 
-void openDroppedFiles(Platform& platform, const std::weak_ptr<Page>& page,
-                      const std::vector<std::filesystem::path>& files)
+void openDroppedFiles(const ServiceContext& context, const std::vector<std::filesystem::path>& files)
 {
     for (const auto& file : files) {
         if (isImageFile(file))
-            openImageFile(platform, page, file);
+            openImageFile(context, file);
         else if (pathExtension(file.string()) == "json")
-            openProjectFile(platform, page, file);
+            openProjectFile(context, file);
     }
 }
 

@@ -12,36 +12,39 @@ std::variant<std::string, ReadError> readText(const std::filesystem::path& path)
 {
     auto content = readFile(path);
     if (const auto* text = std::get_if<std::string>(&content); text != nullptr && !isValidUTF8(*text))
-        return ReadError {"The file is not valid UTF-8 text"};
+        return ReadError {localizable("The file is not valid UTF-8 text")};
     return content;
 }
 
 }
 
-void showFilePicker(Platform& platform, std::weak_ptr<Page> page)
+void showFilePicker(const ServiceContext& context, const Reply& reply)
 {
-    const auto panel = platform.makeOpenPanel();
+    const auto panel = context.platform.makeOpenPanel();
     panel->setCanChooseFiles(true);
     panel->setCanChooseDirectories(false);
     panel->setAllowsMultipleSelection(false);
     panel->setAllowedContentTypes({ContentType::json});
     panel->setMessage(localized("Select a Quillory project file"));
-    panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
-        if (response == ModalResponse::ok && url)
-            openProjectFile(platform, page, *url);
+    panel->beginWithCompletionHandler([=](ModalResponse response, const auto& url) {
+        if (response != ModalResponse::ok || !url)
+            return reply.cancelled();
+        openProjectFile(context, *url, reply);
     });
 }
 
-void openProjectFile(Platform& platform, const std::weak_ptr<Page>& page, const std::filesystem::path& file)
+void openProjectFile(const ServiceContext& context, const std::filesystem::path& file, const Reply& reply)
 {
     auto content = readText(file);
     if (const auto* error = std::get_if<ReadError>(&content)) {
-        platform.log().print("❌ Error reading file: " + error->description);
-        return;
+        context.platform.log().print("❌ Error reading file: " + error->description);
+        context.failures->notOpened(file.filename(), error->description);
+        return reply.failed(file.filename(), error->description);
     }
-    if (const auto receiver = page.lock())
+    reply.opened(file);
+    if (const auto receiver = context.page.lock())
         receiver->sendFileContentToPage(std::get<std::string>(std::move(content)));
-    platform.log().print("✅ File loaded: " + file.filename().string());
+    context.platform.log().print("✅ File loaded: " + file.filename().string());
 }
 
 }

@@ -1,17 +1,16 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 
-#include "platform/Platform.h"
-#include "services/Page.h"
+#include "services/Reply.h"
+#include "services/ServiceContext.h"
 
 namespace quillory {
 
 // Lets the user choose a project file and hands its text to the page, if there still is one.
-void showFilePicker(Platform& platform, std::weak_ptr<Page> page);
+void showFilePicker(const ServiceContext& context, const Reply& reply);
 
 // The same with a file that was chosen already.
-void openProjectFile(Platform& platform, const std::weak_ptr<Page>& page, const std::filesystem::path& file);
+void openProjectFile(const ServiceContext& context, const std::filesystem::path& file, const Reply& reply = {});
 
 }

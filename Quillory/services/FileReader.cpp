@@ -6,6 +6,7 @@
 
 #include <system_error>
 
+#include "platform/Localization.h"
 #include "support/FileDescriptor.h"
 
 namespace quillory {
@@ -33,7 +34,7 @@ std::variant<std::string, ReadError> readFile(const std::filesystem::path& path)
     if (S_ISDIR(status.st_mode))
         return failure(EISDIR);
     if (!S_ISREG(status.st_mode))
-        return ReadError {"Not a regular file"};
+        return ReadError {localizable("Not a regular file")};
 
     std::string content;
     const auto size = static_cast<std::size_t>(status.st_size);

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <system_error>
 
+#include "platform/Localization.h"
 #include "support/FileDescriptor.h"
 
 namespace quillory {
@@ -151,7 +152,7 @@ std::optional<std::string> write(const Target& target, std::span<const std::byte
         created = true;
     }
     if (!file)
-        return errno == EXDEV ? "The name leads out of the chosen folder" : describe(errno);
+        return errno == EXDEV ? localizable("The name leads out of the chosen folder") : describe(errno);
 
     struct stat status { };
     if (fstat(file.get(), &status) != 0)

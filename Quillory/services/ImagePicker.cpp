@@ -36,31 +36,31 @@ bool isImageFile(const std::filesystem::path& file)
     return imageType(file) != imageTypes.end();
 }
 
-void showImagePicker(Platform& platform, std::weak_ptr<Page> page)
+void showImagePicker(const ServiceContext& context)
 {
-    const auto panel = platform.makeOpenPanel();
+    const auto panel = context.platform.makeOpenPanel();
     panel->setCanChooseFiles(true);
     panel->setCanChooseDirectories(false);
     panel->setAllowsMultipleSelection(false);
     panel->setAllowedContentTypes({imageTypes.begin(), imageTypes.end()});
     panel->setMessage(localized("Select an image to add to canvas"));
-    panel->beginWithCompletionHandler([&platform, page](ModalResponse response, const auto& url) {
+    panel->beginWithCompletionHandler([=](ModalResponse response, const auto& url) {
         if (response == ModalResponse::ok && url)
-            openImageFile(platform, page, *url);
+            openImageFile(context, *url);
     });
 }
 
-void openImageFile(Platform& platform, const std::weak_ptr<Page>& page, const std::filesystem::path& file)
+void openImageFile(const ServiceContext& context, const std::filesystem::path& file)
 {
     auto content = readFile(file);
     if (const auto* error = std::get_if<ReadError>(&content)) {
-        platform.log().print("❌ Error reading image: " + error->description);
-        return;
+        context.platform.log().print("❌ Error reading image: " + error->description);
+        return context.failures->notOpened(file.filename(), error->description);
     }
-    if (const auto receiver = page.lock())
+    if (const auto receiver = context.page.lock())
         receiver->sendImageToPage(
             {imageMimeType(file), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
-    platform.log().print("✅ Image loaded: " + file.filename().string());
+    context.platform.log().print("✅ Image loaded: " + file.filename().string());
 }
 
 }

@@ -1,19 +1,17 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <string>
 
-#include "platform/Platform.h"
-#include "services/Page.h"
+#include "services/ServiceContext.h"
 
 namespace quillory {
 
 // Lets the user choose an image file and hands its bytes, as they are, to the page, if there still is one.
-void showImagePicker(Platform& platform, std::weak_ptr<Page> page);
+void showImagePicker(const ServiceContext& context);
 
 // The same with a file that was chosen already.
-void openImageFile(Platform& platform, const std::weak_ptr<Page>& page, const std::filesystem::path& file);
+void openImageFile(const ServiceContext& context, const std::filesystem::path& file);
 
 // By the file name's extension alone; "image/png" for one that is not known.
 std::string imageMimeType(const std::filesystem::path& file);

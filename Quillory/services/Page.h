@@ -15,6 +15,8 @@ public:
     virtual void sendFileContentToPage(std::string content) = 0;
     virtual void sendImageToPage(DataURL image) = 0;
     virtual void sendPasteContentToPage(std::string content) = 0;
+    // How a request ended, as JSON. Nothing is logged.
+    virtual void sendResultToPage(std::string result) = 0;
 };
 
 }

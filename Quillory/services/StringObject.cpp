@@ -2,12 +2,21 @@
 
 namespace quillory {
 
+namespace {
+
+constexpr std::size_t mostKeys = 100'000;
+
+}
+
 std::optional<StringObject> readStringObject(const Value& value)
 {
     if (value.kind() != Value::Kind::object)
         return std::nullopt;
+    auto keys = value.keys();
+    if (keys.size() > mostKeys)
+        return std::nullopt;
     StringObject object;
-    for (auto& key : value.keys()) {
+    for (auto& key : keys) {
         auto text = value.at(key)->text();
         if (!text)
             return std::nullopt;

@@ -4,7 +4,7 @@
 
 #include "platform/Platform.h"
 #include "services/Clipboard.h"
-#include "services/Page.h"
+#include "services/ServiceContext.h"
 #include "web/PageCall.h"
 #include "web/WebView.h"
 
@@ -22,12 +22,18 @@ public:
     std::weak_ptr<quillory::WebView> webView;
 
     void didReceiveScriptMessage(UserContentController& controller, const ScriptMessage& message) override;
-    void handleNativeFilePicker();
+    void handleNativeFilePicker(const ScriptMessage& message);
     void handleNativeImagePicker();
 
     void sendFileContentToPage(std::string content) override;
     void sendImageToPage(DataURL image) override;
     void sendPasteContentToPage(std::string content) override;
+    void sendResultToPage(std::string result) override;
+
+    // What the services do their work with, for the page that is loaded now.
+    ServiceContext context();
+    // Forgets what the page was given: there will be another one.
+    void pageEnded();
 
 private:
     explicit Coordinator(Platform& platform);
@@ -35,6 +41,8 @@ private:
     void evaluate(const PageCall& call, std::string script);
 
     Platform& m_platform;
+    std::shared_ptr<FailureAlert> m_failures;
+    std::shared_ptr<LoadedPage> m_loadedPage;
     std::shared_ptr<Clipboard> m_clipboard;
 };
 

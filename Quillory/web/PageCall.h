@@ -22,6 +22,9 @@ inline constexpr PageCall imageCall {"window.handleNativeImageContent('", "✅ I
 inline constexpr PageCall pasteContentCall {"window.handleNativePasteContent('", "✅ Paste content sent to JavaScript",
                                             "❌ JavaScript paste error: "};
 
+// What it calls is not logged.
+inline constexpr PageCall resultCall {"window.handleNativeResult('", {}, {}};
+
 // Makes of `text` what a single-quoted script literal needs in order to have exactly that value:
 // backslashes, apostrophes, line feeds and carriage returns get a backslash, all else stays. `before` and
 // `after` are put around it. A text that has room for all that is rewritten where it is.

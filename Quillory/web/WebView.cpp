@@ -23,8 +23,15 @@ std::shared_ptr<quillory::WebView> WebView::makeNSView(const Context& context) c
     auto view = m_platform.makeWebView(std::move(configuration));
     view->setNavigationDelegate(context.coordinator);
     context.coordinator->webView = view;
-    view->setFileDropHandler([&platform = m_platform, page = std::weak_ptr<Page>(context.coordinator)](
-                                 const auto& files) { openDroppedFiles(platform, page, files); });
+    const std::weak_ptr<Coordinator> weak = context.coordinator;
+    view->setFileDropHandler([weak](const auto& files) {
+        if (const auto coordinator = weak.lock())
+            openDroppedFiles(coordinator->context(), files);
+    });
+    view->setPageEndHandler([weak] {
+        if (const auto coordinator = weak.lock())
+            coordinator->pageEnded();
+    });
 
     if (const auto resources = m_platform.mainBundle().resourceURL()) {
         const auto folder = *resources / "WebContent";

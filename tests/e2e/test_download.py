@@ -1,6 +1,7 @@
 """Saving one exported file, with the real panel and a real disk."""
 import base64
 import hashlib
+import json
 import re
 
 from desktop import wait_for
@@ -56,6 +57,36 @@ def test_downloads_asked_for_together_have_a_panel_each(launch, portal, tmp_path
         portal.answer(panel, tmp_path / name)
         app.log.wait(f"✅ File saved to: {tmp_path / name}")
         assert (tmp_path / name).read_text() == name[0]
+
+
+def test_a_page_that_asks_saves_in_place_until_it_is_loaded_anew(launch, portal, tmp_path):
+    app = launch(env=Portal.ENVIRONMENT)
+    target = tmp_path / "plan.txt"
+
+    def start(content, **keys):
+        return app.start_script(f"""
+            const got = new Promise((resolve) => {{ window.handleNativeResult = (text) => resolve(JSON.parse(text)); }});
+            post("nativeDownload", {json.dumps(download("a.txt", content) | {"reply": "it's 1"} | keys)});
+            return got;""")
+
+    number = start(b"first")
+    portal.choose(target)
+    saved = app.result(number)
+    assert saved == {"reply": "it's 1", "result": "saved", "name": "plan.txt", "file": saved["file"]}
+    inode = target.stat().st_ino
+    assert app.result(start(b"second", file=saved["file"])) == saved
+    assert (target.read_bytes(), target.stat().st_ino) == (b"second", inode)
+
+    for script in app.page_folder.glob("script-*.js"):
+        script.unlink()
+    lines = len(app.log.lines)
+    app.start_script("location.reload()")
+    app.wait_ready(lines)
+    app.forget_scripts()
+    start(b"third", file=saved["file"])
+    app.log.wait("❌ Error saving file: The page has no such file", lines)
+    assert target.read_bytes() == b"second"
+    assert app.own_errors() == []
 
 
 def test_hundreds_of_mebibytes_byte_for_byte(launch, portal, tmp_path):

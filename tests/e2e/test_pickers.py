@@ -61,6 +61,7 @@ def test_files_that_cannot_be_read(shell, portal, tmp_path):
         start = shell.post("nativeFilePicker", None)
         portal.choose(path)
         shell.log.wait(f"❌ Error reading file: {error}", after=start)
+    shell.desktop.wait_window("“invalid.json” was not opened")
     start = shell.post("nativeImagePicker", None)
     portal.choose(pipe)
     shell.log.wait("❌ Error reading image: Not a regular file", after=start)

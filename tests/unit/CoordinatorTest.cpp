@@ -48,7 +48,36 @@ protected:
     Lines choose(const std::filesystem::path& path)
     {
         takePanel().completion(ModalResponse::ok, path);
+        finish();
         return platform.lines();
+    }
+
+    // Does what is still to be done, a batch's further turns too.
+    void finish()
+    {
+        for (platform.runMainQueue(); !platform.delayed.empty(); platform.runMainQueue()) {
+            for (const auto& [delay, work] : std::exchange(platform.delayed, {}))
+                work();
+        }
+    }
+
+    // The scripts that a page gets which asks how a request ended; without `chosen` its panel is cancelled.
+    std::vector<std::string> answers(const std::string& name, Object body,
+                                     const std::optional<std::filesystem::path>& chosen = {})
+    {
+        view->scripts.clear();
+        body["reply"] = "it's 1";
+        linesAfter(name, body);
+        if (!platform.panels.empty())
+            takePanel().completion(chosen ? ModalResponse::ok : ModalResponse::cancel, chosen);
+        finish();
+        return view->scripts;
+    }
+
+    static std::string answer(const std::string& result, const std::string& name, const std::string& rest = {})
+    {
+        return R"(window.handleNativeResult('{"reply":"it\'s 1","result":")" + result + R"(","name":")" + name + '"'
+            + rest + "}');";
     }
 
     FakePlatform platform;
@@ -57,6 +86,15 @@ protected:
         std::dynamic_pointer_cast<fake::FakeWebView>(WebView(platform).makeNSView({coordinator}));
     TemporaryFolder folder;
 };
+
+// A download with so many keys.
+PlainValue withKeys(int count)
+{
+    Object object {{"filename", "a.png"}, {"data", ",QUJD"}};
+    for (int i = 2; i < count; ++i)
+        object[std::to_string(i)] = "";
+    return object;
+}
 
 PlainValue file(const std::string& name, const std::string& data)
 {
@@ -77,12 +115,14 @@ TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
          "❌ Invalid download message",
          {PlainValue(), true, number, "text", Array {}, Object {}, Object {{"filename", "a.png"}},
           Object {{"data", ",QUJD"}}, Object {{"filename", "a.png"}, {"data", ",QUJD"}, {"size", number}},
-          Object {{"filename", "a.png"}, {"data", PlainValue()}}, Object {{"filename", number}, {"data", ",QUJD"}}}},
+          Object {{"filename", "a.png"}, {"data", PlainValue()}}, Object {{"filename", number}, {"data", ",QUJD"}},
+          withKeys(100'001)}},
         {"nativeBatchDownload",
          "❌ Invalid batch download message",
          {PlainValue(), "text", Array {}, Object {}, Object {{"file", Array {}}}, Object {{"files", "text"}},
           Object {{"files", Object {}}}, Object {{"files", Array {file("a", ",QUJD"), number}}},
-          Object {{"files", Array {Object {{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}}}},
+          Object {{"files", Array {Object {{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}},
+          Object {{"files", Array(100'001, Object {})}}}},
         {"nativeCopy",
          "❌ Invalid copy message",
          {PlainValue(), "text", Array {}, Object {}, Object {{"text", "x"}}, Object {{"data", number}},
@@ -133,6 +173,103 @@ TEST_F(CoordinatorTest, SavesADownloadWhereTheUserSays)
 
     linesAfter("nativeDownload", file("a", ",QUJD"));
     EXPECT_THAT(choose(folder.path() / "missing" / "a"), ElementsAre("❌ Error saving file: No such file or directory"));
+}
+
+TEST_F(CoordinatorTest, TellsAPageThatAsksHowItEnded)
+{
+    const auto reason = [](const std::string& text) { return R"(,"reason":")" + text + '"'; };
+    const Object download {{"filename", "a.png"}, {"data", ",QUJD"}};
+    const auto batch = [](const Array& files) { return Object {{"files", files}, {"count", PlainValue::Number {1}}}; };
+    const auto project = folder.write("p.json", "{}");
+    const auto missing = folder.path() / "missing" / "p.json";
+    const auto name = folder.path().filename().string();
+    const std::string noFile = reason("No such file or directory");
+    const struct {
+        const char* message;
+        Object body;
+        std::optional<std::filesystem::path> chosen;
+        std::string answer;
+    } cases[] = {
+        {"nativeDownload", download, {}, answer("cancelled", "a.png")},
+        {"nativeDownload", download, missing, answer("failed", "p.json", noFile)},
+        {"nativeDownload",
+         {{"filename", "a"}, {"data", "!"}},
+         {},
+         answer("failed", "a", reason("Failed to decode data URL"))},
+        {"nativeDownload", {{"filename", "a"}}, {}, answer("failed", "", reason("Invalid download message"))},
+        {"nativeBatchDownload", batch({file("b", ",QUJD")}), folder.path(), answer("saved", name)},
+        {"nativeBatchDownload", batch({file("b", ",QUJD")}), {}, answer("cancelled", "")},
+        {"nativeBatchDownload", batch({file("b", ",QUJD"), file("missing/b", ",")}), folder.path(),
+         answer("failed", name, reason("missing/b: No such file or directory"))},
+        {"nativeBatchDownload", {}, {}, answer("failed", "", reason("Invalid batch download message"))},
+        {"nativeFilePicker", {}, {}, answer("cancelled", "")},
+        {"nativeFilePicker", {}, missing, answer("failed", "p.json", noFile)},
+    };
+    for (const auto& [message, body, chosen, expected] : cases)
+        EXPECT_THAT(answers(message, body, chosen), ElementsAre(expected));
+    EXPECT_THAT(answers("nativeFilePicker", {}, project),
+                ElementsAre(testing::StartsWith(answer("opened", "p.json").substr(0, 60)),
+                            "window.handleNativeFileContent('{}');"));
+}
+
+TEST_F(CoordinatorTest, WritesAFileAgainForThePageThatHasItsHandle)
+{
+    const auto path = folder.write("logo.png", "older");
+    Object body {{"filename", "a.png"}, {"data", ",QUJD"}};
+    const auto saved = answers("nativeDownload", body, path);
+    ASSERT_THAT(saved, ElementsAre(testing::HasSubstr(R"("result":"saved","name":"logo.png","file":")")));
+    body["file"] = saved[0].substr(saved[0].find("file\":\"") + 7, 32);
+    body["data"] = ",QQ==";
+    EXPECT_EQ(answers("nativeDownload", body), saved);
+    EXPECT_THAT(
+        platform.lines(),
+        ElementsAre("📥 Native download requested: a.png", "✅ Decoded 1 bytes", "✅ File saved to: " + path.string()));
+    EXPECT_EQ(folder.read("logo.png"), "A");
+
+    // Without the wish for an answer the key is one of those that nobody reads.
+    linesAfter("nativeDownload", body);
+    EXPECT_EQ(platform.panels.size(), 1U);
+    takePanel();
+
+    // Neither the handle nor what was asked for before outlives the page.
+    linesAfter("nativeDownload", Object {{"filename", "a"}, {"data", ","}, {"reply", "2"}});
+    view->endPage();
+    body["data"] = ",QUJD";
+    EXPECT_THAT(answers("nativeDownload", body),
+                ElementsAre(answer("failed", "a.png", R"(,"reason":"The page has no such file")")));
+    EXPECT_EQ(folder.read("logo.png"), "A");
+    EXPECT_THAT(platform.alerts, IsEmpty());
+}
+
+TEST_F(CoordinatorTest, TellsTheUserWhatWasNotSavedOrOpened)
+{
+    using Texts = std::pair<std::string, std::string>;
+    const auto next = [this] {
+        finish();
+        const auto alert = platform.alerts.empty() ? std::make_shared<fake::FakeAlert>() : platform.alerts.front();
+        platform.alerts.clear();
+        if (alert->answer)
+            alert->answer(alertFirstButtonReturn);
+        return Texts {alert->messageText, alert->informativeText};
+    };
+    const std::string noFile = "No such file or directory";
+    linesAfter("nativeDownload", file("a", ",QUJD"));
+    choose(folder.path() / "missing" / "logo\n.png");
+    EXPECT_EQ(next(), Texts("“logo?.png” was not saved", noFile));
+
+    const std::string longName(300, 'n');
+    linesAfter("nativeBatchDownload", Object {{"files", Array {file("a", ",QUJD"), Object {}, file(longName, ",")}}});
+    choose(folder.path());
+    // What fails while an alert is open waits for the next one, where all of it is together.
+    view->dropFiles({"/missing/a.png", "/missing/p.json"});
+    finish();
+    EXPECT_EQ(platform.alerts.size(), 1U);
+    EXPECT_EQ(next(),
+              Texts("Files saved: 1/3", "There is no content that can be read\n" + longName.substr(0, 200) + "…"));
+    EXPECT_EQ(next(),
+              Texts("Not every file was saved or opened",
+                    "“a.png” was not opened: " + noFile + "\n“p.json” was not opened: " + noFile));
+    EXPECT_EQ(next(), Texts());
 }
 
 TEST_F(CoordinatorTest, LimitsTheSavePanelByTheNamesExtension)

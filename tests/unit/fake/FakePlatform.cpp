@@ -91,14 +91,17 @@ public:
     void setInformativeText(const std::string& informative) override { m_alert->informativeText = informative; }
     void setAlertStyle(AlertStyle style) override { m_alert->style = style; }
     void addButtonWithTitle(const std::string& title) override { m_alert->buttons.push_back(title); }
-    void runModal(std::function<void(int)> answered) override
+    void runModal(std::function<void(int)> answered) override { open("alert", std::move(answered)); }
+    void show(std::function<void(int)> answered) override { open("alert beside the window", std::move(answered)); }
+
+private:
+    void open(const char* step, std::function<void(int)> answered)
     {
-        m_platform.steps.emplace_back("alert");
+        m_platform.steps.emplace_back(step);
         m_alert->answer = std::move(answered);
         m_platform.alerts.push_back(m_alert);
     }
 
-private:
     FakePlatform& m_platform;
     std::shared_ptr<FakeAlert> m_alert = std::make_shared<FakeAlert>();
 };

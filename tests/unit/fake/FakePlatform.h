@@ -71,8 +71,10 @@ public:
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
     void setFileDropHandler(FileDropHandler handler) override { dropFiles = std::move(handler); }
+    void setPageEndHandler(std::function<void()> handler) override { endPage = std::move(handler); }
 
     FileDropHandler dropFiles;
+    std::function<void()> endPage;
     std::vector<std::string> scripts;
     std::vector<EvaluationCompletion> completions;
     // The page posts a message; one under a name without a handler goes to any of them.

@@ -22,8 +22,8 @@ bool inSoftware = false;
 bool isSoftware(std::string_view renderer)
 {
     constexpr std::array<std::string_view, 3> names {"llvmpipe", "softpipe", "swrast"};
-    return std::ranges::any_of(
-        names, [&](std::string_view name) { return renderer.find(name) != std::string_view::npos; });
+    return std::ranges::any_of(names,
+                               [&](std::string_view name) { return renderer.find(name) != std::string_view::npos; });
 }
 
 // Empty where there is no OpenGL at all: the toolkit finds that out by itself.

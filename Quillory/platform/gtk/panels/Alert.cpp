@@ -33,13 +33,15 @@ void hideTitleLabel(GtkDialog* dialog)
 
 }
 
-void Alert::runModal(std::function<void(int answer)> answered)
+void Alert::present(bool modal, std::function<void(int answer)> answered)
 {
     m_dialog =
         own(GTK_DIALOG(g_object_new(GTK_TYPE_MESSAGE_DIALOG, "message-type", messageType(m_style), "buttons",
-                                    GTK_BUTTONS_NONE, "modal", TRUE, "title", m_messageText.c_str(), "text",
+                                    GTK_BUTTONS_NONE, "modal", modal, "title", m_messageText.c_str(), "text",
                                     m_messageText.c_str(), "secondary-text", m_informativeText.c_str(), nullptr)));
     hideTitleLabel(m_dialog.get());
+    // Above that window, whatever raises it.
+    gtk_window_set_transient_for(GTK_WINDOW(m_dialog.get()), m_application.mainWindow());
     gtk_application_add_window(m_application.gtkApplication(), GTK_WINDOW(m_dialog.get()));
     for (std::size_t i = 0; i < m_buttons.size(); ++i) {
         auto* button =
@@ -50,11 +52,13 @@ void Alert::runModal(std::function<void(int answer)> answered)
     gtk_dialog_set_default_response(m_dialog.get(), alertFirstButtonReturn);
 
     m_application.keep(shared_from_this());
-    m_application.beginModal();
-    connectSignal<void(int)>(m_dialog.get(), "response", [this, answered = std::move(answered)](int response) {
+    if (modal)
+        m_application.beginModal();
+    connectSignal<void(int)>(m_dialog.get(), "response", [this, modal, answered = std::move(answered)](int response) {
         const auto self = shared_from_this();
         const auto handler = answered;
-        m_application.endModal();
+        if (modal)
+            m_application.endModal();
         m_application.release(self);
         gtk_widget_set_visible(GTK_WIDGET(m_dialog.get()), FALSE);
         handler(response >= alertFirstButtonReturn ? response : 0);

@@ -22,9 +22,12 @@ public:
     void setInformativeText(const std::string& text) override { m_informativeText = text; }
     void setAlertStyle(AlertStyle style) override { m_style = style; }
     void addButtonWithTitle(const std::string& title) override { m_buttons.push_back(title); }
-    void runModal(std::function<void(int answer)> answered) override;
+    void runModal(std::function<void(int answer)> answered) override { present(true, std::move(answered)); }
+    void show(std::function<void(int answer)> answered) override { present(false, std::move(answered)); }
 
 private:
+    void present(bool modal, std::function<void(int answer)> answered);
+
     Application& m_application;
     std::string m_messageText;
     std::string m_informativeText;

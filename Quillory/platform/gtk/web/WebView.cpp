@@ -77,6 +77,15 @@ WebView::WebView(const WebViewConfiguration& configuration)
     g_signal_connect(webkit_web_view_get_network_session(m_view.get()), "download-started", G_CALLBACK(refuseDownload),
                      nullptr);
     g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
+    const auto pageEnded = [this] {
+        if (m_pageEndHandler)
+            m_pageEndHandler();
+    };
+    m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [=](int event) {
+        if (event == WEBKIT_LOAD_COMMITTED)
+            pageEnded();
+    });
+    m_processEnded = connectScoped<void(int)>(m_view.get(), "web-process-terminated", [=](int) { pageEnded(); });
     launchProcess(m_view.get());
 }
 

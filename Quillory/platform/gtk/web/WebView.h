@@ -23,6 +23,7 @@ public:
     void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) override;
     void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
     void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
+    void setPageEndHandler(std::function<void()> handler) override { m_pageEndHandler = std::move(handler); }
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
 
     // A widget that shows the page.
@@ -39,9 +40,12 @@ private:
     GObjectPtr<WebKitWebView> m_view;
     std::weak_ptr<NavigationDelegate> m_navigationDelegate;
     FileDropHandler m_fileDropHandler;
+    std::function<void()> m_pageEndHandler;
     SignalConnection m_drop;
     GStringPtr m_uri; // the page's, once it may be loaded
     PageRecovery m_recovery {m_view.get(), [this] { load(); }};
+    SignalConnection m_loadChanged;
+    SignalConnection m_processEnded;
     std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
 };
 

@@ -25,8 +25,8 @@ struct MenuActions {
 void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const MenuActions& actions);
 
 // Gives the items of a menu bar their text as the name that a screen reader says, each time that their menu opens. By
-// itself the toolkit names them after a label, again whenever something of them changes, and at least in 4.18 hides that
-// label from the reader.
+// itself the toolkit names them after a label, again whenever something of them changes, and at least in 4.18 hides
+// that label from the reader.
 void nameMenuItems(GtkWidget* menuBar);
 
 }
