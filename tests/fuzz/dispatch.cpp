@@ -2,7 +2,6 @@
 // only where they are accepted.
 #include <algorithm>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -14,7 +13,7 @@
 namespace {
 
 using namespace quillory;
-using fake::PlainValue;
+using nlohmann::json;
 
 // A tree of the input's bytes. When they are used up all that follows is null.
 class Input {
@@ -48,67 +47,52 @@ public:
         return choice < 3 ? known[choice] : text();
     }
 
-    PlainValue value(int depth = 0)
+    json value(int depth = 0)
     {
-        switch (number() % (depth < 5 ? 7 : 4)) {
-        case 1:
-            return true;
-        case 2:
-            return PlainValue::Number {static_cast<double>(number())};
-        case 3:
-            return text();
-        case 4: {
-            PlainValue::Array array;
-            for (auto count = number() % 8; count > 0; --count)
-                array.push_back(value(depth + 1));
-            return array;
-        }
-        case 5:
-        case 6: {
-            PlainValue::Object object;
-            for (auto count = number() % 8; count > 0; --count) {
-                auto name = key();
-                object.insert_or_assign(std::move(name), value(depth + 1));
+        const auto kind = number() % (depth < 5 ? 7 : 4);
+        json value;
+        if (kind == 1)
+            value = true;
+        else if (kind == 2)
+            value = number();
+        else if (kind == 3)
+            value = text();
+        else if (kind > 3)
+            value = kind == 4 ? json::array() : json::object();
+        for (auto count = kind > 3 ? number() % 8 : 0; count > 0; --count) {
+            if (kind == 4) {
+                value.push_back(this->value(depth + 1));
+            } else {
+                const auto name = key();
+                value[name] = this->value(depth + 1);
             }
-            return object;
         }
-        default:
-            return {};
-        }
+        return value;
     }
 
 private:
     std::string_view m_rest;
 };
 
-bool holdsTextsOnly(const Value& value)
+bool holdsTextsOnly(const json& value)
 {
-    if (value.kind() != Value::Kind::object)
-        return false;
-    const auto keys = value.keys();
-    return std::ranges::all_of(keys, [&](const auto& key) { return value.at(key)->kind() == Value::Kind::text; });
+    return value.is_object() && std::ranges::all_of(value, [](const auto& entry) { return entry.is_string(); });
 }
 
-bool isDownload(const Value& body)
+bool isCopy(const json& body)
 {
-    return holdsTextsOnly(body) && body.at("filename")->text() && body.at("data")->text();
+    return holdsTextsOnly(body) && body.contains("data");
 }
 
-bool isBatch(const Value& body)
+bool isDownload(const json& body)
 {
-    if (body.kind() != Value::Kind::object || body.at("files")->kind() != Value::Kind::array)
-        return false;
-    const auto files = body.at("files");
-    for (std::size_t i = 0; i < files->size(); ++i) {
-        if (!holdsTextsOnly(*files->at(i)))
-            return false;
-    }
-    return true;
+    return isCopy(body) && body.contains("filename");
 }
 
-bool isCopy(const Value& body)
+bool isBatch(const json& body)
 {
-    return holdsTextsOnly(body) && body.at("data")->text();
+    return body.is_object() && body.contains("files") && body["files"].is_array()
+        && std::ranges::all_of(body["files"], holdsTextsOnly);
 }
 
 }
@@ -119,28 +103,28 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                      "nativeImagePicker", "nativePaste",         "another"};
     Input input(data, size);
     const std::string name = names[input.number() % std::size(names)];
-    const auto body = std::make_shared<PlainValue>(input.value());
+    const auto body = input.value();
 
     fake::FakePlatform platform;
     const auto coordinator = web::WebView::Coordinator::make(platform);
     const auto configuration = platform.makeWebViewConfiguration();
-    coordinator->didReceiveScriptMessage(configuration->userContentController(), {name, body});
+    coordinator->didReceiveScriptMessage(configuration->userContentController(), {name, std::make_shared<fake::PlainValue>(body)});
     platform.runMainQueue();
 
     const auto lines = platform.lines();
     const auto only = [&](std::string_view line) { return lines.size() == 1 && lines.front() == line; };
     const auto panels = platform.panels.size();
     if (name == "nativeDownload") {
-        check(isDownload(*body) != only("❌ Invalid download message"), "the wrong downloads are refused");
-        const bool decodes = isDownload(*body) && body->at("data")->text()->base64AfterFirstComma();
+        check(isDownload(body) != only("❌ Invalid download message"), "the wrong downloads are refused");
+        const bool decodes = isDownload(body) && fake::PlainValue(body["data"]).text()->base64AfterFirstComma();
         check(panels == (decodes ? 1 : 0), "a panel for a download that cannot be saved, or none for one that can");
     } else if (name == "nativeBatchDownload") {
-        check(isBatch(*body) != only("❌ Invalid batch download message"), "the wrong batches are refused");
-        check(panels == (isBatch(*body) ? 1 : 0), "a panel for a batch that was refused, or none for another");
+        check(isBatch(body) != only("❌ Invalid batch download message"), "the wrong batches are refused");
+        check(panels == (isBatch(body) ? 1 : 0), "a panel for a batch that was refused, or none for another");
     } else if (name == "nativeCopy") {
-        check(only(isCopy(*body) ? "📋 Copied to native pasteboard" : "❌ Invalid copy message"),
+        check(only(isCopy(body) ? "📋 Copied to native pasteboard" : "❌ Invalid copy message"),
               "the wrong copies are refused");
-        check(!isCopy(*body) || !platform.generalPasteboard().strings.empty(), "nothing was copied");
+        check(!isCopy(body) || !platform.generalPasteboard().strings.empty(), "nothing was copied");
     } else if (name == "nativePaste") {
         check(lines.empty() && panels == 0, "an empty clipboard was pasted");
     } else if (name == "another") {
@@ -149,7 +133,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check(lines.size() == 1 && panels == 1, "a picker did not open its panel");
     }
     for (const auto& panel : platform.panels)
-        panel->completion(ModalResponse::cancel, std::nullopt);
+        panel.completion(ModalResponse::cancel, std::nullopt);
     check(platform.lines() == lines, "a cancelled panel left a line");
     return 0;
 }

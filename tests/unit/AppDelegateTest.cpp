@@ -69,9 +69,9 @@ TEST_F(AppDelegateTest, LaunchesInOrder)
                                 "handler nativeCopy", "handler nativePaste", "web view", "navigation delegate",
                                 "load index.html of WebContent", "min size 800x800", "center", "delegate",
                                 "makeKeyAndOrderFront", "log: Main window created"));
-        EXPECT_EQ(platform.window(0).view->minSize, (Size {800, 800}));
+        EXPECT_EQ(platform.windows[0]->view->minSize, (Size {800, 800}));
         platform.steps.clear();
-        platform.delayed.front().second();
+        platform.delayed.front()();
         EXPECT_THAT(platform.lines(), Contains("=== HotkeyManager Status ==="));
         platform.steps.clear();
     });
@@ -161,7 +161,7 @@ TEST_F(AppDelegateTest, LeavesTheLockFileAsItIsAndToItself)
 TEST_F(AppDelegateTest, HidesTheMainWindowAndShowsItAgain)
 {
     run([&](ApplicationDelegate& delegate, const auto&) {
-        auto& window = platform.window(0);
+        auto& window = *platform.windows[0];
         auto start = platform.steps.size();
         EXPECT_FALSE(window.delegate->windowShouldClose(window));
         EXPECT_THAT(stepsSince(start), ElementsAre("orderOut"));
@@ -222,8 +222,8 @@ TEST_F(AppDelegateTest, ShowsOneAboutWindowThroughTheReplacedMenuItem)
         EXPECT_THAT(stepsSince(start),
                     ElementsAre("window 400x550 style 3", "title About Quillory", "content", "center",
                                 "makeKeyAndOrderFront", "activate"));
-        EXPECT_EQ(platform.window(1).delegate, nullptr);
-        EXPECT_TRUE(platform.window(0).delegate->windowShouldClose(platform.window(1)));
+        EXPECT_EQ(platform.windows[1]->delegate, nullptr);
+        EXPECT_TRUE(platform.windows[0]->delegate->windowShouldClose(*platform.windows[1]));
         start = platform.steps.size();
         about.action();
         EXPECT_THAT(stepsSince(start), ElementsAre("makeKeyAndOrderFront", "activate"));

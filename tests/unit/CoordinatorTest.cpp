@@ -13,22 +13,24 @@ namespace {
 
 using fake::FakePlatform;
 using fake::PlainValue;
+using nlohmann::json;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Lines = std::vector<std::string>;
-using Object = PlainValue::Object;
-using Array = PlainValue::Array;
+using Settings = std::map<std::string, std::string>;
+using Object = std::map<std::string, json>;
+using Array = std::vector<json>;
 
 // The coordinator in a web view, with a page that a test speaks for.
 class CoordinatorTest : public testing::Test {
 protected:
-    void post(const std::string& name, PlainValue body = {})
+    void post(const std::string& name, json body = {})
     {
         view->post(name, std::make_shared<PlainValue>(std::move(body)));
     }
 
     // Lets what was posted run and returns the lines it logged.
-    Lines linesAfter(const std::string& name, PlainValue body = {})
+    Lines linesAfter(const std::string& name, json body = {})
     {
         platform.steps.clear();
         post(name, std::move(body));
@@ -39,7 +41,7 @@ protected:
     fake::FakePanel takePanel()
     {
         EXPECT_FALSE(platform.panels.empty());
-        auto panel = std::move(*platform.panels.front());
+        auto panel = std::move(platform.panels.front());
         platform.panels.pop_front();
         platform.steps.clear();
         return panel;
@@ -56,7 +58,7 @@ protected:
     void finish()
     {
         for (platform.runMainQueue(); !platform.delayed.empty(); platform.runMainQueue()) {
-            for (const auto& [delay, work] : std::exchange(platform.delayed, {}))
+            for (const auto& work : std::exchange(platform.delayed, {}))
                 work();
         }
     }
@@ -88,7 +90,7 @@ protected:
 };
 
 // A download with so many keys.
-PlainValue withKeys(int count)
+json withKeys(int count)
 {
     Object object {{"filename", "a.png"}, {"data", ",QUJD"}};
     for (int i = 2; i < count; ++i)
@@ -96,7 +98,7 @@ PlainValue withKeys(int count)
     return object;
 }
 
-PlainValue file(const std::string& name, const std::string& data)
+json file(const std::string& name, const std::string& data)
 {
     return Object {{"filename", name}, {"data", data}};
 }
@@ -105,27 +107,27 @@ PlainValue file(const std::string& name, const std::string& data)
 
 TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
 {
-    const PlainValue number = PlainValue::Number {1};
+    const json number = 1;
     const struct {
         const char* message;
         const char* line;
-        std::vector<PlainValue> bodies;
+        std::vector<json> bodies;
     } cases[] = {
         {"nativeDownload",
          "❌ Invalid download message",
-         {PlainValue(), true, number, "text", Array {}, Object {}, Object {{"filename", "a.png"}},
+         {json(), true, number, "text", Array {}, Object {}, Object {{"filename", "a.png"}},
           Object {{"data", ",QUJD"}}, Object {{"filename", "a.png"}, {"data", ",QUJD"}, {"size", number}},
-          Object {{"filename", "a.png"}, {"data", PlainValue()}}, Object {{"filename", number}, {"data", ",QUJD"}},
+          Object {{"filename", "a.png"}, {"data", json()}}, Object {{"filename", number}, {"data", ",QUJD"}},
           withKeys(100'001)}},
         {"nativeBatchDownload",
          "❌ Invalid batch download message",
-         {PlainValue(), "text", Array {}, Object {}, Object {{"file", Array {}}}, Object {{"files", "text"}},
+         {json(), "text", Array {}, Object {}, Object {{"file", Array {}}}, Object {{"files", "text"}},
           Object {{"files", Object {}}}, Object {{"files", Array {file("a", ",QUJD"), number}}},
           Object {{"files", Array {Object {{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}},
           Object {{"files", Array(100'001, Object {})}}}},
         {"nativeCopy",
          "❌ Invalid copy message",
-         {PlainValue(), "text", Array {}, Object {}, Object {{"text", "x"}}, Object {{"data", number}},
+         {json(), "text", Array {}, Object {}, Object {{"text", "x"}}, Object {{"data", number}},
           Object {{"data", "x"}, {"count", number}}}},
     };
     for (const auto& [message, line, bodies] : cases) {
@@ -144,7 +146,7 @@ TEST_F(CoordinatorTest, NamesAMessageThatNobodyHandles)
 
 TEST_F(CoordinatorTest, ShowsPickersAfterTheMessageWasHandled)
 {
-    post("nativeFilePicker", PlainValue());
+    post("nativeFilePicker");
     post("nativeImagePicker", "anything");
     EXPECT_THAT(platform.lines(),
                 ElementsAre("📂 Native file picker requested", "🖼️ Native image picker requested"));
@@ -179,7 +181,7 @@ TEST_F(CoordinatorTest, TellsAPageThatAsksHowItEnded)
 {
     const auto reason = [](const std::string& text) { return R"(,"reason":")" + text + '"'; };
     const Object download {{"filename", "a.png"}, {"data", ",QUJD"}};
-    const auto batch = [](const Array& files) { return Object {{"files", files}, {"count", PlainValue::Number {1}}}; };
+    const auto batch = [](const Array& files) { return Object {{"files", files}, {"count", 1}}; };
     const auto project = folder.write("p.json", "{}");
     const auto missing = folder.path() / "missing" / "p.json";
     const auto name = folder.path().filename().string();
@@ -246,11 +248,11 @@ TEST_F(CoordinatorTest, TellsTheUserWhatWasNotSavedOrOpened)
     using Texts = std::pair<std::string, std::string>;
     const auto next = [this] {
         finish();
-        const auto alert = platform.alerts.empty() ? std::make_shared<fake::FakeAlert>() : platform.alerts.front();
+        const auto alert = platform.alerts.empty() ? fake::FakeAlert() : platform.alerts.front();
         platform.alerts.clear();
-        if (alert->answer)
-            alert->answer(alertFirstButtonReturn);
-        return Texts {alert->messageText, alert->informativeText};
+        if (alert.answer)
+            alert.answer(alertFirstButtonReturn);
+        return Texts {alert.messageText, alert.informativeText};
     };
     const std::string noFile = "No such file or directory";
     linesAfter("nativeDownload", file("a", ",QUJD"));
@@ -274,24 +276,15 @@ TEST_F(CoordinatorTest, TellsTheUserWhatWasNotSavedOrOpened)
 
 TEST_F(CoordinatorTest, LimitsTheSavePanelByTheNamesExtension)
 {
-    const struct {
-        const char* name;
-        const char* types;
-    } cases[] = {
-        {"Logo.PNG", "image/png"},
-        {"photo.jpg", "image/jpeg"},
-        {"photo.JPEG", "image/jpeg"},
-        {"a.b.pdf", "application/pdf"},
-        {"p.json", "application/json"},
-        {"notes.txt", nullptr},
-        {"README", nullptr},
-        {".png", "image/png"},
-        {"v1.0/png", nullptr},
+    const std::pair<const char*, const char*> cases[] = {
+        {"Logo.PNG", "image/png"},      {"photo.jpg", "image/jpeg"},    {"photo.JPEG", "image/jpeg"},
+        {"a.b.pdf", "application/pdf"}, {"p.json", "application/json"}, {".png", "image/png"},
+        {"notes.txt", nullptr},         {"README", nullptr},            {"v1.0/png", nullptr},
         {"dot.", nullptr},
     };
     for (const auto& [name, types] : cases) {
         linesAfter("nativeDownload", file(name, ","));
-        std::map<std::string, std::string> settings {{"name", name}, {"create directories", "yes"}};
+        Settings settings {{"name", name}, {"create directories", "yes"}};
         if (types != nullptr)
             settings["types"] = types;
         EXPECT_EQ(takePanel().settings, settings);
@@ -350,8 +343,8 @@ TEST_F(CoordinatorTest, SavesABatchIntoOneFolder)
     };
     EXPECT_THAT(linesAfter("nativeBatchDownload", Object {{"files", files}}),
                 ElementsAre("📥 Batch download requested: 17 files"));
-    EXPECT_EQ(platform.panels.front()->settings,
-              (std::map<std::string, std::string> {{"files", "no"},
+    EXPECT_EQ(platform.panels.front().settings,
+              (Settings {{"files", "no"},
                                                    {"directories", "yes"},
                                                    {"multiple", "no"},
                                                    {"create directories", "yes"},
@@ -494,7 +487,7 @@ TEST_F(CoordinatorTest, OpensDroppedFilesAsTheirPickersWould)
 TEST_F(CoordinatorTest, DescribesThePickersPanels)
 {
     linesAfter("nativeFilePicker");
-    const std::map<std::string, std::string> common {{"files", "yes"}, {"directories", "no"}, {"multiple", "no"}};
+    const Settings common {{"files", "yes"}, {"directories", "no"}, {"multiple", "no"}};
     auto project = common;
     project.insert({{"message", "Select a Quillory project file"}, {"types", "application/json"}});
     EXPECT_EQ(takePanel().settings, project);
@@ -541,7 +534,7 @@ TEST_F(CoordinatorTest, CopiesUnderBothTypesAfterClearing)
                                 "log: 📋 Copied to native pasteboard"));
         EXPECT_EQ(
             platform.generalPasteboard().strings,
-            (std::map<std::string, std::string> {{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
+            (Settings {{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
     }
 }
 
@@ -553,7 +546,7 @@ TEST_F(CoordinatorTest, PastesTheFirstThingThatTheCanvasCanTake)
     const auto image = std::make_shared<StringBytes>("PNG");
     const std::string pasted = "window.handleNativePasteContent('";
     const struct {
-        std::map<std::string, std::string> strings;
+        Settings strings;
         std::shared_ptr<const Bytes> image;
         const char* line; // null if nothing is pasted
         std::string script;
@@ -603,9 +596,7 @@ TEST_F(CoordinatorTest, AnswersPastesInTheOrderTheyWereAsked)
     for (const char* text : {"first", "second", "third"}) {
         ASSERT_EQ(pasteboard.answers.size(), 1U);
         pasteboard.strings["com.quillory.object"] = text;
-        const auto answer = std::move(pasteboard.answers.front());
-        pasteboard.answers.pop_front();
-        answer();
+        pasteboard.answerNext();
         platform.runMainQueue();
     }
     EXPECT_THAT(view->scripts,

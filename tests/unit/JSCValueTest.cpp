@@ -4,12 +4,17 @@
 
 #include <algorithm>
 
-#include "DataURLCases.h"
 #include "services/StringObject.h"
 
 namespace quillory::gtk {
 
 namespace {
+
+std::string contents(const Bytes* bytes)
+{
+    return bytes == nullptr ? "refused"
+                            : std::string(reinterpret_cast<const char*>(bytes->span().data()), bytes->span().size());
+}
 
 class Engine : public testing::Test {
 protected:
@@ -31,10 +36,30 @@ private:
 
 }
 
-TEST_F(Engine, DecodesDataURLsAsStrictlyAsPlainText)
+TEST_F(Engine, DecodesStrictlyWhatFollowsTheFirstComma)
 {
-    for (const auto& [url, bytes] : dataURLCases)
+    const std::pair<std::string, std::string> accepted[] = {
+        {"data:text/plain;base64,QUJD", "ABC"}, {"xyz,QUJD", "ABC"}, {",QUJD", "ABC"}, {",", ""},
+        {"data:application/octet-stream;base64,", ""}, {",QQ==", "A"}, {",QUI=", "AB"}, {",+/+/", "\xFB\xFF\xBF"},
+        {",AAAA", std::string(3, '\0')},
+        // Bits that the last character has and no byte takes are of no account.
+        {",QR==", "A"}, {",QUJ=", "AB"},
+    };
+    for (const auto& [url, bytes] : accepted)
         EXPECT_EQ(contents(text(url).base64AfterFirstComma().get()), bytes) << url;
+    const std::string refused[] = {
+        "", "data:text/plain;base64", "QUJD",
+        // Everything behind the first comma is payload, a second comma too.
+        "data:;base64,QUJD,QUJD", "data:,;base64,QUJD",
+        // Padding that is missing, too much or in the wrong place.
+        ",QQ", ",QQ=", ",QUI", ",Q===", ",====", ",Q", ",=", ",QUJD====", ",QUI=QUJD", ",QQ==QUJD", ",=QUJ", ",Q=Q=",
+        // Characters that are not in the alphabet, white space among them.
+        ",QUJD\n", ",QUJD\r\n\r\n", ",QU JD", ",QUJD    ", ", QUJD", ",\tQUJDQU", ",QQ= =", ",QQ == ", ",QQ  ==  ", ",QQ==    ",
+        ",QUI=\n\n\n\n", ",-_-_", ",QUJ*", ",Q\xC3\xA4JD", ",QU\xE2\x80\xA8JD", std::string(",QUJD\0\0\0\0", 9),
+        std::string(",QU\0D", 5),
+    };
+    for (const auto& url : refused)
+        EXPECT_EQ(text(url).base64AfterFirstComma(), nullptr) << url;
 }
 
 TEST_F(Engine, KeepsDecodedBytesAsLongAsTheyAreHeldAndNoLonger)
