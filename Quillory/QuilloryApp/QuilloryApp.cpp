@@ -22,7 +22,11 @@ QuilloryApp::QuilloryApp(Platform& platform)
 
 Scene QuilloryApp::body() const
 {
-    const auto showAboutWindow = [delegate = appDelegate] { delegate->showAboutWindow(); };
+    // The main window's menu has the command, and the delegate has the window.
+    const auto showAboutWindow = [weak = std::weak_ptr(appDelegate)] {
+        if (const auto delegate = weak.lock())
+            delegate->showAboutWindow();
+    };
     return {.commands = {{CommandGroupPlacement::newItem, {}},
                          {CommandGroupPlacement::appInfo, {{localized("About Quillory"), showAboutWindow}}}}};
 }

@@ -145,11 +145,14 @@ int replaceContent(int file, off_t oldSize, std::span<const std::byte> bytes)
 
 std::optional<std::string> write(const Target& target, std::span<const std::byte> bytes)
 {
-    bool created = false;
     auto file = target.open(0);
+    bool created = false;
     if (!file && errno == ENOENT) {
-        file = target.open(O_CREAT);
-        created = true;
+        file = target.open(O_CREAT | O_EXCL);
+        created = static_cast<bool>(file);
+        // A link to a file that is not there yet.
+        if (!file && errno == EEXIST)
+            file = target.open(O_CREAT);
     }
     if (!file)
         return errno == EXDEV ? localizable("The name leads out of the chosen folder") : describe(errno);
@@ -185,6 +188,8 @@ std::optional<std::string> writeFile(const fs::path& path, std::span<const std::
 std::optional<std::string> writeFileInFolder(const fs::path& folder, const std::string& name,
                                              std::span<const std::byte> bytes)
 {
+    if (name.find('\0') != std::string::npos)
+        return "A NUL character cannot be in a name";
     const FileDescriptor directory(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!directory)
         return describe(errno);

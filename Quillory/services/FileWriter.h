@@ -16,7 +16,7 @@ namespace quillory {
 std::optional<std::string> writeFile(const std::filesystem::path& path, std::span<const std::byte> bytes);
 
 // The file is `name` in `folder`. A name that would lead out of the folder, by "..", by a leading slash
-// or through a symbolic link, is refused.
+// or through a symbolic link, is refused, and so is one that holds a NUL character.
 std::optional<std::string> writeFileInFolder(const std::filesystem::path& folder, const std::string& name,
                                              std::span<const std::byte> bytes);
 

@@ -10,10 +10,11 @@ from gi.repository import Gdk, Gio, Gtk
 
 def activate(app):
     window = Gtk.ApplicationWindow(application=app, title=sys.argv[1], default_width=120, default_height=120)
-    source = Gtk.DragSource(actions=Gdk.DragAction.COPY)
+    source = Gtk.DragSource(actions=Gdk.DragAction.COPY | Gdk.DragAction.LINK | Gdk.DragAction.MOVE)
     files = Gdk.FileList.new_from_list([Gio.File.new_for_path(path) for path in sys.argv[2:]])
     source.connect("prepare", lambda *_: Gdk.ContentProvider.new_for_value(files))
     source.connect("drag-begin", lambda *_: print("began", flush=True))
+    source.connect("drag-end", lambda _, drag, *__: print("ended:", *drag.get_selected_action().value_nicks, flush=True))
     area = Gtk.Label(label="files")
     area.add_controller(source)
     window.set_child(area)

@@ -29,5 +29,7 @@ def test_dropped_files_reach_the_page(app, desktop, tmp_path):
         assert app.run_script("return received") == [
             ["Image", "data:image/jpeg;base64," + base64.b64encode(b"jpeg").decode()], ["File", "{}"]]
         assert app.run_script("return document.title") == "Test page"
+        # A source that is told "move" deletes the files.
+        source.log.wait("ended: copy")
     finally:
         source.kill()

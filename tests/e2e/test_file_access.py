@@ -60,6 +60,7 @@ def urls(folder, secret):
         f".%2E/{name}", f"..%2f{name}", f"x/..%2f..%2f{name}", f"x%2f..%2f..%2f{name}", f"..%5c{name}", f"x%5c..%5c..%5c{name}",
         f"{folder.as_uri()}/../{name}", f"{folder.as_uri()}/x/../../{name}", f"{folder.as_uri()}%2f..%2f{name}",
         f"{folder.as_uri()}-sibling/{name}", f"{folder.as_uri()[:-1]}{name}",
+        *(spelling for code in range(0x80) for spelling in (f"..%{code:02x}/{name}", f"%{code:02X}/../../{name}", f"..%{code:02x}{name}")),
     ]
 
 

@@ -87,6 +87,28 @@ class Server:
         self._server.server_close()
 
 
+ELSEWHERE = [
+    "location.href = '{}/link'", "location.replace('file:///etc/hostname')", "location.href = '..'",
+    "location.href = URL.createObjectURL(new Blob(['<title>blob</title>'], {{type: 'text/html'}}))",
+    "location.href = 'data:text/html,<title>data</title>'", "location.href = 'unknown:scheme'",
+    "document.body.append(Object.assign(document.createElement('form'), {{action: '{}/form'}})); document.forms[0].submit()",
+    "document.body.append(Object.assign(document.createElement('iframe'), {{srcdoc: '<script>top.location = \"{}/top\"</script>'}}))",
+]
+
+
+def test_the_page_cannot_be_left_for_another(app):
+    server = Server()
+    try:
+        for way in ELSEWHERE:
+            app.run_script(f"window.mark = 'kept'; {way.format(server.url)}")
+            # What the page asks for while it is being left fails.
+            app.run_script(f"while (!await fetch('{server.url}/after').catch(() => null));")
+            assert app.run_script("return window.mark + document.title") == "keptTest page", way
+        assert server.paths == {"/after"}
+    finally:
+        server.close()
+
+
 # Beside the editor's own script: every way to the network that needs no hand of the user, and one to run text as code.
 PROBE = """
 const url = (name) => "%s/" + name;

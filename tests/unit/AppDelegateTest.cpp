@@ -209,13 +209,17 @@ TEST_F(AppDelegateTest, CreatesTheMainWindowWhenItIsBroughtToFrontBeforeThereIsO
 
 TEST_F(AppDelegateTest, ShowsOneAboutWindowThroughTheReplacedMenuItem)
 {
+    std::function<void()> ofAMenu;
+    std::weak_ptr<AppDelegate> shared;
     run([&](auto&, const Scene& scene) {
+        shared = AppDelegate::shared;
         ASSERT_EQ(scene.commands.size(), 2U);
         EXPECT_EQ(scene.commands[0].replacing, CommandGroupPlacement::newItem);
         EXPECT_TRUE(scene.commands[0].content.empty());
         EXPECT_EQ(scene.commands[1].replacing, CommandGroupPlacement::appInfo);
         const auto& about = scene.commands[1].content.at(0);
         EXPECT_EQ(about.title, "About Quillory");
+        ofAMenu = about.action;
 
         auto start = platform.steps.size();
         about.action();
@@ -228,6 +232,8 @@ TEST_F(AppDelegateTest, ShowsOneAboutWindowThroughTheReplacedMenuItem)
         about.action();
         EXPECT_THAT(stepsSince(start), ElementsAre("makeKeyAndOrderFront", "activate"));
     });
+    EXPECT_TRUE(shared.expired()) << "a menu belongs to a window, and that to the delegate";
+    ofAMenu();
 }
 
 }

@@ -91,7 +91,12 @@ TEST(FileWriter, LeavesTheOldContentWholeWhenTheNewOneDoesNotFit)
     EXPECT_EQ(folder.read("old"), "precious");
     EXPECT_EQ(writeFile(folder.path() / "new", bytesOf(large)), "File too large");
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "new"));
-    EXPECT_EQ(writeFile(folder.path() / "fits", bytesOf(large).first(64 << 10)), std::nullopt);
+    std::filesystem::create_symlink("target", folder.path() / "link");
+    EXPECT_EQ(writeFile(folder.path() / "link", bytesOf(large)), "File too large");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.path() / "link")) << "it was not made here";
+    for (const char* name : {"fits", "link"})
+        EXPECT_EQ(writeFile(folder.path() / name, bytesOf(large).first(64 << 10)), std::nullopt);
+    EXPECT_EQ(folder.read("target").size(), 64U << 10);
 }
 
 TEST(FileWriter, LeavesTheOldContentWholeWhenNoDiskHasTheRoom)
@@ -145,6 +150,7 @@ TEST(FileWriter, StaysInsideTheFolder)
               "The name leads out of the chosen folder");
     EXPECT_EQ(writeFileInFolder(folder.path() / "missing", "file", bytesOf("x")), "No such file or directory");
     EXPECT_NE(writeFileInFolder(folder.path(), "", bytesOf("x")), std::nullopt);
+    EXPECT_NE(writeFileInFolder(folder.path(), std::string("file\0x", 6), bytesOf("x")), std::nullopt);
     EXPECT_EQ(folder.read("file"), "content");
 }
 

@@ -148,10 +148,15 @@ std::string contentFilterRules(const fs::path& readAccessRoot)
     const auto folder = "^" + escapedPattern(uri.get()) + "/";
     return nlohmann::json {
         rule("block", "^file:"),
+        // Nor may anything else come in the page's place.
+        {{"trigger", {{"url-filter", ".*"}, {"resource-type", {"document"}}, {"load-context", {"top-frame"}}}},
+         {"action", {{"type", "block"}}}},
         rule("ignore-previous-rules", folder),
-        // The engine compares URLs, the file system paths: an encoded separator is one for the second only.
+        // The engine compares URLs, the file system paths: an encoded separator is one for the second only, and
+        // an encoded NUL is its end there.
         rule("block", folder + "[^?#]*%2[Ff]"),
         rule("block", folder + "[^?#]*%5[Cc]"),
+        rule("block", folder + "[^?#]*%00"),
     }
         .dump();
 }

@@ -11,7 +11,8 @@
 namespace quillory::gtk {
 
 // The engine lets a page that was loaded from a file read every file of the user. A content filter,
-// which all that the page requests has to pass, leaves it the files below one folder.
+// which all that the page requests has to pass, leaves it the files below one folder, and keeps the page from
+// being left for what is not there.
 
 // The rules for a folder, in the engine's content blocker format.
 std::string contentFilterRules(const std::filesystem::path& readAccessRoot);

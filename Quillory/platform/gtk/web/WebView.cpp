@@ -48,6 +48,13 @@ bool belongsToBrowser(WebKitContextMenuAction action)
     }
 }
 
+// The engine would show the reason in the page's place.
+gboolean stayWithPage(WebKitWebView*, WebKitLoadEvent, const char* uri, const GError* error, gpointer)
+{
+    std::fprintf(stderr, "quillory: %s is not loaded: %s\n", uri, error->message);
+    return TRUE;
+}
+
 // True to show no menu at all.
 gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestResult*, gpointer)
 {
@@ -59,6 +66,27 @@ gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestR
             webkit_context_menu_remove(menu, menuItem);
     }
     return webkit_context_menu_get_n_items(menu) == 0;
+}
+
+bool hasFiles(GdkDrop* drop)
+{
+    const std::unique_ptr<GdkContentFormats, decltype(&gdk_content_formats_unref)> formats(
+        gdk_content_formats_union_deserialize_gtypes(gdk_content_formats_ref(gdk_drop_get_formats(drop))),
+        gdk_content_formats_unref);
+    return gdk_content_formats_contain_gtype(formats.get(), GDK_TYPE_FILE_LIST) != 0;
+}
+
+// The engine would tell the source of a drag that it may move the files, in between what the page's own drop
+// target says.
+void leaveFilesOutOf(GtkWidget* view)
+{
+    const GObjectPtr<GListModel> controllers(gtk_widget_observe_controllers(view));
+    for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
+        const GObjectPtr<GObject> controller(G_OBJECT(g_list_model_get_item(controllers.get(), i)));
+        if (GTK_IS_DROP_TARGET_ASYNC(controller.get()))
+            connectSignal<gboolean(GdkDrop*)>(controller.get(), "accept",
+                                              [](GdkDrop* drop) { return !hasFiles(drop); });
+    }
 }
 
 // The engine starts the page's process when it first needs it, which takes longer than all that the
@@ -76,6 +104,7 @@ WebView::WebView(const WebViewConfiguration& configuration)
 {
     g_signal_connect(webkit_web_view_get_network_session(m_view.get()), "download-started", G_CALLBACK(refuseDownload),
                      nullptr);
+    g_signal_connect(m_view.get(), "load-failed", G_CALLBACK(stayWithPage), nullptr);
     g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
     const auto pageEnded = [this] {
         if (m_pageEndHandler)
@@ -139,6 +168,7 @@ GObjectPtr<GtkWidget> WebView::makeWidget()
 // Asked before the engine, which would leave the page for the file.
 void WebView::acceptFilesDroppedOn(GtkWidget* widget)
 {
+    leaveFilesOutOf(GTK_WIDGET(m_view.get()));
     auto* target = gtk_drop_target_new(GDK_TYPE_FILE_LIST, GDK_ACTION_COPY);
     auto* controller = GTK_EVENT_CONTROLLER(target);
     gtk_event_controller_set_propagation_phase(controller, GTK_PHASE_CAPTURE);
