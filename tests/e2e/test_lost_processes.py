@@ -77,6 +77,38 @@ def test_page_dies_while_panels_are_open(app, portal, tmp_path):
     assert [(tmp_path / name).read_bytes() for name in ("a.bin", "b.bin")] == [b"content"] * 2
 
 
+@pytest.mark.parametrize("hang", [False, True])
+def test_page_keeps_its_last_change_when_the_program_ends(launch, hang):
+    app = launch()
+    app.run_script("""
+        const open = indexedDB.open("work", 1);
+        open.onupgradeneeded = () => open.result.createObjectStore("changes");
+        await new Promise((resolve) => { open.onsuccess = resolve; });
+        window.addEventListener("pagehide", async () => {
+            localStorage.setItem("last", "kept");
+            await null; // as one that has to wait for an earlier change
+            open.result.transaction("changes", "readwrite").objectStore("changes").put("kept".repeat(1 << 20), "last");
+        });
+    """)
+    if hang:
+        app.start_script("while (true);")
+        time.sleep(0.2)  # nothing tells that it hangs
+    page = app.page_process()
+    ended = time.monotonic()
+    app.process.terminate()
+    assert app.process.wait() == 0
+    assert time.monotonic() - ended < 2
+    if hang:
+        return os.kill(page, signal.SIGKILL)
+    assert launch().run_script("""
+        const open = indexedDB.open("work", 1);
+        await new Promise((resolve) => { open.onsuccess = resolve; });
+        const get = open.result.transaction("changes").objectStore("changes").get("last");
+        await new Promise((resolve) => { get.onsuccess = resolve; });
+        return [localStorage.getItem("last"), get.result?.length];
+    """) == ["kept", 4 << 20]
+
+
 def test_page_that_keeps_dying(app):
     """It is loaded again at once; the third time within a minute the user is asked."""
     for _ in range(2):

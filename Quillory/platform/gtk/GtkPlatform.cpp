@@ -88,7 +88,14 @@ std::unique_ptr<quillory::WebViewConfiguration> GtkPlatform::makeWebViewConfigur
 std::shared_ptr<quillory::WebView>
 GtkPlatform::makeWebView(std::unique_ptr<quillory::WebViewConfiguration> configuration)
 {
-    return std::make_shared<WebView>(dynamic_cast<WebViewConfiguration&>(*configuration));
+    auto view = std::make_shared<WebView>(dynamic_cast<WebViewConfiguration&>(*configuration));
+    m_application.setPreparationForEnd([weak = std::weak_ptr(view)](auto done) {
+        if (const auto page = weak.lock())
+            page->close(std::move(done));
+        else
+            done();
+    });
+    return view;
 }
 
 std::shared_ptr<quillory::SavePanel> GtkPlatform::makeSavePanel()

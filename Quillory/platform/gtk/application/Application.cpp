@@ -21,6 +21,7 @@ namespace quillory::gtk {
 namespace {
 
 constexpr std::chrono::milliseconds longestPreparation {200};
+constexpr std::chrono::seconds longestPreparationForEnd {1};
 
 // The engine's sandbox does not start with a cache folder that is no folder; the usual one takes its place.
 void ignoreUnusableCacheFolder()
@@ -143,9 +144,22 @@ void Application::terminateOnSignals()
 
 void Application::terminate()
 {
-    m_terminating = true;
-    if (m_application)
-        g_application_quit(G_APPLICATION(m_application.get()));
+    if (std::exchange(m_terminating, true) || !m_application)
+        return;
+    if (!m_prepareForEnd)
+        return quit();
+    for (auto* entry = gtk_application_get_windows(m_application.get()); entry != nullptr; entry = entry->next)
+        gtk_widget_set_visible(GTK_WIDGET(entry->data), FALSE);
+    m_end.start(longestPreparationForEnd, [this] {
+        quit();
+        return false;
+    });
+    m_prepareForEnd([this] { quit(); });
+}
+
+void Application::quit()
+{
+    g_application_quit(G_APPLICATION(m_application.get()));
 }
 
 // These desktops activate windows, not applications: ordering a window front takes the focus to it.

@@ -10,6 +10,7 @@
 
 #include "platform/Application.h"
 #include "platform/glib/GObjectPtr.h"
+#include "platform/glib/Timeout.h"
 
 namespace quillory::gtk {
 
@@ -42,6 +43,10 @@ public:
     void keep(std::shared_ptr<void> dialog) { m_dialogs.insert(std::move(dialog)); }
     void release(const std::shared_ptr<void>& dialog) { m_dialogs.erase(dialog); }
 
+    // What has to be done before the run ends, and calls `done` then. It is not waited for longer than a second.
+    using Preparation = std::function<void(std::function<void()> done)>;
+    void setPreparationForEnd(Preparation prepare) { m_prepareForEnd = std::move(prepare); }
+
     // While a modal alert is open timers rest.
     void beginModal() { ++m_modalAlerts; }
     void endModal() { --m_modalAlerts; }
@@ -53,6 +58,7 @@ private:
     void useIcon() const;
     void terminateOnSignals();
     void prepareForPage() const;
+    void quit();
 
     std::string m_identifier;
     std::filesystem::path m_icons;
@@ -63,6 +69,8 @@ private:
     guint m_nameOwner = 0;
     std::uint32_t m_userTime = 0;
     int m_modalAlerts = 0;
+    Preparation m_prepareForEnd;
+    Timeout m_end;
     bool m_terminating = false;
 };
 

@@ -7,6 +7,7 @@
 
 #include "platform/WebView.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/web/PageClosing.h"
 #include "platform/gtk/web/PageRecovery.h"
 #include "platform/gtk/web/ScriptQueue.h"
 #include "platform/gtk/web/WebViewConfiguration.h"
@@ -25,6 +26,9 @@ public:
     void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
     void setPageEndHandler(std::function<void()> handler) override { m_pageEndHandler = std::move(handler); }
     void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
+
+    // Gives the page the time to keep its work; `closed` is called when it has, which it may never do.
+    void close(std::function<void()> closed) { closePage(m_view.get(), std::move(closed)); }
 
     // A widget that shows the page.
     GObjectPtr<GtkWidget> makeWidget();
