@@ -34,14 +34,14 @@ void Clipboard::handleNativeCopy(const ScriptMessage& message)
 
 void Clipboard::handleNativePaste()
 {
-    ++m_unansweredPastes;
-    if (m_unansweredPastes == 1)
+    m_pastes.push_back(m_platform.generalPasteboard().read());
+    if (m_pastes.size() == 1)
         pasteObject();
 }
 
 void Clipboard::pasteObject()
 {
-    m_platform.generalPasteboard().stringForType(PasteboardType::object, [self = shared_from_this()](auto text) {
+    m_pastes.front()->stringForType(PasteboardType::object, [self = shared_from_this()](auto text) {
         if (!text)
             return self->pasteCanvasText();
         if (const auto page = self->m_page.lock())
@@ -53,7 +53,7 @@ void Clipboard::pasteObject()
 
 void Clipboard::pasteCanvasText()
 {
-    m_platform.generalPasteboard().stringForType(PasteboardType::string, [self = shared_from_this()](auto text) {
+    m_pastes.front()->stringForType(PasteboardType::string, [self = shared_from_this()](auto text) {
         if (!text || !looksLikeCanvasJSON(*text))
             return self->pasteImage();
         if (const auto page = self->m_page.lock())
@@ -65,7 +65,7 @@ void Clipboard::pasteCanvasText()
 
 void Clipboard::pasteImage()
 {
-    m_platform.generalPasteboard().imageAsPNG([self = shared_from_this()](auto png) {
+    m_pastes.front()->imageAsPNG([self = shared_from_this()](auto png) {
         if (png) {
             if (const auto page = self->m_page.lock())
                 page->sendImageToPage({ContentType::png.mimeType, std::move(png)});
@@ -77,8 +77,8 @@ void Clipboard::pasteImage()
 
 void Clipboard::pasteEnded()
 {
-    --m_unansweredPastes;
-    if (m_unansweredPastes > 0)
+    m_pastes.pop_front();
+    if (!m_pastes.empty())
         m_platform.mainQueue().async([self = shared_from_this()] { self->pasteObject(); });
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstddef>
+#include <deque>
 #include <memory>
 #include <string_view>
 
@@ -30,7 +30,7 @@ private:
 
     Platform& m_platform;
     std::weak_ptr<Page> m_page;
-    std::size_t m_unansweredPastes = 0;
+    std::deque<std::shared_ptr<PasteboardReading>> m_pastes; // not answered yet; the first is under way
 };
 
 }

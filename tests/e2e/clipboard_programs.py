@@ -55,6 +55,7 @@ class X11Clipboard(Clipboard):
         assert owner.stdout.readline() == b"copied\n"
         for mime_type, content in contents.items():
             wait_for(lambda: self.paste(mime_type) == content, f"the clipboard to hold {mime_type}")
+        return owner
 
     def clear(self):
         self.copy("text/plain", b"").kill()

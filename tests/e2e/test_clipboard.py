@@ -1,11 +1,15 @@
 """Copy and paste between the page and other programs, on X11 and on Wayland."""
 import base64
+import json
 import signal
 import subprocess
+import time
 
 import pytest
+from PIL import Image
 
 from clipboard_programs import WaylandClipboard, X11Clipboard
+from desktop import wait_for
 from plasma import PlasmaSession
 
 OBJECT = "application/x-com.quillory.object"
@@ -205,25 +209,46 @@ def test_empty_clipboard(x11):
 
 
 def test_a_silent_owner_holds_nobody_up(x11):
-    owner = x11.clipboard.copy("UTF8_STRING", CANVAS.encode())
-    assert x11.paste() == [["Paste", CANVAS]]
+    owner = x11.clipboard.copy_several({OBJECT: b"silent", "text/plain;charset=utf-8": CANVAS.encode(),
+                                        "image/png": b"broken", "image/bmp": b"broken"})
     owner.send_signal(signal.SIGSTOP)
-    start = len(x11.app.log.lines)
-    x11.app.run_script("received.length = 0; for (let i = 0; i < 2; ++i) post('nativePaste', null)")
+    start, begin = len(x11.app.log.lines), time.monotonic()
+    x11.app.run_script("received.length = 0; post('nativePaste', null)")
     # The page and the window go on meanwhile.
     assert x11.app.run_script("return 6 * 7") == 42
     x11.app.desktop.focus(x11.app.window())
-    # The waiting pastes come to nothing; a later one is answered after them.
-    x11.app.run_script("post('nativeCopy', {data: 'mine'}); post('nativePaste', null)")
+    # The waiting paste comes to nothing, and not to what is copied after it; a later one is answered then.
+    x11.app.run_script(f"post('nativeCopy', {{data: {json.dumps(CANVAS)}}}); post('nativePaste', null)")
     x11.app.log.wait("✅ Paste content sent to JavaScript", after=start)
-    assert [text for _, text in x11.app.run_script("return received")][-1] == "mine"
+    assert x11.app.run_script("return received") == [["Paste", CANVAS]]
     assert "📥 Pasted JSON object from pasteboard" not in x11.app.own_lines(start)
+    assert time.monotonic() - begin < 9
+
+
+def test_the_last_copy_goes_with_the_clipboard(x11):
+    x11.app.run_script("post('nativeCopy', {data: 'x'.repeat(100 << 20)})")
+    x11.app.log.wait("📋 Copied to native pasteboard")
+    before = wait_for(lambda: (size := x11.app.memory("VmRSS")) > 100 << 20 and size, "the copy")
+    x11.clipboard.copy("text/plain", b"other")
+    wait_for(lambda: x11.app.memory("VmRSS") < before - (90 << 20), "the memory to be given back")
+
+
+def test_what_is_too_large_counts_as_nothing(x11, tmp_path):
+    Image.new("1", (10001, 10000)).save(tmp_path / "large.png")
+    for kind, content, said in (
+            ("image/png", (tmp_path / "large.png").read_bytes(), "a picture of 10001 × 10000 pixels is on the clipboard"),
+            ("UTF8_STRING", CANVAS.encode() + b" " * (256 << 20), "the clipboard has more than 256 MiB of text/plain;charset=utf-8")):
+        x11.clipboard.copy(kind, content)
+        x11.paste_nothing()
+        x11.app.errors.wait(f"quillory: {said}, which counts as nothing")
+    assert x11.app.memory() < 1 << 30
 
 
 def test_many_pastes_come_in_order(x11):
     x11.clipboard.copy("UTF8_STRING", CANVAS.encode())
     x11.app.run_script("""
         for (let i = 0; i < 20; ++i) post('nativePaste', null);
+        while (received.length < 20) await new Promise((resolve) => setTimeout(resolve, 10));
         for (let i = 0; i < 20; ++i) { post('nativeCopy', {data: `copy ${i}`}); post('nativePaste', null); }
     """)
     got = x11.app.run_script("""

@@ -183,8 +183,9 @@ private:
     FakePanel m_panel;
 };
 
-struct FakePasteboard final : Pasteboard, Recorder {
+struct FakePasteboard final : Pasteboard, PasteboardReading, Recorder {
     using Recorder::Recorder;
+    std::shared_ptr<PasteboardReading> read() override { return {std::shared_ptr<void>(), this}; }
     void clearContents() override
     {
         step("clear pasteboard");

@@ -3,19 +3,20 @@
 #include <gdk/x11/gdkx.h>
 
 #include <algorithm>
-#include <cstring>
-#include <memory>
+#include <cstdio>
 #include <span>
 #include <string_view>
 #include <utility>
 
+#include "platform/glib/AsyncReady.h"
 #include "platform/gtk/window/X11Placement.h"
 
 namespace quillory::gtk {
 
 namespace {
 
-constexpr guint patienceSeconds = 5;
+constexpr std::chrono::seconds patience {5};
+constexpr gsize mostBytes = gsize {256} << 20;
 
 bool isEmpty(GdkContentFormats* formats)
 {
@@ -36,140 +37,102 @@ bool awaitsFormats(GdkClipboard* clipboard)
     return XGetSelectionOwner(gdk_x11_display_get_xdisplay(display), selection) != None;
 }
 
-// One read under way. It holds itself until it is answered or its patience ends; what comes later finds
-// the completion gone.
-class Read : public std::enable_shared_from_this<Read> {
-public:
-    explicit Read(ClipboardCompletion completion)
-        : m_completion(std::move(completion))
-    {
-    }
-
-    void start()
-    {
-        const auto giveUp = [](gpointer self) -> gboolean {
-            const auto read = *static_cast<std::shared_ptr<Read>*>(self);
-            read->m_patience = 0;
-            g_cancellable_cancel(read->m_cancellable.get());
-            read->finish(nullptr);
-            return G_SOURCE_REMOVE;
-        };
-        m_patience = g_timeout_add_seconds_full(G_PRIORITY_DEFAULT, patienceSeconds, giveUp, hold(), dropHold);
-    }
-
-    void finish(GBytesPtr bytes)
-    {
-        const auto self = shared_from_this();
-        if (m_patience != 0)
-            g_source_remove(std::exchange(m_patience, 0));
-        if (m_connection != 0)
-            g_signal_handler_disconnect(m_emitter, std::exchange(m_connection, 0));
-        if (const auto completion = std::exchange(m_completion, nullptr))
-            completion(std::move(bytes));
-    }
-
-    // A reference for a C callback, which takes it over.
-    gpointer hold() { return std::make_unique<std::shared_ptr<Read>>(shared_from_this()).release(); }
-
-    static std::shared_ptr<Read> takeHold(gpointer data)
-    {
-        const std::unique_ptr<std::shared_ptr<Read>> held(static_cast<std::shared_ptr<Read>*>(data));
-        return *held;
-    }
-
-    static void dropHold(gpointer data) { takeHold(data); }
-
-    void disconnectWhenFinished(gpointer emitter, gulong connection)
-    {
-        m_emitter = emitter;
-        m_connection = connection;
-    }
-
-    GCancellable* cancellable() { return m_cancellable.get(); }
-
-private:
-    ClipboardCompletion m_completion;
-    GObjectPtr<GCancellable> m_cancellable {g_cancellable_new()};
-    guint m_patience = 0;
-    gpointer m_emitter = nullptr;
-    gulong m_connection = 0;
-};
-
-void spliced(GObject* source, GAsyncResult* result, gpointer data)
+// The stream fails when it has no more room.
+GObjectPtr<GOutputStream> makeBoundedStream()
 {
-    const auto read = Read::takeHold(data);
-    auto* stream = G_OUTPUT_STREAM(source);
-    const bool complete = g_output_stream_splice_finish(stream, result, nullptr) >= 0;
-    read->finish(GBytesPtr(complete ? g_memory_output_stream_steal_as_bytes(G_MEMORY_OUTPUT_STREAM(stream)) : nullptr));
+    const auto grow = [](gpointer memory, gsize size) { return size <= mostBytes ? g_realloc(memory, size) : nullptr; };
+    return GObjectPtr<GOutputStream>(g_memory_output_stream_new(nullptr, 0, grow, g_free));
 }
 
-void opened(GObject* source, GAsyncResult* result, gpointer data)
+}
+
+ClipboardReader::ClipboardReader(GdkClipboard* clipboard)
+    : m_clipboard(clipboard)
+    , m_content(retain(gdk_clipboard_get_content(clipboard)))
 {
-    const auto read = Read::takeHold(data);
-    const char* mimeType = nullptr;
-    const GObjectPtr<GInputStream> input(gdk_clipboard_read_finish(GDK_CLIPBOARD(source), result, &mimeType, nullptr));
-    if (!input)
-        return read->finish(nullptr);
-    const GObjectPtr<GOutputStream> output(g_memory_output_stream_new_resizable());
+}
+
+bool ClipboardReader::isOver() const
+{
+    return g_cancellable_is_cancelled(m_cancellable.get()) != 0
+        || gdk_clipboard_get_content(m_clipboard) != m_content.get();
+}
+
+unsigned ClipboardReader::begin(Completion completion)
+{
+    m_completion = std::move(completion);
+    if (m_questions == 0)
+        m_patience.start(patience, [weak = weak_from_this()] {
+            if (const auto self = weak.lock()) {
+                g_cancellable_cancel(self->m_cancellable.get());
+                self->finish(self->m_questions, nullptr);
+            }
+            return false;
+        });
+    return ++m_questions;
+}
+
+void ClipboardReader::finish(unsigned question, GBytesPtr bytes)
+{
+    if (question != m_questions)
+        return;
+    m_changed.disconnect();
+    if (const auto completion = std::exchange(m_completion, nullptr))
+        completion(std::move(bytes));
+}
+
+void ClipboardReader::whenFormatsAreKnown(FormatsCompletion completion)
+{
+    if (isOver() || !awaitsFormats(m_clipboard))
+        return completion(gdk_clipboard_get_formats(m_clipboard));
+    const auto self = shared_from_this();
+    const auto question = begin([self, completion = std::move(completion)](GBytesPtr) {
+        completion(gdk_clipboard_get_formats(self->m_clipboard));
+    });
+    m_changed = connectScoped<void()>(m_clipboard, "changed", [this, question] { finish(question, nullptr); });
+}
+
+void ClipboardReader::read(std::vector<std::string> mimeTypes, Completion completion)
+{
+    whenFormatsAreKnown([self = shared_from_this(), mimeTypes = std::move(mimeTypes),
+                         completion = std::move(completion)](GdkContentFormats* formats) mutable {
+        const auto offered = std::ranges::find_if(mimeTypes, [&](const auto& type) {
+            return gdk_content_formats_contain_mime_type(formats, type.c_str()) != 0;
+        });
+        if (self->isOver() || offered == mimeTypes.end())
+            return completion(nullptr);
+        const auto question = self->begin(std::move(completion));
+        const std::array<const char*, 2> wanted {offered->c_str(), nullptr};
+        const auto ready = [self, question, type = *offered](GObject* source, GAsyncResult* result) {
+            const GObjectPtr<GInputStream> input(
+                gdk_clipboard_read_finish(GDK_CLIPBOARD(source), result, nullptr, nullptr));
+            self->opened(question, input.get(), type);
+        };
+        gdk_clipboard_read_async(self->m_clipboard, const_cast<const char**>(wanted.data()), G_PRIORITY_DEFAULT,
+                                 self->m_cancellable.get(), AsyncReady::call, AsyncReady::make(ready));
+    });
+}
+
+// `input` is null if the owner refused.
+void ClipboardReader::opened(unsigned question, GInputStream* input, const std::string& mimeType)
+{
+    if (input == nullptr)
+        return finish(question, nullptr);
+    const auto output = makeBoundedStream();
     const auto closeBoth = static_cast<GOutputStreamSpliceFlags>(G_OUTPUT_STREAM_SPLICE_CLOSE_SOURCE
                                                                  | G_OUTPUT_STREAM_SPLICE_CLOSE_TARGET);
-    g_output_stream_splice_async(output.get(), input.get(), closeBoth, G_PRIORITY_DEFAULT, read->cancellable(), spliced,
-                                 read->hold());
-}
-
-void readText(GObject* source, GAsyncResult* result, gpointer data)
-{
-    const auto read = Read::takeHold(data);
-    char* text = gdk_clipboard_read_text_finish(GDK_CLIPBOARD(source), result, nullptr);
-    read->finish(GBytesPtr(text != nullptr ? g_bytes_new_take(text, strlen(text)) : nullptr));
-}
-
-}
-
-void whenClipboardFormatsAreKnown(GdkClipboard* clipboard, std::function<void(GdkContentFormats* formats)> completion)
-{
-    if (!awaitsFormats(clipboard))
-        return completion(gdk_clipboard_get_formats(clipboard));
-    const auto read = std::make_shared<Read>([clipboard, completion = std::move(completion)](GBytesPtr) {
-        completion(gdk_clipboard_get_formats(clipboard));
-    });
-    read->start();
-    const auto changed = [](GdkClipboard*, gpointer data) {
-        (*static_cast<std::shared_ptr<Read>*>(data))->finish(nullptr);
+    const auto ready = [self = shared_from_this(), question, mimeType](GObject* stream, GAsyncResult* result) {
+        GError* error = nullptr;
+        const bool complete = g_output_stream_splice_finish(G_OUTPUT_STREAM(stream), result, &error) >= 0;
+        const GErrorPtr owner(error);
+        if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_NO_SPACE) != 0)
+            std::fprintf(stderr, "quillory: the clipboard has more than %zu MiB of %s, which counts as nothing\n",
+                         static_cast<std::size_t>(mostBytes >> 20), mimeType.c_str());
+        auto* memory = G_MEMORY_OUTPUT_STREAM(stream);
+        self->finish(question, GBytesPtr(complete ? g_memory_output_stream_steal_as_bytes(memory) : nullptr));
     };
-    const auto drop = [](gpointer data, GClosure*) { Read::dropHold(data); };
-    read->disconnectWhenFinished(
-        clipboard,
-        g_signal_connect_data(clipboard, "changed", G_CALLBACK(+changed), read->hold(), +drop, G_CONNECT_DEFAULT));
-}
-
-void readClipboard(GdkClipboard* clipboard, std::vector<std::string> mimeTypes, ClipboardCompletion completion)
-{
-    whenClipboardFormatsAreKnown(
-        clipboard,
-        [clipboard, mimeTypes = std::move(mimeTypes), completion = std::move(completion)](GdkContentFormats* formats) {
-            std::vector<const char*> wanted;
-            for (const auto& type : mimeTypes) {
-                if (gdk_content_formats_contain_mime_type(formats, type.c_str()))
-                    wanted.push_back(type.c_str());
-            }
-            if (wanted.empty())
-                return completion(nullptr);
-            wanted.push_back(nullptr);
-            const auto read = std::make_shared<Read>(completion);
-            read->start();
-            gdk_clipboard_read_async(clipboard, wanted.data(), G_PRIORITY_DEFAULT, read->cancellable(), opened,
-                                     read->hold());
-        });
-}
-
-void readClipboardText(GdkClipboard* clipboard, ClipboardCompletion completion)
-{
-    whenClipboardFormatsAreKnown(clipboard, [clipboard, completion = std::move(completion)](GdkContentFormats*) {
-        const auto read = std::make_shared<Read>(completion);
-        read->start();
-        gdk_clipboard_read_text_async(clipboard, read->cancellable(), readText, read->hold());
-    });
+    g_output_stream_splice_async(output.get(), input, closeBoth, G_PRIORITY_DEFAULT, m_cancellable.get(),
+                                 AsyncReady::call, AsyncReady::make(ready));
 }
 
 std::vector<std::string> imageFormats(GdkContentFormats* formats)

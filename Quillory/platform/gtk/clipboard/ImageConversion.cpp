@@ -1,15 +1,64 @@
 #include "platform/gtk/clipboard/ImageConversion.h"
 
+#include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gdk/gdk.h>
 
-#include <cstring>
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
 #include <string_view>
+
+#include "platform/glib/AsyncReady.h"
+#include "platform/glib/SignalConnection.h"
 
 namespace quillory::gtk {
 
 namespace {
 
-using Completion = std::function<void(GBytesPtr png)>;
+constexpr std::int64_t mostPixels = 100'000'000;
+
+struct PixelSize {
+    int width = 0;
+    int height = 0;
+};
+
+// What the file's header says; nothing if that is not the header of an image.
+std::optional<PixelSize> pixelSize(GBytes* file)
+{
+    const GObjectPtr<GdkPixbufLoader> loader(gdk_pixbuf_loader_new());
+    std::optional<PixelSize> size;
+    connectSignal<void(int, int)>(loader.get(), "size-prepared", [&size, &loader](int width, int height) {
+        size = PixelSize {width, height};
+        // The header is all that is wanted.
+        gdk_pixbuf_loader_set_size(loader.get(), 0, 0);
+    });
+    constexpr gsize pieceSize = 4096;
+    gsize length = 0;
+    const auto* data = static_cast<const guchar*>(g_bytes_get_data(file, &length));
+    gsize done = 0;
+    bool readable = true;
+    while (readable && !size && done < length) {
+        const auto piece = std::min(pieceSize, length - done);
+        readable = gdk_pixbuf_loader_write(loader.get(), data + done, piece, nullptr) != 0;
+        done += piece;
+    }
+    // Some formats are looked at when all has come.
+    gdk_pixbuf_loader_close(loader.get(), nullptr);
+    return size;
+}
+
+bool isOfUsableSize(GBytes* file)
+{
+    const auto size = pixelSize(file);
+    if (!size)
+        return false;
+    if (std::int64_t {size->width} * size->height <= mostPixels)
+        return true;
+    std::fprintf(stderr, "quillory: a picture of %d × %d pixels is on the clipboard, which counts as nothing\n",
+                 size->width, size->height);
+    return false;
+}
 
 bool hasPNGSignature(GBytes* file)
 {
@@ -23,25 +72,21 @@ void convert(GTask* task, gpointer, gpointer image, GCancellable*)
 {
     auto* file = static_cast<GBytes*>(image);
     // Decoding is the only way to know that the page will be able to.
-    const GObjectPtr<GdkTexture> texture(gdk_texture_new_from_bytes(file, nullptr));
+    const GObjectPtr<GdkTexture> texture(isOfUsableSize(file) ? gdk_texture_new_from_bytes(file, nullptr) : nullptr);
     GBytes* png = nullptr;
     if (texture)
         png = hasPNGSignature(file) ? g_bytes_ref(file) : gdk_texture_save_to_png_bytes(texture.get());
     g_task_return_pointer(task, png, [](gpointer bytes) { g_bytes_unref(static_cast<GBytes*>(bytes)); });
 }
 
-void converted(GObject*, GAsyncResult* result, gpointer data)
-{
-    const std::unique_ptr<Completion> completion(static_cast<Completion*>(data));
-    (*completion)(GBytesPtr(static_cast<GBytes*>(g_task_propagate_pointer(G_TASK(result), nullptr))));
 }
 
-}
-
-void convertToPNG(GBytesPtr image, Completion completion)
+void convertToPNG(GBytesPtr image, std::function<void(GBytesPtr png)> completion)
 {
-    auto boxed = std::make_unique<Completion>(std::move(completion));
-    const GObjectPtr<GTask> task(g_task_new(nullptr, nullptr, converted, boxed.release()));
+    const auto converted = [completion = std::move(completion)](GObject*, GAsyncResult* result) {
+        completion(GBytesPtr(static_cast<GBytes*>(g_task_propagate_pointer(G_TASK(result), nullptr))));
+    };
+    const GObjectPtr<GTask> task(g_task_new(nullptr, nullptr, AsyncReady::call, AsyncReady::make(converted)));
     g_task_set_task_data(task.get(), image.release(),
                          [](gpointer bytes) { g_bytes_unref(static_cast<GBytes*>(bytes)); });
     g_task_run_in_thread(task.get(), convert);

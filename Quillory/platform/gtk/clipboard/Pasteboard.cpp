@@ -18,7 +18,7 @@ GdkClipboard* clipboard()
     return gdk_display_get_clipboard(gdk_display_get_default());
 }
 
-std::vector<const char*> mimeTypes(const std::string& type)
+std::vector<std::string> mimeTypes(const std::string& type)
 {
     if (type == PasteboardType::object)
         return {objectMimeType};
@@ -60,23 +60,66 @@ private:
     GBytesPtr m_bytes;
 };
 
-// Tries one offered format after the other until one of them is an image.
-void readImage(std::vector<std::string> formats, const Pasteboard::DataCompletion& completion)
-{
-    if (formats.empty())
-        return completion(nullptr);
-    const auto format = formats.front();
-    formats.erase(formats.begin());
-    readClipboard(clipboard(), {format}, [formats = std::move(formats), completion](GBytesPtr bytes) mutable {
-        if (!bytes)
-            return readImage(std::move(formats), completion);
-        convertToPNG(std::move(bytes), [formats = std::move(formats), completion](GBytesPtr png) mutable {
-            if (!png)
-                return readImage(std::move(formats), completion);
-            completion(std::make_shared<GlibBytes>(std::move(png)));
+class OwnReading final : public PasteboardReading {
+public:
+    explicit OwnReading(std::shared_ptr<const Pasteboard::Contents> contents)
+        : m_contents(std::move(contents))
+    {
+    }
+
+    void stringForType(const std::string& type, StringCompletion completion) override
+    {
+        const auto entry = m_contents->find(type);
+        completion(entry == m_contents->end() ? std::nullopt : std::optional(std::string(view(entry->second.get()))));
+    }
+    void imageAsPNG(DataCompletion completion) override { completion(nullptr); }
+
+private:
+    std::shared_ptr<const Pasteboard::Contents> m_contents;
+};
+
+class ForeignReading final : public PasteboardReading {
+public:
+    void stringForType(const std::string& type, StringCompletion completion) override
+    {
+        m_reader->read(mimeTypes(type), [completion = std::move(completion)](GBytesPtr bytes) {
+            completion(validText(std::move(bytes)));
         });
-    });
-}
+    }
+
+    void imageAsPNG(DataCompletion completion) override
+    {
+        m_reader->whenFormatsAreKnown(
+            [reader = m_reader, completion = std::move(completion)](GdkContentFormats* formats) {
+                readImage(reader, imageFormats(formats), completion);
+            });
+    }
+
+private:
+    // Tries one offered format after the other until one of them is an image.
+    static void readImage(const std::shared_ptr<ClipboardReader>& reader, std::vector<std::string> formats,
+                          const DataCompletion& completion)
+    {
+        if (formats.empty())
+            return completion(nullptr);
+        const auto format = formats.front();
+        formats.erase(formats.begin());
+        const auto tryNext = [reader, formats = std::move(formats), completion] {
+            readImage(reader, formats, completion);
+        };
+        reader->read({format}, [tryNext, completion](GBytesPtr bytes) {
+            if (!bytes)
+                return tryNext();
+            convertToPNG(std::move(bytes), [tryNext, completion](GBytesPtr png) {
+                if (!png)
+                    return tryNext();
+                completion(std::make_shared<GlibBytes>(std::move(png)));
+            });
+        });
+    }
+
+    std::shared_ptr<ClipboardReader> m_reader = std::make_shared<ClipboardReader>(clipboard());
+};
 
 }
 
@@ -88,7 +131,7 @@ Pasteboard::~Pasteboard()
 
 void Pasteboard::clearContents()
 {
-    m_contents.clear();
+    m_contents = std::make_shared<Contents>();
     schedulePublication();
 }
 
@@ -98,7 +141,7 @@ void Pasteboard::setString(const TextHandle& text, const std::string& type)
         m_lastBytes = copyOf(text);
         m_lastText = text;
     }
-    m_contents[type] = GBytesPtr(g_bytes_ref(m_lastBytes.get()));
+    (*m_contents)[type] = GBytesPtr(g_bytes_ref(m_lastBytes.get()));
     schedulePublication();
 }
 
@@ -120,11 +163,17 @@ void Pasteboard::publish()
     m_lastText.reset();
     m_lastBytes.reset();
     std::vector<GdkContentProvider*> providers;
-    for (const auto& [type, bytes] : m_contents) {
-        for (const char* mimeType : mimeTypes(type))
-            providers.push_back(gdk_content_provider_new_for_bytes(mimeType, bytes.get()));
+    for (const auto& [type, bytes] : *m_contents) {
+        for (const auto& mimeType : mimeTypes(type))
+            providers.push_back(gdk_content_provider_new_for_bytes(mimeType.c_str(), bytes.get()));
     }
     m_provider.reset(gdk_content_provider_new_union(providers.data(), providers.size()));
+    m_changed = connectScoped<void()>(clipboard(), "changed", [this] {
+        if (isOwner())
+            return;
+        m_contents = std::make_shared<Contents>();
+        m_provider.reset();
+    });
     gdk_clipboard_set_content(clipboard(), m_provider.get());
 }
 
@@ -133,29 +182,11 @@ bool Pasteboard::isOwner() const
     return m_publication != 0 || (m_provider && gdk_clipboard_get_content(clipboard()) == m_provider.get());
 }
 
-void Pasteboard::stringForType(const std::string& type, StringCompletion completion)
-{
-    if (isOwner()) {
-        const auto entry = m_contents.find(type);
-        return completion(entry == m_contents.end() ? std::nullopt
-                                                    : std::optional(std::string(view(entry->second.get()))));
-    }
-    const auto finish = [completion = std::move(completion)](GBytesPtr bytes) {
-        completion(validText(std::move(bytes)));
-    };
-    if (type == PasteboardType::string)
-        readClipboardText(clipboard(), finish);
-    else
-        readClipboard(clipboard(), {objectMimeType}, finish);
-}
-
-void Pasteboard::imageAsPNG(DataCompletion completion)
+std::shared_ptr<PasteboardReading> Pasteboard::read()
 {
     if (isOwner())
-        return completion(nullptr);
-    whenClipboardFormatsAreKnown(clipboard(), [completion = std::move(completion)](GdkContentFormats* formats) {
-        readImage(imageFormats(formats), completion);
-    });
+        return std::make_shared<OwnReading>(m_contents);
+    return std::make_shared<ForeignReading>();
 }
 
 }

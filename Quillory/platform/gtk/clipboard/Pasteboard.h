@@ -7,6 +7,7 @@
 
 #include "platform/Pasteboard.h"
 #include "platform/glib/GObjectPtr.h"
+#include "platform/glib/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -17,19 +18,22 @@ public:
 
     void clearContents() override;
     void setString(const TextHandle& text, const std::string& type) override;
-    void stringForType(const std::string& type, StringCompletion completion) override;
-    void imageAsPNG(DataCompletion completion) override;
+    std::shared_ptr<PasteboardReading> read() override;
+
+    using Contents = std::map<std::string, GBytesPtr>; // by type
 
 private:
     void schedulePublication();
     void publish();
     bool isOwner() const;
 
-    std::map<std::string, GBytesPtr> m_contents; // what this process copied last, by type
+    // What this process copied last, until another one takes the clipboard over.
+    std::shared_ptr<Contents> m_contents = std::make_shared<Contents>();
     TextHandle m_lastText; // the text that `m_lastBytes` holds
     GBytesPtr m_lastBytes;
     GObjectPtr<GdkContentProvider> m_provider; // what the display knows of it
     guint m_publication = 0;
+    SignalConnection m_changed;
 };
 
 }

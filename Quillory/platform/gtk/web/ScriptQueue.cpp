@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/glib/AsyncReady.h"
 #include "platform/glib/GObjectPtr.h"
 
 namespace quillory::gtk {
@@ -49,21 +50,17 @@ std::string describe(const GError& error)
 
 using Evaluated = std::function<void(WebKitWebView* view, std::optional<std::string> error)>;
 
-void evaluated(GObject* source, GAsyncResult* result, gpointer data)
-{
-    const std::unique_ptr<Evaluated> completion(static_cast<Evaluated*>(data));
-    auto* view = WEBKIT_WEB_VIEW(source);
-    GError* error = nullptr;
-    const GObjectPtr<::JSCValue> value(webkit_web_view_evaluate_javascript_finish(view, result, &error));
-    const GErrorPtr owner(error);
-    (*completion)(view, error == nullptr ? std::nullopt : std::optional(describe(*error)));
-}
-
 void send(WebKitWebView* view, std::string_view script, Evaluated completion)
 {
-    auto boxed = std::make_unique<Evaluated>(std::move(completion));
+    const auto evaluated = [completion = std::move(completion)](GObject* source, GAsyncResult* result) {
+        auto* evaluator = WEBKIT_WEB_VIEW(source);
+        GError* error = nullptr;
+        const GObjectPtr<::JSCValue> value(webkit_web_view_evaluate_javascript_finish(evaluator, result, &error));
+        const GErrorPtr owner(error);
+        completion(evaluator, error == nullptr ? std::nullopt : std::optional(describe(*error)));
+    };
     webkit_web_view_evaluate_javascript(view, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr,
-                                        nullptr, evaluated, boxed.release());
+                                        nullptr, AsyncReady::call, AsyncReady::make(evaluated));
 }
 
 Evaluated reportTo(ScriptQueue::Completion completion)
