@@ -1,10 +1,14 @@
 """The hotkey under an X server: real key events, from whatever window has the focus."""
 import ctypes
 import os
+import re
+import signal
+import subprocess
+import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT
+from application import LAUNCH, STATUS_REPORT, Log
 from desktop import wait_for
 from programs import KeyWindow, running
 
@@ -159,15 +163,44 @@ def test_nothing_stays_grabbed(desktop, launch, other, end):
     assert launch().own_lines()[0] == "Global hotkey Cmd+Shift+E registered"
 
 
+@pytest.fixture
+def paused_window_manager(desktop):
+    """Nobody moves the focus for as long as the test pauses it, so a press that waits for that goes on waiting."""
+    window_manager = desktop.processes[-1]
+    yield lambda: window_manager.send_signal(signal.SIGSTOP)
+    window_manager.send_signal(signal.SIGCONT)
+
+
 def test_a_busy_program_does_not_hold_up_the_keyboard(desktop, app, other):
     with stopped_main_thread(app.process.pid):
+        start = time.monotonic()
         desktop.key(CHORD)
         # This chord has to pass, and further ones do so at once.
         other.log.wait("press E")
+        assert time.monotonic() - start < 1.3
         desktop.key(CHORD, "k")
         other.log.wait("press k")
     assert other.presses() == [*MODIFIERS, "E", *MODIFIERS, "E", "k"]
     wait_for(lambda: desktop.key(CHORD) or desktop.active_window() == app.window(), "the hotkey to work again")
+
+
+def test_nor_does_one_that_gets_busy_after_the_chord(desktop, app, other, paused_window_manager):
+    with subprocess.Popen(["xev", "-root", "-event", "substructure"], env=desktop.env, stdout=subprocess.PIPE) as spy:
+        try:
+            requests = Log(spy.stdout)
+            desktop.focus(other.window)
+            requests.wait(re.compile("_NET_ACTIVE_WINDOW"))
+            paused_window_manager()
+            seen = len(requests.lines)
+            desktop.run("xdotool", "key", "--delay", "0", CHORD)
+            requests.wait(re.compile("_NET_ACTIVE_WINDOW"), seen)
+            with stopped_main_thread(app.process.pid):
+                start = time.monotonic()
+                desktop.key("k")
+                other.log.wait("press k", timeout=5)
+                assert time.monotonic() - start < 1.3
+        finally:
+            spy.kill()
 
 
 class stopped_main_thread:

@@ -1,11 +1,13 @@
 #include "platform/hotkey/X11EventTap.h"
 
-#include <glib-unix.h>
+#include <glib.h>
 #include <poll.h>
 #include <pthread.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 
-#include <chrono>
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "platform/glib/BoxedFunction.h"
@@ -16,7 +18,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto patience = 1s;
+// The rest of the second is for the answer's way.
+constexpr auto patience = 900ms;
 // For a window that the window manager does not let have the focus, and for one that is slow to appear.
 constexpr auto mostForFocus = 50ms;
 
@@ -29,9 +32,12 @@ void onMainThread(std::function<void()> work)
 
 }
 
-X11EventTap::X11EventTap(EventTapCallback callback, void* userData, Hooks hooks)
+X11EventTap::X11EventTap(std::unique_ptr<X11KeyGrab> grab, FileDescriptor wakeUp, EventTapCallback callback,
+                         void* userData, Hooks hooks)
     : SessionEventTap(callback, userData)
     , m_hooks(std::move(hooks))
+    , m_grab(std::move(grab))
+    , m_wakeUp(std::move(wakeUp))
 {
 }
 
@@ -39,25 +45,20 @@ std::shared_ptr<X11EventTap> X11EventTap::make(const std::string& displayName, E
                                                void* userData, Hooks hooks)
 {
     auto grab = X11KeyGrab::make(displayName);
-    if (!grab)
+    FileDescriptor wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!grab || !wakeUp)
         return nullptr;
-    std::shared_ptr<X11EventTap> tap(new X11EventTap(callback, userData, std::move(hooks)));
-    tap->m_grab = std::move(grab);
-    tap->start();
+    std::shared_ptr<X11EventTap> tap(
+        new X11EventTap(std::move(grab), std::move(wakeUp), callback, userData, std::move(hooks)));
+    tap->m_thread = std::thread([self = tap.get()] { self->run(); });
     return tap;
 }
 
 X11EventTap::~X11EventTap()
 {
-    m_source.reset();
-    {
-        const std::lock_guard lock(m_mutex);
-        m_closing = true;
-    }
-    m_changed.notify_all();
-    // Ends the wait for the connection.
+    // Ends the thread's loop. The server lets go of the keyboard with the connection.
     shutdown(m_grab->descriptor(), SHUT_RDWR);
-    m_watch.join();
+    m_thread.join();
 }
 
 bool X11EventTap::isEnabled() const
@@ -65,148 +66,110 @@ bool X11EventTap::isEnabled() const
     return SessionEventTap::isEnabled() && m_grab->isConnected();
 }
 
-void X11EventTap::start()
+void X11EventTap::decide()
 {
-    using Take = BoxedFunction<bool()>;
-    const auto dispatch = [](gint, GIOCondition, gpointer box) -> gboolean { return Take::of(box)() ? TRUE : FALSE; };
-    m_source.reset(g_unix_fd_source_new(m_grab->descriptor(), G_IO_IN));
-    g_source_set_priority(m_source.get(), G_PRIORITY_HIGH);
-    g_source_set_callback(m_source.get(), G_SOURCE_FUNC(static_cast<GUnixFDSourceFunc>(dispatch)),
-                          Take::make([weak = weak_from_this()] {
-                              const auto self = weak.lock();
-                              if (self)
-                                  self->takePresses();
-                              return self && self->m_grab->isConnected();
-                          }),
-                          Take::free);
-    g_source_attach(m_source.get(), nullptr);
-    m_watch = std::thread([this] { watch(); });
-    // What came with the replies to the grabs makes the connection readable no more.
-    takePresses();
-}
-
-void X11EventTap::takePresses()
-{
-    tellIfLate();
-    const auto takeAll = [this] {
-        while (const auto press = m_grab->nextPress())
-            take(*press);
-    };
-    takeAll();
-    if (m_swallow.isUnderWay() && m_grab->hasActiveWindowChanged()) {
-        swallow();
-        // Sending may have read what makes the connection readable no more.
-        takeAll();
-    }
-    {
+    const auto asked = [this] {
         const std::lock_guard lock(m_mutex);
-        if (m_pending)
-            return;
-        ++m_taken;
-    }
-    m_changed.notify_all();
-}
-
-void X11EventTap::take(const X11KeyGrab::Press& press)
-{
-    {
+        return m_held;
+    }();
+    const auto decision = asked ? std::optional(decided(*asked)) : std::nullopt;
+    const bool late = [&] {
         const std::lock_guard lock(m_mutex);
-        m_pending = {press, X11KeyGrab::Answer::pass};
-    }
-    const bool focusWillMove = delivers() && m_hooks.hasFocus && !m_hooks.hasFocus();
-    if (focusWillMove)
-        m_grab->watchActiveWindow(true);
-    const auto answer = decide(press);
-    if (focusWillMove && answer == X11KeyGrab::Answer::swallow)
-        return swallowWhenFocusHasMoved();
-    if (focusWillMove)
-        m_grab->watchActiveWindow(false);
-    answerPending(answer);
-}
-
-void X11EventTap::swallowWhenFocusHasMoved()
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_pending)
-            m_pending->answer = X11KeyGrab::Answer::swallow;
-    }
-    m_swallow.start(mostForFocus, [this] {
-        swallow();
-        takePresses();
-        return false;
-    });
-}
-
-void X11EventTap::swallow()
-{
-    m_swallow.stop();
-    m_grab->watchActiveWindow(false);
-    answerPending(X11KeyGrab::Answer::swallow);
-}
-
-void X11EventTap::answerPending(X11KeyGrab::Answer answer)
-{
-    const std::lock_guard lock(m_mutex);
-    if (const auto pending = std::exchange(m_pending, std::nullopt))
-        m_grab->answer(pending->press, answer);
-}
-
-X11KeyGrab::Answer X11EventTap::decide(const X11KeyGrab::Press& press)
-{
-    if (!delivers())
-        return X11KeyGrab::Answer::pass;
-    if (m_hooks.willDeliver)
-        m_hooks.willDeliver(press.timestamp);
-    return passes(TapEvent {keyCodeE, press.flags}) ? X11KeyGrab::Answer::pass : X11KeyGrab::Answer::swallow;
-}
-
-void X11EventTap::tellIfLate()
-{
-    const bool late = [this] {
-        const std::lock_guard lock(m_mutex);
+        m_held = m_held ? decision : std::nullopt;
         return std::exchange(m_late, false);
     }();
+    eventfd_write(m_wakeUp.get(), 1);
     if (late && isEnabled()) {
         enable(false);
         tellDisabledByTimeout();
     }
 }
 
-void X11EventTap::watch()
+X11EventTap::HeldPress X11EventTap::decided(HeldPress held) const
+{
+    held.answer = X11KeyGrab::Answer::pass;
+    if (!delivers())
+        return held;
+    const bool focusWillMove = m_hooks.hasFocus && !m_hooks.hasFocus();
+    if (m_hooks.willDeliver)
+        m_hooks.willDeliver(held.press.timestamp);
+    if (passes(TapEvent {keyCodeE, held.press.flags}))
+        return held;
+    held.answer = X11KeyGrab::Answer::swallow;
+    held.awaitsFocus = focusWillMove;
+    held.deadline = std::min(held.deadline, Clock::now() + mostForFocus);
+    return held;
+}
+
+void X11EventTap::run()
 {
     pthread_setname_np(pthread_self(), "hotkey");
-    bool open = true;
-    while (open) {
-        const auto taken = [this] {
-            const std::lock_guard lock(m_mutex);
-            return m_taken;
-        }();
-        pollfd connection {m_grab->descriptor(), POLLIN, 0};
-        poll(&connection, 1, -1);
-        open = awaitMainThread(taken) && m_grab->isConnected();
+    while (m_grab->isConnected()) {
+        answerIfDue();
+        // Last, as whatever is sent may read what makes the connection readable no more.
+        takePresses();
+        wait();
     }
 }
 
-bool X11EventTap::awaitMainThread(std::uint64_t taken)
+void X11EventTap::takePresses()
 {
-    std::unique_lock lock(m_mutex);
-    m_changed.wait_for(lock, m_late ? 0s : patience, [&] { return m_taken != taken || m_closing; });
-    if (m_closing)
-        return false;
-    if (m_taken == taken) {
-        const auto overdue = std::exchange(m_pending, std::nullopt);
-        if (overdue)
-            m_grab->answer(overdue->press, overdue->answer);
-        if (m_grab->passAll() || (overdue && overdue->answer == X11KeyGrab::Answer::pass))
-            m_late = true;
-        // The keymap may have changed as well.
-        onMainThread([weak = weak_from_this()] {
-            if (const auto self = weak.lock())
-                self->takePresses();
-        });
+    while (const auto press = m_grab->nextPress()) {
+        const bool mayAsk = [this] {
+            const std::lock_guard lock(m_mutex);
+            return !m_held && !m_late;
+        }();
+        if (mayAsk)
+            ask(*press);
+        else
+            m_grab->answer(*press, X11KeyGrab::Answer::pass);
     }
-    return true;
+}
+
+void X11EventTap::ask(const X11KeyGrab::Press& press)
+{
+    m_grab->watchActiveWindow(true);
+    {
+        const std::lock_guard lock(m_mutex);
+        m_held = HeldPress {press, Clock::now() + patience};
+    }
+    onMainThread([weak = weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->decide();
+    });
+}
+
+void X11EventTap::answerIfDue()
+{
+    const auto due = [this]() -> std::optional<HeldPress> {
+        const std::lock_guard lock(m_mutex);
+        if (!m_held)
+            return std::nullopt;
+        const bool isDecided = m_held->answer && (!m_held->awaitsFocus || m_grab->hasActiveWindowChanged());
+        if (!isDecided && Clock::now() < m_held->deadline)
+            return std::nullopt;
+        m_late = !m_held->answer;
+        return std::exchange(m_held, std::nullopt);
+    }();
+    if (!due)
+        return;
+    m_grab->watchActiveWindow(false);
+    m_grab->answer(due->press, due->answer.value_or(X11KeyGrab::Answer::pass));
+}
+
+void X11EventTap::wait()
+{
+    const int most = [this] {
+        const std::lock_guard lock(m_mutex);
+        if (!m_held)
+            return -1;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_held->deadline - Clock::now());
+        return std::max(0, static_cast<int>(left.count()));
+    }();
+    std::array<pollfd, 2> sources {{{m_grab->descriptor(), POLLIN, 0}, {m_wakeUp.get(), POLLIN, 0}}};
+    poll(sources.data(), sources.size(), most);
+    eventfd_t ignored = 0;
+    eventfd_read(m_wakeUp.get(), &ignored);
 }
 
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <condition_variable>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -9,19 +9,16 @@
 #include <string>
 #include <thread>
 
-#include "platform/glib/GObjectPtr.h"
-#include "platform/glib/Timeout.h"
 #include "platform/hotkey/SessionEventTap.h"
 #include "platform/hotkey/X11KeyGrab.h"
+#include "support/FileDescriptor.h"
 
 namespace quillory {
 
-// The hotkey on X11. The keyboard of the whole session waits for the callback, but no longer than a second
-// for a main thread that is busy: the press goes to the focused window then, and the tap is disabled and
-// the callback told so once the main thread is back.
-//
-// The main thread takes the presses, so that none waits for another thread to be woken. A thread of the tap's
-// own only sees to it that they are taken in time.
+// The hotkey on X11. The keyboard of the whole session waits for the callback, but no longer than a second,
+// whatever the main thread does: a thread of the tap's own takes the presses, asks the main thread and answers
+// them. A main thread that is late has the press passed to the focused window; the tap is disabled and the
+// callback told so once it is back, and what is pressed until then passes at once.
 //
 // A press that the callback swallows is answered when the focus has moved because of it: what is typed right after
 // it goes to the window that it brought to the front, and the window manager does not see the focus go back first.
@@ -42,42 +39,36 @@ public:
     bool isEnabled() const override;
 
 private:
-    X11EventTap(EventTapCallback callback, void* userData, Hooks hooks);
+    using Clock = std::chrono::steady_clock;
 
-    // On the main thread.
-    void start();
-    void takePresses();
-    void take(const X11KeyGrab::Press& press);
-    X11KeyGrab::Answer decide(const X11KeyGrab::Press& press);
-    void swallowWhenFocusHasMoved();
-    void swallow();
-    // Unless it was answered in place of the main thread.
-    void answerPending(X11KeyGrab::Answer answer);
-    void tellIfLate();
-
-    // On the tap's thread.
-    void watch();
-    // Until it has taken all again; passes the presses on in its place if that takes too long. False if the
-    // tap is closing.
-    bool awaitMainThread(std::uint64_t taken);
-
-    struct Pending {
+    struct HeldPress {
         X11KeyGrab::Press press;
-        X11KeyGrab::Answer answer;
+        Clock::time_point deadline;
+        std::optional<X11KeyGrab::Answer> answer = std::nullopt; // none while the main thread has not decided
+        bool awaitsFocus = false; // it is answered when the focus has moved, or at the deadline
     };
 
-    Hooks m_hooks;
-    std::unique_ptr<X11KeyGrab> m_grab;
-    GSourcePtr m_source;
-    Timeout m_swallow;
-    std::thread m_watch;
+    X11EventTap(std::unique_ptr<X11KeyGrab> grab, FileDescriptor wakeUp, EventTapCallback callback, void* userData,
+                Hooks hooks);
 
-    std::mutex m_mutex; // guards all below
-    std::condition_variable m_changed;
-    std::uint64_t m_taken = 0; // how often the main thread has taken all that there was
-    std::optional<Pending> m_pending; // with the answer that it gets from the tap's thread
+    // On the main thread.
+    void decide();
+    HeldPress decided(HeldPress held) const;
+
+    // On the tap's thread.
+    void run();
+    void takePresses();
+    void ask(const X11KeyGrab::Press& press);
+    void answerIfDue();
+    void wait();
+
+    Hooks m_hooks;
+    std::unique_ptr<X11KeyGrab> m_grab; // the thread's, once that runs
+    FileDescriptor m_wakeUp; // an event counter: the main thread has decided
+    std::mutex m_mutex; // guards the two below
+    std::optional<HeldPress> m_held;
     bool m_late = false; // since a press was passed on in place of the main thread, until that knows
-    bool m_closing = false;
+    std::thread m_thread;
 };
 
 }

@@ -2,6 +2,7 @@
 
 #include <iostream>
 #include <string_view>
+#include <utility>
 
 // The header names a field "explicit"; it has no other way to be read as C++.
 #ifdef __clang__
@@ -130,21 +131,11 @@ std::optional<X11KeyGrab::Press> X11KeyGrab::nextPress()
                 return Press {event->time, m_chord->flags(event->state)};
             answer({event->time, 0}, Answer::pass);
         }
-        if (!m_keymapChanged.exchange(false))
+        if (!std::exchange(m_keymapChanged, false))
             return std::nullopt;
         // Presses that come while it waits for replies are read along with them.
         followKeymap();
     } while (true);
-}
-
-bool X11KeyGrab::passAll()
-{
-    bool passed = false;
-    while (const auto event = nextKeyPress()) {
-        answer({event->time, 0}, Answer::pass);
-        passed = true;
-    }
-    return passed;
 }
 
 // Both answers end the grab that the press began. A window that gets the focus while a grab lasts is not

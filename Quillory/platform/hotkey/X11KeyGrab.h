@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -18,7 +17,7 @@ namespace quillory {
 // A grabbed press freezes the keyboard of the session until it is answered: it is replayed to the focused
 // window or swallowed. Repeats are presses as well; releases are never taken.
 //
-// Main thread only, but for what says otherwise.
+// On one thread at a time, but for what says otherwise.
 class X11KeyGrab {
 public:
     struct Press {
@@ -42,9 +41,7 @@ public:
 
     // The next press of the chord, which has to be answered, or nothing if none waits any more. Never blocks.
     std::optional<Press> nextPress();
-    // Passes on every press that waits, in place of the main thread. False if there was none. On any thread.
-    bool passAll();
-    // Once for each press, on any thread.
+    // Once for each press.
     void answer(const Press& press, Answer answer);
 
     // Begins or ends to look whether another window is made the active one. Then the connection is readable.
@@ -69,8 +66,8 @@ private:
     std::vector<xcb_window_t> m_roots;
     std::uint8_t m_firstKeymapEvent = 0;
     xcb_atom_t m_activeWindow = XCB_ATOM_NONE;
-    std::atomic<bool> m_keymapChanged = false;
-    std::atomic<bool> m_activeWindowChanged = false;
+    bool m_keymapChanged = false;
+    bool m_activeWindowChanged = false;
     std::optional<X11Chord> m_chord;
 };
 
