@@ -8,9 +8,9 @@ import shutil
 import signal
 import subprocess
 import threading
-import time
+import urllib.parse
 
-from desktop import PATIENCE, wait_for
+from desktop import PATIENCE
 
 # Runs the scripts that a test writes into the page's folder and reports what each returned as the name
 # of a file to save, which the program logs. A name that starts with "T" and no data reaches no panel.
@@ -25,12 +25,13 @@ for (const name of ["File", "Image", "Paste"])
     window[`handleNative${name}Content`] = (text) => { received.push([name, text]); };
 (async () => {
     const sleep = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
-    report("ready", {width: innerWidth, height: innerHeight});
+    const page = Date.now();  // a script is for the page that is loaded, not for the next one
+    report("ready", {width: innerWidth, height: innerHeight, page});
     for (let id = 1; ; ++id) {
         let script;
         while (true) {
             try {
-                script = await (await fetch(`script-${id}.js`, {cache: "no-store"})).text();
+                script = await (await fetch(`script-${page}-${id}.js`, {cache: "no-store"})).text();
                 break;
             } catch { await sleep(20); }
         }
@@ -98,6 +99,7 @@ class Log:
 class Application:
     # All that were started and not yet looked at by the fixture `sanitizers_have_nothing_to_say`.
     started = []
+    _page = _scripts = 0
 
     def __init__(self, desktop, binary, page_folder, env=None, arguments=()):
         self.desktop = desktop
@@ -106,34 +108,41 @@ class Application:
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
         self.log = Log(self.process.stdout)
         self.errors = Log(self.process.stderr)
-        self._scripts = 0
         self.started.append(self)
 
     # The page
 
     def wait_ready(self, after=0):
-        line, _ = self.log.wait(re.compile(r"^📥 Native download requested: Tready "), after)
-        return self._reported(line)
-
-    def forget_scripts(self):
-        """Lets a page that is loaded anew begin with the next script."""
-        self._scripts = 0
-        for script in self.page_folder.glob("script-*.js"):
-            script.unlink()
+        """Waits until the page is loaded; returns its inner width and height."""
+        line, place = self.log.wait(re.compile(r"^📥 Native download requested: Tready "), after)
+        self.log.wait("❌ Failed to decode data URL", place)
+        ready = self._reported(line)
+        self._page, self._scripts = ready["page"], 0
+        return ready
 
     @staticmethod
     def _reported(line):
-        from urllib.parse import unquote
-        return json.loads(unquote(line.split(" ", 5)[5]))
+        return json.loads(urllib.parse.unquote(line.split(" ", 5)[5]))
 
     def start_script(self, script):
         """Hands a script (the body of an async function) to the page; returns what to wait with."""
         self._scripts += 1
-        number = self._scripts
-        written = self.page_folder / f".script-{number}"
+        written = self.page_folder / ".script"
         written.write_text(script, encoding="utf-8")
-        written.rename(self.page_folder / f"script-{number}.js")
-        return number
+        written.rename(self.page_folder / f"script-{self._page}-{self._scripts}.js")
+        return self._scripts
+
+    def load_anew(self):
+        """Puts the program back to what it was after its launch: its page is loaded anew and the log begins again."""
+        self.desktop.close_other_windows()
+        if not self.desktop.windows("Quillory"):
+            Application(self.desktop, self.process.args[0], self.page_folder).wait_exit()
+            self.window()
+        start = len(self.log.lines)
+        self.start_script("location.reload()")
+        self.wait_ready(start)
+        self.log.lines.clear()
+        self.errors.lines.clear()
 
     def result(self, number):
         line, _ = self.log.wait(re.compile(rf"^📥 Native download requested: T{number} "))
@@ -188,27 +197,26 @@ class Application:
             self.process.kill()
         self.process.wait()
 
-    def children(self):
-        """All processes that this one started, theirs included."""
+    def children(self, name=None):
+        """The processes that this one started, theirs included: all, or those of a program."""
         found, queue = [], [self.process.pid]
         while queue:
             pid = queue.pop()
-            try:
+            with contextlib.suppress(OSError):
                 for task in os.listdir(f"/proc/{pid}/task"):
                     new = [int(p) for p in pathlib.Path(f"/proc/{pid}/task/{task}/children").read_text().split()]
                     found += new
                     queue += new
-            except OSError:
-                pass
-        return found
+
+        def runs(pid):
+            with contextlib.suppress(OSError):
+                return os.path.basename(os.readlink(f"/proc/{pid}/exe")) == name
+        return [pid for pid in found if name is None or runs(pid)]
 
     def page_process(self):
         """The process that the page runs in."""
-        for pid in self.children():
-            with contextlib.suppress(OSError):
-                if os.path.basename(os.readlink(f"/proc/{pid}/exe")) == "WebKitWebProcess":
-                    return pid
-        raise AssertionError("the page has no process")
+        process, = self.children("WebKitWebProcess")
+        return process
 
     def memory(self, field="VmHWM"):
         """A figure of the process's status, in bytes: VmHWM is the peak of what it had in memory."""

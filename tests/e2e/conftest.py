@@ -1,3 +1,4 @@
+import contextlib
 import os
 import pathlib
 import subprocess
@@ -6,7 +7,8 @@ import pytest
 
 from application import DRIVER, Application, InstallTree
 from desktop import Desktop
-from programs import Portal
+from plasma import PlasmaSession
+from programs import Portal, running
 
 
 @pytest.fixture(scope="session")
@@ -15,59 +17,117 @@ def installed():
     return pathlib.Path(os.environ["QUILLORY_PREFIX"])
 
 
-@pytest.fixture(scope="session")
+@pytest.fixture(scope="module")
 def desktop():
-    desktop = Desktop()
-    yield desktop
-    desktop.close()
+    """A session on X11."""
+    with Desktop() as desktop:
+        yield desktop
 
 
-@pytest.fixture(autouse=True)
+@pytest.fixture(scope="module")
+def plasma():
+    """A session on Wayland, with its own portal."""
+    with PlasmaSession() as plasma:
+        yield plasma
+
+
+@pytest.fixture(scope="module", params=["x11", "wayland"])
+def session(request):
+    return request.getfixturevalue({"x11": "desktop", "wayland": "plasma"}[request.param])
+
+
+@pytest.fixture(scope="module", autouse=True)
 def sanitizers_have_nothing_to_say():
-    """Holds for every test and every program that it starts, whatever the test is about (see tests/sanitizers)."""
+    """Holds for every program that a file's tests start, whatever they are about (see tests/sanitizers)."""
     yield
     reports = [line for app in Application.started for line in app.sanitizer_reports()]
     Application.started.clear()
     assert not reports, "\n".join(reports)
 
 
-@pytest.fixture
-def launch(desktop, installed, tmp_path):
-    """Starts the program with a page of the test's own, in a folder of the test's own; ends all at the end."""
-    running = []
-    trees = {}
+class Programs:
+    """The programs of a file's tests. What they can have in common they get from `shared`, with its page loaded anew."""
 
-    def start(page=DRIVER, folder="installed", env=None, ready=True, on=desktop, arguments=()):
-        if folder not in trees:
-            trees[folder] = InstallTree(installed, tmp_path / folder, page)
-        tree = trees[folder]
-        for script in tree.page_folder.glob("script-*.js"):
-            script.unlink()
-        app = Application(on, tree.binary, tree.page_folder, env, arguments)
+    def __init__(self, installed, folder):
+        self.installed = installed
+        self.folder = folder
+        self._shared = {}
+
+    def start(self, tree, env, session, ready=True, arguments=()):
+        app = Application(session, tree.binary, tree.page_folder, env, arguments)
         app.tree = tree
-        running.append(app)
         if ready:
             app.wait_ready()
             # The status report, half a second after the launch: from here on the log is the test's own.
             app.log.wait("=" * 28)
         return app
 
+    @contextlib.contextmanager
+    def shared(self, request, session, env):
+        app = self._shared.get(session)
+        if app and app.process.poll() is None and app.env == env:
+            app.load_anew()
+        else:
+            self.end(session)
+            tree = InstallTree(self.installed, self.folder / f"tree-{len(os.listdir(self.folder))}")
+            app = self._shared[session] = self.start(tree, env, session)
+            session.settle(app)
+            app.log.lines.clear()
+            app.env = env
+        failed = request.session.testsfailed
+        yield app
+        if request.session.testsfailed != failed:
+            self.end(session)
+
+    def end(self, session=None):
+        """Ends what is shared in a session, or in all."""
+        for one in [session] if session else list(self._shared):
+            if one in self._shared:
+                self._shared.pop(one).kill()
+
+
+@pytest.fixture(scope="module")
+def programs(installed, tmp_path_factory):
+    programs = Programs(installed, tmp_path_factory.mktemp("trees"))
+    yield programs
+    programs.end()
+
+
+@pytest.fixture
+def app(programs, desktop, request):
+    """The program on X11, which the file's tests share."""
+    with programs.shared(request, desktop, None) as app:
+        yield app
+
+
+@pytest.fixture
+def shell(programs, desktop, portal, request):
+    """The same with panels that the portal answers."""
+    with programs.shared(request, desktop, Portal.ENVIRONMENT) as app:
+        yield app
+
+
+@pytest.fixture
+def launch(programs, installed, tmp_path, request):
+    """Starts a program of the test's own, with a page and in a folder of the test's own; ends all at the end."""
+    started = []
+    trees = {}
+
+    def start(page=DRIVER, folder="installed", env=None, ready=True, on=None, arguments=(), catalogues=None):
+        on = on or request.getfixturevalue("desktop")
+        programs.end(on)
+        if folder not in trees:
+            trees[folder] = InstallTree(installed, tmp_path / folder, page)
+        for language, catalogue in (catalogues or {}).items():
+            messages = trees[folder].prefix / f"share/locale/{language}/LC_MESSAGES"
+            messages.mkdir(parents=True)
+            subprocess.run(["msgfmt", "-o", messages / "quillory.mo", catalogue], check=True)
+        started.append(programs.start(trees[folder], env, on, ready, arguments))
+        return started[-1]
+
     yield start
-    for app in reversed(running):
+    for app in reversed(started):
         app.kill()
-
-
-@pytest.fixture
-def portal(desktop):
-    """File panels that the test answers itself; the program needs `Portal.ENVIRONMENT`."""
-    portal = Portal(desktop)
-    yield portal
-    portal.kill()
-
-
-@pytest.fixture
-def app(launch):
-    return launch()
 
 
 @pytest.fixture(scope="session")
@@ -76,3 +136,16 @@ def locale(tmp_path_factory):
     folder = tmp_path_factory.mktemp("locales")
     subprocess.run(["localedef", "-i", "de_DE", "-f", "UTF-8", folder / "de_DE.UTF-8"], check=True)
     return {"LOCPATH": str(folder), "LC_ALL": "de_DE.UTF-8"}
+
+
+@pytest.fixture(scope="module")
+def portal_of_the_file(desktop):
+    with running(Portal(desktop)) as portal:
+        yield portal
+
+
+@pytest.fixture
+def portal(portal_of_the_file):
+    """File panels that the test answers itself; the program needs `Portal.ENVIRONMENT`, as `shell` has."""
+    yield portal_of_the_file
+    portal_of_the_file.cancel_all()

@@ -7,12 +7,12 @@ import subprocess
 import tempfile
 import time
 
-PATIENCE = 30  # seconds until an event that should come counts as missing
+PATIENCE = int(os.environ.get("QUILLORY_PATIENCE", "30"))  # seconds until an event that should come counts as missing
 
 # A session bus that starts no services: what a machine has installed (a portal, say) is not to differ between desktops.
 BUS = """<busconfig><type>session</type><keep_umask/><listen>unix:path={socket}</listen><auth>EXTERNAL</auth>
 <policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="{name}"/></policy>
-</busconfig>"""
+<servicedir>{services}</servicedir></busconfig>"""
 # What the desktop's portal needs, in this order, before its backends and itself.
 PORTAL_SERVICES = ["xdg-permission-store", "xdg-document-portal"]
 
@@ -82,11 +82,11 @@ class Session:
         self.processes.append(subprocess.Popen(command, env=env, **options))
         return self.processes[-1]
 
-    def start_bus(self, socket, name="*"):
-        """A bus on which programs may own a name, or any."""
+    def start_bus(self, socket, name="*", services="/nonexistent"):
+        """A bus on which programs may own a name, or any, and which starts those of a folder."""
         config = f"{socket}.conf"
         with open(config, "w", encoding="utf-8") as file:
-            file.write(BUS.format(socket=socket, name=name))
+            file.write(BUS.format(socket=socket, name=name, services=services))
         bus = self.start("dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile")
         wait_for(lambda: os.path.exists(socket), "the bus")
         return bus
@@ -112,7 +112,13 @@ class Session:
             raise AssertionError(f"{' '.join(command)}: {result.stderr}")
         return result.stdout
 
+    def settle(self, app):
+        """Waits until a program that was launched is done with what the session asks of it."""
+
     # Windows
+
+    def close_other_windows(self):
+        """Closes what the program has open beside its main window."""
 
     def wait_window(self, title):
         return wait_for(lambda: self.windows(title), f"the window {title!r}")[0]
@@ -147,7 +153,7 @@ class Desktop(Session):
         os.close(write)
         with os.fdopen(read) as number:
             self.env["DISPLAY"] = ":" + number.readline().strip()
-        self.start("openbox")
+        self.window_manager = self.start("openbox")
         wait_for(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK", check=False),
                  "the window manager")
 
@@ -172,6 +178,16 @@ class Desktop(Session):
         self.key("alt+F4")
         self.wait_no_window(title)
 
+    def close_other_windows(self):
+        main = self.windows("Quillory")
+        for window in self._of_the_program() - set(main):
+            self.focus(window)
+            self.key("alt+F4")
+            wait_for(lambda: window not in self._of_the_program(), "a window to close")
+
+    def _of_the_program(self):
+        return set(self.run("xdotool", "search", "--onlyvisible", "--class", "com.quillory.Quillory", check=False).split())
+
     def geometry(self, window):
         """Position and size of a window's content: X, Y, WIDTH, HEIGHT."""
         out = self.run("xwininfo", "-id", (self.windows(window) or [window])[0])
@@ -193,8 +209,7 @@ class Desktop(Session):
     def choose_from_menu(self, window, menu, item):
         """Opens the menu bar by keyboard and chooses an item, both counted from 0."""
         def popups():
-            return set(self.run("xdotool", "search", "--onlyvisible", "--class", "com.quillory.Quillory", check=False)
-                       .split()) - {window}
+            return self._of_the_program() - {window}
         self.focus(window)
         before = popups()
         self.key("F10")

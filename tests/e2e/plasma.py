@@ -1,12 +1,14 @@
 """A private Plasma session on Wayland without a screen: KWin and, if wanted, KDE's portal."""
 import glob
 import os
+import re
 import shutil
 
 from desktop import Session, wait_for
 from wayland_keyboard import WaylandKeyboard
 
 SOCKET = "wayland-quillory"
+ALERT = "Accessibility Permission Required"
 # KWin answers questions about its windows only to its own scripts, and what those print is in its log.
 # Its words for them are others since version 6.
 LIST = "(workspace.windowList || workspace.clientList)().forEach"
@@ -83,6 +85,21 @@ class PlasmaSession(Session):
 
     def _windows(self):
         return [line.split("\t", 7) for line in self._run_script(LIST_WINDOWS)]
+
+    # The hotkey
+
+    def dismiss_alert(self):
+        """Answers "Later" to what the program says without a permission for its hotkey."""
+        self.wait_active(ALERT)
+        self.key("Tab", "Return")
+        self.wait_no_window(ALERT)
+
+    def settle(self, app):
+        """Waits for the hotkey; a portal that takes more than the program's 250 ms to say yes has an alert to dismiss."""
+        line, _ = app.log.wait(re.compile("^Global hotkey Cmd|^Accessibility permissions required"))
+        if line.startswith("Accessibility"):
+            self.dismiss_alert()
+            app.log.wait("Global hotkey Cmd+Shift+E registered")
 
     # Keys
 

@@ -1,4 +1,5 @@
 """Programs of the tests' own, run beside the one under test."""
+import base64
 import contextlib
 import json
 import os
@@ -23,8 +24,8 @@ class Program:
                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
         self.log = Log(self.process.stdout)
 
-    def tell(self, command):
-        self.process.stdin.write(f"{command}\n".encode())
+    def tell(self, *command):
+        self.process.stdin.write(f"{json.dumps(command)}\n".encode())
         self.process.stdin.flush()
 
     def kill(self):
@@ -35,12 +36,12 @@ class Program:
 
 
 class KeyWindow(Program):
-    """A window of another program, with the focus."""
+    """A window of another program, with the focus; see other_program.py."""
 
     TITLE = "Another program"
 
     def __init__(self, session):
-        super().__init__(session, "key_window.py", self.TITLE)
+        super().__init__(session, "other_program.py", self.TITLE)
         self.log.wait("active")
         self.window = session.wait_active(self.TITLE)
 
@@ -51,6 +52,11 @@ class KeyWindow(Program):
         start = len(self.log.lines)
         self.tell("token")
         return self.log.wait(re.compile("^token (.+)"), start)[0].partition(" ")[2]
+
+    def copy(self, contents):
+        """Copies in several types at once."""
+        self.tell("copy", *(part for kind, content in contents.items() for part in (kind, base64.b64encode(content).decode())))
+        self.log.wait("copied")
 
 
 class Portal(Program):
@@ -84,7 +90,7 @@ class Portal(Program):
 
     def wait_panel(self):
         """The next panel that was asked for: method, title, options."""
-        line, place = self.log.wait(re.compile('^."(Open|Save)File"'), self._panels)
+        line, place = self.log.wait(re.compile(r'^\["(Open|Save)File"'), self._panels)
         self._panels = place + 1
         return dict(zip(("method", "sender", "request", "title", "options"), json.loads(line)))
 
@@ -94,6 +100,11 @@ class Portal(Program):
         self._emit("org.freedesktop.portal.Request", "Response", "ua{sv}", dbus.UInt32(0 if path else 1),
                    dbus.Dictionary({"uris": uris}, signature="sv"),
                    path=panel["request"], destination=panel["sender"])
+
+    def cancel_all(self):
+        """Cancels what the test has not asked about."""
+        while any(re.match(r'\["(Open|Save)File"', line) for line in self.log.lines[self._panels:]):
+            self.choose()
 
     def choose(self, path=None):
         """Waits for a panel and answers it."""

@@ -1,0 +1,286 @@
+"""What the page, and other programs of the session, cannot get through the program: see docs/security.md."""
+import http.server
+import io
+import os
+import pathlib
+import re
+import shutil
+import threading
+
+import pytest
+from PIL import Image
+
+from application import Application, InstallTree
+from desktop import wait_for
+from sandbox import Sandbox
+from test_services import download
+
+# Each takes a URL and gives what it could read of it, or fails.
+READERS = {
+    "text": "async (url) => (await fetch(url)).text()",
+    "image": """(url) => new Promise((resolve, reject) => {
+        const image = new Image();
+        image.onload = () => resolve(`${image.width}`);
+        image.onerror = reject;
+        image.src = url;
+    })""",
+    "worker": """(url) => new Promise((resolve, reject) => {
+        const code = `onmessage = async ({data}) => {
+            try { postMessage(await (await fetch(data)).text()); } catch (error) { postMessage(null); }
+        };`;
+        const worker = new Worker(URL.createObjectURL(new Blob([code])));
+        worker.onmessage = ({data}) => data === null ? reject("refused") : resolve(data);
+        worker.postMessage(new URL(url, location.href).href);
+    })""",
+}
+FOLDER = "a per%cent %2f num#ber? [a](b){c}+plus$^| Grüße-日本 quote'\"tick`"
+
+
+def spellings(folder, secret):
+    """Every spelling known to us of a file outside the page's folder."""
+    path = str(secret)
+    depth = "../" * (len(folder.parts) - 1)
+    name = secret.name
+    return [
+        secret.as_uri(), f"file://{path}", f"file:///{path}", f"file:////{path.lstrip('/')}", f"file://localhost{path}",
+        f"FILE://{path}", f"{depth}{path.lstrip('/')}", f"../{name}", f"./../{name}", f"..//{name}", f"..\\{name}",
+        f"%2e%2e/{name}", f".%2E/{name}", f"..%2f{name}", f"x/..%2f..%2f{name}", f"x%2f..%2f..%2f{name}", f"..%5c{name}",
+        f"x%5c..%5c..%5c{name}", f"{folder.as_uri()}/../{name}", f"{folder.as_uri()}/x/../../{name}",
+        f"{folder.as_uri()}%2f..%2f{name}", f"{folder.as_uri()}-sibling/{name}", f"{folder.as_uri()[:-1]}{name}",
+        "file:///etc/hostname",
+        *(spelling for code in range(0x80) for spelling in (f"..%{code:02x}/{name}", f"%{code:02X}/../../{name}", f"..%{code:02x}{name}")),
+    ]
+
+
+@pytest.mark.parametrize("name", ["installed", FOLDER])
+def test_nothing_outside_the_folder(launch, name):
+    app = launch(folder=name)
+    folder = app.page_folder
+    sibling = folder.with_name(folder.name + "-sibling")
+    sibling.mkdir()
+    (folder / "x").mkdir()
+    dot = io.BytesIO()
+    Image.new("L", (1, 1)).save(dot, "PNG")
+    for place in (folder, folder.parent, sibling):
+        (place / "file.txt").write_text("secret")
+        (place / "file.png").write_bytes(dot.getvalue())
+    (folder / "a ü#1%.txt").write_text("inside")
+    assert app.run_script("return (await fetch(encodeURIComponent('a ü#1%.txt'))).text()") == "inside"
+    for reader, code in READERS.items():
+        file = "file.png" if reader == "image" else "file.txt"
+        expected = "1" if reader == "image" else "secret"
+        # First the same file inside the folder: the reader works.
+        for inside in ("", "./x/../"):
+            assert app.run_script(f"return await ({code})({inside + file!r})") == expected
+        assert app.run_script(f"""
+            const got = await Promise.all({spellings(folder, folder.parent / file)!r}.map(async (url) => {{
+                try {{ return [url, await ({code})(url)]; }} catch {{ return null; }}
+            }}));
+            return got.filter((row) => row !== null);
+        """) == []
+
+
+@pytest.mark.parametrize("cache", ["/dev/null", "/dev/null/below", "/sys/quillory"])
+def test_cache_that_cannot_be_written(launch, cache):
+    app = launch(env={"XDG_CACHE_HOME": cache})
+    assert app.run_script("try { await fetch('file:///etc/hostname'); return 'read' } catch { return 'refused' }") == "refused"
+
+
+def test_the_page_runs_in_the_engines_sandbox(app, desktop):
+    secret = pathlib.Path(desktop.home, "secret.txt")
+    secret.write_text("secret")
+    page = app.page_process()
+    assert os.path.exists(f"/proc/{app.process.pid}/root{secret}")
+    assert not os.path.exists(f"/proc/{page}/root{secret}")
+    status = pathlib.Path(f"/proc/{page}/status").read_text()
+    assert re.search(r"^NoNewPrivs:\s1$", status, re.M) and re.search(r"^Seccomp:\s2$", status, re.M)
+
+
+def test_page_started_downloads_are_refused(app, desktop):
+    app.run_script("""
+        const link = document.createElement("a");
+        link.href = URL.createObjectURL(new Blob(["content"]));
+        link.download = "unasked.txt";
+        document.body.append(link);
+        link.click();""")
+    for _ in range(50):  # it would have been there long ago
+        assert app.run_script("return document.title") == "Test page"
+    assert not [path for folder in (desktop.home, os.getcwd()) for path in pathlib.Path(folder).rglob("unasked*")]
+
+
+class Server:
+    """A server on this machine that remembers what it was asked for."""
+
+    def __init__(self):
+        self.paths = paths = set()
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                paths.add(self.path)
+                self.send_response(204)
+                self.send_header("Access-Control-Allow-Origin", "*")
+                self.end_headers()
+
+            do_POST = do_GET
+
+            def log_message(self, *_):
+                pass
+
+        self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        self.url = f"http://127.0.0.1:{self._server.server_port}"
+        threading.Thread(target=self._server.serve_forever, daemon=True).start()
+
+    def close(self):
+        self._server.shutdown()
+        self._server.server_close()
+
+
+ELSEWHERE = [
+    "location.href = '{}/link'", "location.replace('file:///etc/hostname')", "location.href = '..'",
+    "location.href = URL.createObjectURL(new Blob(['<title>blob</title>'], {{type: 'text/html'}}))",
+    "location.href = 'data:text/html,<title>data</title>'", "location.href = 'unknown:scheme'",
+    "document.body.append(Object.assign(document.createElement('form'), {{action: '{}/form'}})); document.forms[0].submit()",
+    "document.body.append(Object.assign(document.createElement('iframe'), {{srcdoc: '<script>top.location = \"{}/top\"</script>'}}))",
+]
+
+
+def test_the_page_cannot_be_left_for_another(app):
+    server = Server()
+    try:
+        for way in ELSEWHERE:
+            app.run_script(f"window.mark = 'kept'; {way.format(server.url)}")
+            # What the page asks for while it is being left fails.
+            app.run_script(f"while (!await fetch('{server.url}/after').catch(() => null));")
+            assert app.run_script("return window.mark + document.title") == "keptTest page", way
+        assert server.paths == {"/after"}
+    finally:
+        server.close()
+
+
+# Beside the editor's own script: every way to the network that needs no hand of the user, and one to run text as code.
+# Each says so when it has been refused.
+PROBE = """
+const url = (name) => "%s/" + name;
+let refused;
+const element = (tag, attributes) => document.body.append(Object.assign(document.createElement(tag), attributes));
+const ways = {
+    fetch: () => fetch(url("fetch")),
+    request: () => { const request = new XMLHttpRequest(); request.open("GET", url("request")); request.send(); },
+    beacon: () => navigator.sendBeacon(url("beacon"), "text"),
+    events: () => new EventSource(url("events")),
+    socket: () => new WebSocket(url("socket").replace("http", "ws")),
+    image: () => element("img", {src: url("image")}),
+    frame: () => element("iframe", {src: url("frame")}),
+    script: () => element("script", {src: url("script"), onerror: () => refused()}),
+    style: () => element("link", {rel: "stylesheet", href: url("style"), onerror: () => refused()}),
+    font: () => new FontFace("face", `url(${url("font")})`).load(),
+    media: () => element("video", {src: url("media"), preload: "auto"}),
+    code: () => (0, eval)("1"),
+};
+document.addEventListener("securitypolicyviolation", () => refused());
+(async () => {
+    for (const [name, way] of Object.entries(ways)) {
+        await new Promise((resolve) => {
+            refused = resolve;
+            try { way()?.catch?.(() => {}); } catch { }
+        });
+        window.webkit.messageHandlers.nativeDownload.postMessage({filename: `refused ${name}`, data: ""});
+    }
+})();
+"""
+
+
+def test_the_editor_stays_off_the_network(programs, desktop, tmp_path):
+    programs.end(desktop)
+    tree = InstallTree(programs.installed, tmp_path / "tree", page=None)
+    shutil.copytree(programs.installed / "share/quillory/WebContent", tree.page_folder, dirs_exist_ok=True)
+    page = (tree.page_folder / "index.html").read_text(encoding="utf-8")
+    (tree.page_folder / "index.html").write_text(
+        page.replace("</head>", '<script defer src="probe.js"></script></head>'), encoding="utf-8")
+    server = Server()
+    (tree.page_folder / "probe.js").write_text(PROBE % server.url, encoding="utf-8")
+    app = Application(desktop, tree.binary, tree.page_folder)
+    try:
+        for name in re.findall(r"^    (\w+): \(\) =>", PROBE, re.M):
+            app.log.wait(f"📥 Native download requested: refused {name}")
+        assert server.paths == set()
+    finally:
+        app.kill()
+        server.close()
+
+
+def test_other_programs_on_the_bus_can_raise_the_window_and_no_more(app, desktop, tmp_path):
+    (tmp_path / "p.json").write_text("{}")
+    files = [(tmp_path / "p.json").as_uri()]
+
+    def call(method, *arguments):
+        return desktop.run("gdbus", "call", "--session", "--dest", "com.quillory.Quillory", "--object-path",
+                           "/com/quillory/Quillory", "--method", method, "--", *arguments, check=False)
+
+    call("org.freedesktop.Application.Open", str(files), "{}")
+    call("org.gtk.Application.Open", str(files), "''", "{}")
+    call("org.gtk.Application.CommandLine", "/", str([f"b'{file}'" for file in files]).replace('"', ""), "{}")
+    call("org.freedesktop.Application.ActivateAction", "'quit'", "[<'x'>]", "{}")
+    assert call("org.gtk.Actions.List") == "(@as [],)\n"
+    # Of any type and any text, where a token of a launcher is expected.
+    for data in ("{'activation-token': <42>}", "{'desktop-startup-id': <'\\n\\x01 _TIME-1'>}", "{'activation-token': <'none'>}"):
+        desktop.minimize("Quillory")
+        call("org.freedesktop.Application.Activate", data)
+        desktop.wait_window("Quillory")
+    assert app.run_script("return received") == []
+    assert app.own_lines() == []
+
+
+def test_confined_as_the_flatpak_asks_it_does_all_of_its_work(programs, desktop, tmp_path):
+    programs.end(desktop)
+    tree = InstallTree(programs.installed, tmp_path / "installed")
+    sandbox = Sandbox(desktop, tree.prefix)
+    started = []
+
+    def start():
+        command = sandbox.command("/app/bin/quillory")
+        started.append(Application(desktop, command[0], tree.page_folder, arguments=command[1:]))
+        return started[-1]
+
+    try:
+        works_confined(start, sandbox, desktop)
+    finally:
+        for app in started:
+            app.kill()
+        sandbox.close()
+
+
+def works_confined(start, sandbox, desktop):
+    secret = sandbox.home / "secret.txt"
+    secret.write_text("secret")
+    app = start()
+    app.wait_ready()
+    app.post("nativeDownload", download("picture.png", b"hello"))
+    target = sandbox.downloads / "picture.png"
+    desktop.answer_panel("Save", target)
+    app.log.wait(f"✅ File saved to: {target}")
+    app.post("nativeBatchDownload", {"files": [download(f"{i}.png", b"hello") for i in range(3)]})
+    desktop.answer_panel("Choose a folder to save 3 files", sandbox.downloads)
+    app.log.wait(f"✅ Saved 3/3 files to: {sandbox.downloads}")
+    assert sorted(os.listdir(sandbox.downloads)) == ["0.png", "1.png", "2.png", "picture.png"]
+    app.post("nativeFilePicker", None)
+    desktop.answer_panel("Select a Quillory project file", target)
+    app.post("nativeCopy", {"data": "copied"})
+    wait_for(lambda: desktop.run("xclip", "-sel", "clipboard", "-o", check=False) == "copied", "the copied text")
+    app.post("nativePaste", None)
+    wait_for(lambda: app.run_script("return received") == [["File", "hello"], ["Paste", "copied"]], "both in the page")
+
+    # The mounts as the running program has them, not as a second sandbox would.
+    program, = app.children("quillory")
+    root = f"/proc/{program}/root"
+    assert set(os.listdir(f"{root}{sandbox.home}")) <= {".cache", ".config", ".local", "Downloads"}
+    assert set(os.listdir(root)) <= {"app", "bin", "dev", "etc", "home", "lib", "lib32", "lib64", "proc", "root", "run", "sbin",
+                                     "sys", "tmp", "usr", "var"}
+    interfaces = pathlib.Path(f"/proc/{program}/net/dev").read_text().splitlines()[2:]
+    assert [line.split(":")[0].strip() for line in interfaces] == ["lo"]
+    assert app.run_script(f"return fetch('{secret.as_uri()}').then(() => 'read', () => 'refused')") == "refused"
+
+    desktop.minimize("Quillory")
+    second = start()
+    assert (second.wait_exit(), second.log.lines) == (0, [])
+    desktop.wait_window("Quillory")

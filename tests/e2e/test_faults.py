@@ -1,0 +1,276 @@
+"""What goes wrong is said, what was there before stays whole, and the program goes on: disks, and partners that end."""
+import array
+import json
+import os
+import re
+import resource
+import signal
+import subprocess
+
+import pytest
+
+from application import DRIVER, LAUNCH, Application
+from desktop import Desktop, wait_for
+from programs import Portal
+from test_launch import assert_ended
+from test_services import download
+
+OLD = b"precious" * 1000
+SIZE = 64 << 20
+GONE = re.compile("^❌ JavaScript (paste )?error: .*the page's process has ended")
+PANEL_GONE = "quillory: the desktop's file panel has gone, nothing was chosen"
+SENT = re.compile("^✅ .* sent to JavaScript$")
+
+
+def mount(folder, *arguments):
+    if subprocess.run(["mount", *arguments, folder], capture_output=True).returncode != 0:
+        pytest.skip("only root may mount a file system")
+
+
+def mount_without_reservation(folder, size):
+    """A file system that cannot set space aside for a file."""
+    image = folder.with_name("image")
+    with open(image, "wb") as file:
+        file.truncate(size)
+    subprocess.run(["/usr/sbin/mke2fs", "-q", "-t", "ext2", "-m", "0", image], check=True)
+    mount(folder, "-o", "loop", image)
+
+
+@pytest.fixture
+def folder(tmp_path):
+    folder = tmp_path / "folder"
+    folder.mkdir()
+    yield folder
+    subprocess.run(["umount", "-l", folder], capture_output=True)
+
+
+# What happens to the chosen folder while its panel is open. Each returns the reason that is to be given.
+
+def disk_full(folder, _app):
+    mount(folder, "-t", "tmpfs", "-o", "size=1m", "tmpfs")
+    (folder / "a.bin").write_bytes(OLD)
+    return "No space left on device"
+
+
+def disk_full_without_reservation(folder, _app):
+    mount_without_reservation(folder, 1 << 20)
+    (folder / "a.bin").write_bytes(OLD)
+    return "No space left on device"
+
+
+def size_limit(_folder, app):
+    resource.prlimit(app.process.pid, resource.RLIMIT_FSIZE, (1 << 20, resource.RLIM_INFINITY))
+    return "File too large"
+
+
+def read_only(folder, _app):
+    if os.getuid() != 0:
+        (folder / "a.bin").chmod(0o444)
+        folder.chmod(0o555)
+        return "Permission denied"
+    mount(folder, "--bind", folder)
+    mount(folder, "-o", "remount,bind,ro")
+    return "Read-only file system"
+
+
+@pytest.mark.parametrize("fault", [disk_full, disk_full_without_reservation, size_limit, read_only])
+def test_what_cannot_be_written_is_said_and_the_old_file_stays(shell, portal, programs, folder, fault):
+    (folder / "a.bin").write_bytes(OLD)
+    shell.run_script("""
+        const files = ["a.bin", "b.bin"].map((filename) => ({filename, data: "," + "A".repeat(4 << 20)}));
+        for (const file of files)
+            post("nativeDownload", file);
+        post("nativeBatchDownload", {files});""")
+    panels = [portal.wait_panel() for _ in range(3)]
+    reason = fault(folder, shell)
+    start = len(shell.log.lines)
+    for panel, path in zip(panels, (folder / "a.bin", folder / "b.bin", folder)):
+        portal.answer(panel, path)
+    shell.log.wait(f"✅ Saved 0/2 files to: {folder}", start)
+    assert sorted(shell.own_lines(start)) == sorted([
+        *[f"❌ Error saving {name}: {reason}" for name in ("file", "file", "a.bin", "b.bin")],
+        f"✅ Saved 0/2 files to: {folder}"])
+    assert (folder / "a.bin").read_bytes() == OLD and not (folder / "b.bin").exists()
+    assert shell.run_script("return 'alive'") == "alive"
+    resource.prlimit(shell.process.pid, resource.RLIMIT_FSIZE, (resource.RLIM_INFINITY, resource.RLIM_INFINITY))
+
+
+# Posts an export as soon as it is loaded; every four bytes of it are different.
+EXPORT = DRIVER + f"""<script>
+    const words = new Uint32Array({SIZE // 4});
+    for (let i = 0; i < words.length; ++i)
+        words[i] = i;
+    post("nativeDownload", {{filename: "a.bin", data: "," + new Uint8Array(words.buffer).toBase64()}});
+</script>"""
+NEW = array.array("I", range(SIZE // 4)).tobytes()
+# When to kill: what the file has become.
+MOMENTS = {
+    "at once": lambda status: True,
+    "space reserved": lambda status: status.st_blocks * 512 >= SIZE,
+    "old content cut off": lambda status: status.st_size == 0,
+    **{f"{part}/5 written": lambda status, part=part: part * SIZE // 5 <= status.st_size < SIZE for part in (1, 3)},
+    "saved": lambda status: False,
+}
+
+
+@pytest.mark.parametrize("disk", ["disk", "disk that cannot reserve space"])
+def test_killed_at_any_moment(launch, portal, folder, disk):
+    """What is left is the old content, the new one or a beginning of it, and the next launch is as any other."""
+    if disk != "disk":
+        mount_without_reservation(folder, 4 * SIZE)
+    target = folder / "a.bin"
+    for number, (name, reached) in enumerate(MOMENTS.items()):
+        old = OLD if number % 2 else OLD * (SIZE // len(OLD) + 1000)
+        target.write_bytes(old)
+        app = launch(EXPORT, env=Portal.ENVIRONMENT, ready=False)
+        portal.choose(target)
+        while not reached(os.stat(target)) and not re.match("✅ File saved|❌", app.log.lines[-1]):
+            pass
+        app.kill()
+        assert app.log.lines[:2] == LAUNCH and not app.log.lines[-1].startswith("❌")
+        content = target.read_bytes()
+        assert content in (old, NEW) or NEW.startswith(content), name
+        assert name != "saved" or content == NEW
+
+
+def kill_page(app):
+    page = app.page_process()
+    os.kill(page, signal.SIGKILL)
+    assert_ended([page])
+
+
+def works_without_page(app):
+    """The menu, the About window and the end are as ever."""
+    app.desktop.open_about()
+    app.desktop.focus("Quillory")
+    app.desktop.key("ctrl+q")
+    return app.wait_exit() == 0
+
+
+def test_page_dies_while_panels_are_open(shell, portal, tmp_path):
+    (tmp_path / "project.json").write_text("{}")
+    shell.run_script(f"""
+        post("nativeDownload", {json.dumps(download("a.bin", b"content"))});
+        post("nativeBatchDownload", {{files: [{json.dumps(download("b.bin", b"content"))}]}});
+        post("nativeFilePicker", null);
+        post("nativeImagePicker", null);""")
+    panels = [portal.wait_panel() for _ in range(4)]
+    start = len(shell.log.lines)
+    kill_page(shell)
+    shell.wait_ready(start)
+    for panel, path in zip(panels, (tmp_path / "a.bin", tmp_path, *[tmp_path / "project.json"] * 2)):
+        portal.answer(panel, path)
+    for line in (f"✅ File saved to: {tmp_path}/a.bin", f"✅ Saved 1/1 files to: {tmp_path}",
+                 "✅ File content sent to JavaScript", "✅ Image sent to JavaScript"):
+        shell.log.wait(line, start)
+    assert [(tmp_path / name).read_bytes() for name in ("a.bin", "b.bin")] == [b"content"] * 2
+    assert works_without_page(shell)
+
+
+def test_page_that_keeps_dying(app):
+    """It is loaded again at once; the third time within a minute the user is asked."""
+    for _ in range(2):
+        start = len(app.log.lines)
+        kill_page(app)
+        app.wait_ready(start)
+    kill_page(app)
+    app.errors.wait("quillory: the page's process has ended three times within a minute, the page waits for the user")
+    assert app.own_lines(start) == []
+    start = len(app.log.lines)
+    app.desktop.focus(app.window())
+    app.desktop.key("Return")  # on "Reload"
+    app.wait_ready(start)
+    assert app.run_script("return 6 * 7") == 42
+    assert works_without_page(app)
+
+
+@pytest.mark.parametrize("call, size", [("FilePicker", 32 << 20), ("ImagePicker", 10), ("Paste", 10)])
+def test_page_dies_while_it_is_called(shell, portal, tmp_path, call, size):
+    shell.run_script("""
+        const stay = () => { post("nativeCopy", null); for (;;); };
+        for (const name of ["File", "Image", "Paste"])
+            window[`handleNative${name}Content`] = stay;
+        const push = Array.prototype.push;
+        Array.prototype.push = function (...items) { return items[0].length > 1000 ? stay() : push.apply(this, items); };
+        post("nativeCopy", {data: "text"});""")
+    (tmp_path / "file").write_bytes(b"x" * size)
+    start = len(shell.log.lines)
+    shell.start_script(f"post('native{call}', null)")
+    if call != "Paste":
+        portal.choose(tmp_path / "file")
+    shell.log.wait("❌ Invalid copy message", start)
+    kill_page(shell)
+    shell.log.wait(GONE, start)
+    assert works_without_page(shell)
+    assert not any(SENT.search(line) for line in shell.log.lines)
+
+
+@pytest.fixture
+def own_desktop():
+    with Desktop() as desktop:
+        yield desktop
+
+
+def end(process):
+    process.kill()
+    process.wait()
+
+
+def assert_not_busy(app):
+    """The program sleeps: it is found at the same place, waiting, again and again."""
+    def switches():
+        with open(f"/proc/{app.process.pid}/status", encoding="utf-8") as status:
+            return int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", status.read(), re.M).group(1))
+
+    def sleeps():
+        with open(f"/proc/{app.process.pid}/stat", encoding="utf-8") as stat:
+            return stat.read().rpartition(")")[2].split()[0] == "S"
+    wait_for(lambda: (switches(), sleeps(), sleeps()) == (switches(), True, True), "the program to have nothing to do")
+
+
+def test_session_bus_ends(launch, own_desktop, tmp_path):
+    app = launch(on=own_desktop)
+    end(own_desktop.bus)
+    app.post("nativeDownload", download("a.bin", b"content"))
+    own_desktop.answer_panel("Save", tmp_path / "a.bin")
+    app.log.wait(f"✅ File saved to: {tmp_path}/a.bin")
+    assert_not_busy(app)
+    second = Application(own_desktop, app.process.args[0], app.page_folder)
+    assert (second.wait_exit(), second.log.lines) == (0, [])
+    assert works_without_page(app)
+
+
+@pytest.mark.parametrize("what", ["portal", "bus"])
+def test_panels_are_answered_when_their_portal_ends(launch, own_desktop, tmp_path, what):
+    portal = Portal(own_desktop)
+    app = launch(env=Portal.ENVIRONMENT, on=own_desktop)
+    try:
+        app.post("nativeDownload", download("a.bin", b"content"))
+        portal.wait_panel()
+        end(portal.process if what == "portal" else own_desktop.bus)
+        app.errors.wait(PANEL_GONE)
+        assert_not_busy(app)
+        if what == "portal":
+            # Asked while there is none, and when it is back.
+            start = len(app.errors.lines)
+            app.post("nativeDownload", download("b.bin", b"content"))
+            app.errors.wait(PANEL_GONE, start)
+            portal = Portal(own_desktop)
+            app.post("nativeDownload", download("c.bin", b"content"))
+            portal.choose(tmp_path / "c.bin")
+            app.log.wait(f"✅ File saved to: {tmp_path}/c.bin")
+            assert not any("CRITICAL" in line for line in app.errors.lines)
+        assert app.quit() == 0
+    finally:
+        portal.kill()
+
+
+def test_display_ends(launch, own_desktop, desktop):
+    app = launch(on=own_desktop)
+    children = app.children()
+    end(own_desktop.display)
+    assert app.wait_exit() == 1
+    assert_ended(children)
+    next_one = launch(on=desktop, env={"XDG_RUNTIME_DIR": own_desktop.runtime})
+    assert next_one.own_lines()[:2] == LAUNCH
+    assert next_one.quit() == 0

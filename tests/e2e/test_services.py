@@ -1,0 +1,235 @@
+"""What the page can ask for: saving one file or many, opening projects and images, and the calls that answer."""
+import base64
+import itertools
+import json
+import os
+import re
+
+import pytest
+
+from desktop import Desktop, wait_for
+from programs import KeyWindow, Portal, running
+
+PROJECT, IMAGE = "Select a Quillory project file", "Select an image to add to canvas"
+MIXED = "quotes ' \" and \\ backslashes \\' \\n\nline\r\nbreaks\rtabs\t\u2028\u2029 NUL \0 end, \U0001F58A\uFE0F äöü 日本 \x7f \x01 ${x} </script>"
+SENT = "✅ File content sent to JavaScript"
+
+
+def data_url(content):
+    return "data:application/octet-stream;base64," + base64.b64encode(content).decode()
+
+
+def download(name, content):
+    return {"filename": name, "data": data_url(content)}
+
+
+def received(app):
+    return app.run_script("""
+        while (received.length === 0) await new Promise((resolve) => setTimeout(resolve, 10));
+        return received.splice(0);
+    """)
+
+
+def test_the_toolkits_own_panels(app, desktop, tmp_path):
+    target = tmp_path / "logo.png"
+    start = app.post("nativeDownload", download("logo.png", b"first"))
+    desktop.answer_panel("Save", target)
+    app.log.wait(f"✅ File saved to: {target}")
+    assert app.own_lines(start) == ["📥 Native download requested: logo.png", "✅ Decoded 5 bytes", f"✅ File saved to: {target}"]
+    # The panel asks before it replaces a file.
+    app.post("nativeDownload", download("logo.png", b"second, longer"))
+    desktop.answer_panel("Save", target, replace=True)
+    wait_for(lambda: target.read_bytes() == b"second, longer", "the file to be replaced")
+
+    for message, title, name in (("nativeFilePicker", PROJECT, "File"), ("nativeImagePicker", IMAGE, "Image")):
+        app.post(message, {"any": ["body"]})
+        desktop.answer_panel(title, target)
+        assert received(app)[0][0] == name
+
+    folder = tmp_path / "chosen"
+    folder.mkdir()
+    (folder / "b.txt").write_text("old")
+    files = [download("a.txt", b"A"), download("b.txt", b"B"), {"filename": "c.txt"}, download("../d.txt", b"D")]
+    start = app.post("nativeBatchDownload", {"files": files})
+    desktop.answer_panel("Choose a folder to save 4 files", folder)
+    app.log.wait(f"✅ Saved 2/4 files to: {folder}")
+    assert app.own_lines(start) == ["📥 Batch download requested: 4 files",
+                                    "❌ Error saving ../d.txt: The name leads out of the chosen folder",
+                                    f"✅ Saved 2/4 files to: {folder}"]
+    assert {path.name: path.read_text() for path in folder.iterdir()} == {"a.txt": "A", "b.txt": "B"}
+
+    for message, body, title in (("nativeDownload", download("other.png", b"third"), "Save"), ("nativeFilePicker", None, PROJECT),
+                                 ("nativeBatchDownload", {"files": files}, "Choose a folder to save 4 files")):
+        start = app.post(message, body)
+        desktop.cancel_panel(title)
+        app.run_script("return 1")
+        assert not [line for line in app.own_lines(start) if re.search("saved|loaded|❌", line)]
+    assert not (tmp_path / "other.png").exists()
+
+
+def test_panels_say_what_they_are_for(shell, portal):
+    def shown(message, body=None):
+        shell.post(message, body)
+        panel = portal.choose()
+        options = panel["options"]
+        suffixes = {re.sub(r"\[(.)[A-Z]\]", r"\1", p).removeprefix("*.")
+                    for _, patterns in options.get("filters", []) for kind, p in patterns if kind == 0}
+        return panel["method"], panel["title"], suffixes, {
+            name: options[name] for name in ("current_name", "accept_label", "multiple", "directory") if options.get(name)}
+    assert shown("nativeDownload", download("Logo.PNG", b"x")) == ("SaveFile", "Save", {"png"}, {"current_name": "Logo.PNG"})
+    assert shown("nativeDownload", download("notes.txt", b"x")) == ("SaveFile", "Save", set(), {"current_name": "notes.txt"})
+    assert shown("nativeFilePicker") == ("OpenFile", PROJECT, {"json"}, {})
+    assert shown("nativeImagePicker") == (
+        "OpenFile", IMAGE, {"png", "jpg", "jpeg", "gif", "webp", "heic", "bmp", "tif", "tiff"}, {})
+    assert shown("nativeBatchDownload", {"files": [{}]}) == (
+        "OpenFile", "Choose a folder to save 1 files", set(), {"accept_label": "Save Here", "directory": 1})
+
+
+def test_each_request_has_a_panel_of_its_own(shell, portal, tmp_path):
+    shell.run_script("""for (let i = 1; i < 4; ++i) {
+        post('nativeDownload', {filename: `${i}.txt`, data: ',' + btoa(String(i))});
+        post('nativeBatchDownload', {files: Array(i).fill({filename: `of batch ${i}`, data: ',' + btoa(String(i))})});
+    }""")
+    for panel in reversed([portal.wait_panel() for _ in range(6)]):
+        name = panel["options"].get("current_name", "")
+        number = name[:1] or re.search(r"\d", panel["title"]).group()
+        portal.answer(panel, tmp_path / name)
+        shell.log.wait(re.compile(rf"^✅ (File saved|Saved {number}/{number} files) to: {tmp_path / name}$"))
+        assert (tmp_path / (name or f"of batch {number}")).read_text() == number
+
+
+def test_a_page_that_asks_saves_in_place_until_it_is_loaded_anew(shell, portal, tmp_path):
+    target = tmp_path / "plan.txt"
+
+    def start(content, **keys):
+        return shell.start_script(f"""
+            const got = new Promise((resolve) => {{ window.handleNativeResult = (text) => resolve(JSON.parse(text)); }});
+            post("nativeDownload", {json.dumps(download("a.txt", content) | {"reply": "it's 1"} | keys)});
+            return got;""")
+
+    number = start(b"first")
+    portal.choose(target)
+    saved = shell.result(number)
+    assert saved == {"reply": "it's 1", "result": "saved", "name": "plan.txt", "file": saved["file"]}
+    inode = target.stat().st_ino
+    assert shell.result(start(b"second", file=saved["file"])) == saved
+    assert (target.read_bytes(), target.stat().st_ino) == (b"second", inode)
+    shell.load_anew()
+    start(b"third", file=saved["file"])
+    shell.log.wait("❌ Error saving file: The page has no such file")
+    assert target.read_bytes() == b"second"
+    assert shell.own_errors() == []
+
+
+@pytest.mark.parametrize("text", ["", MIXED, "\ufeff{}", "'" * 1000 + "\\" * 1001 + "\r\n" * 500])
+def test_project_text_reaches_the_page_byte_for_byte(shell, portal, tmp_path, text):
+    project = tmp_path / "a project.json"
+    project.write_bytes(text.encode())
+    start = shell.post("nativeFilePicker", None)
+    portal.choose(project)
+    shell.log.wait(SENT)
+    assert shell.own_lines(start) == ["📂 Native file picker requested", "✅ File loaded: a project.json", SENT]
+    assert received(shell) == [["File", text]]
+
+
+def test_what_cannot_be_opened_is_said(shell, portal, tmp_path):
+    (tmp_path / "invalid.json").write_bytes(b"overlong \xc0\xaf")
+    shell.post("nativeFilePicker", None)
+    portal.choose(tmp_path / "invalid.json")
+    shell.log.wait("❌ Error reading file: The file is not valid UTF-8 text")
+    shell.desktop.wait_window("“invalid.json” was not opened")
+    assert shell.run_script("return received.length") == 0
+
+
+def test_a_page_call_logs_how_the_function_ended(shell, portal, tmp_path):
+    (tmp_path / "p.json").write_text("{}")
+    for function, line in (
+            ("() => { throw new Error('broken\\nin two lines'); }", r"^❌ JavaScript error: \S+ \d+: .*broken\\nin two lines"),
+            ("undefined", r"^❌ JavaScript error: \S+ \d+: .*TypeError"),
+            ("async () => { await null; throw new Error('later'); }", f"^{SENT}$"),
+            *((f"() => {value}", f"^{SENT}$") for value in ("Promise.resolve(1)", "document.body", "window", "Symbol('x')"))):
+        shell.run_script(f"window.handleNativeFileContent = {function}")
+        start = shell.post("nativeFilePicker", None)
+        portal.choose(tmp_path / "p.json")
+        shell.log.wait("✅ File loaded: p.json", after=start)
+        _, place = shell.log.wait(re.compile(line), after=start)
+        assert shell.own_lines(start)[2:] == [shell.log.lines[place]]
+    shell.run_script("delete window.handleNativeImageContent")
+    shell.post("nativeImagePicker", None)
+    portal.choose(tmp_path / "p.json")
+    shell.log.wait(re.compile("^❌ JavaScript error: "))
+    shell.run_script("post('nativeCopy', {data: 'x'}); delete window.handleNativePasteContent; post('nativePaste', null)")
+    shell.log.wait(re.compile(r"^❌ JavaScript paste error: \S+ \d+: .*TypeError"))
+
+
+def test_dropped_files_reach_the_page(app, desktop, tmp_path):
+    names = {"n.txt": b"left alone", "a.jpg": b"jpeg", "p.json": b"{}"}
+    for name, content in names.items():
+        (tmp_path / name).write_bytes(content)
+    with running(KeyWindow(desktop)) as source:
+        source.tell("files", *(str(tmp_path / name) for name in names))
+        desktop.run("xdotool", "windowmove", "--sync", source.window, "2", "2")
+        desktop.run("xdotool", "mousemove", "60", "60", "mousedown", "1")
+        # The pointer moves on, as a hand would, until the page takes the files.
+        steps = itertools.count(70, 5)
+        wait_for(lambda: desktop.run("xdotool", "mousemove", *[str(next(steps) % 700)] * 2) or "accepted" in source.log.lines,
+                 "the files to be taken")
+        desktop.run("xdotool", "mouseup", "1")
+        app.log.wait(SENT)
+        assert app.own_lines() == ["✅ Image loaded: a.jpg", "✅ File loaded: p.json", "✅ Image sent to JavaScript", SENT]
+        assert app.run_script("return received") == [
+            ["Image", "data:image/jpeg;base64," + base64.b64encode(b"jpeg").decode()], ["File", "{}"]]
+        assert app.run_script("return document.title") == "Test page"
+        # A source that is told "move" deletes the files.
+        source.log.wait("ended: copy")
+
+
+# The panels as a sandboxed program sees them: shown by the desktop's portal and its GTK backend.
+
+@pytest.fixture
+def portal_desktop():
+    with Desktop() as desktop:
+        desktop.start_portal("gtk", "/usr/libexec/xdg-desktop-portal-gtk", XDG_CURRENT_DESKTOP="GNOME")
+        yield desktop
+
+
+def test_the_desktops_own_portal(launch, portal_desktop, tmp_path):
+    desktop = portal_desktop
+    app = launch(env=Portal.ENVIRONMENT, on=desktop)
+
+    def confirmed(title, *actions):
+        """Repeats the actions until the panel goes; it is the backend that shows it."""
+        window = desktop.wait_window(title)
+        pid = desktop.run("xdotool", "getwindowpid", window).strip()
+        assert os.path.basename(os.readlink(f"/proc/{pid}/exe")) == "xdg-desktop-portal-gtk"
+        desktop.focus(window)
+        return lambda: desktop.run("xdotool", *actions, check=False) and None or not desktop.windows(title)
+
+    def type_path(title, path):
+        """The older toolkit's field for a path has a key of its own, and the first Return may only end the completion."""
+        done = confirmed(title, "key", "Return")
+        desktop.key("ctrl+l")
+        desktop.run("xdotool", "type", "--delay", "20", str(path))
+        wait_for(done, "the panel to go")
+
+    start = app.post("nativeDownload", download("cancelled.png", b"hello"))
+    desktop.cancel_panel("Save")
+    # The next request is answered as if there had been none.
+    app.post("nativeDownload", download("picture.png", b"hello"))
+    desktop.answer_panel("Save", tmp_path / "saved.png")
+    app.log.wait(f"✅ File saved to: {tmp_path}/saved.png")
+    assert (tmp_path / "saved.png").read_bytes() == b"hello"
+    assert len([line for line in app.own_lines(start) if "saved" in line]) == 1
+
+    for message, title in (("nativeFilePicker", PROJECT), ("nativeImagePicker", IMAGE)):
+        app.post(message, None)
+        type_path(title, tmp_path / "saved.png")
+        assert len(received(app)) == 1
+
+    app.post("nativeBatchDownload", {"files": [download(f"{i}.png", b"hello") for i in range(2)]})
+    title = "Choose a folder to save 2 files"
+    size = desktop.geometry(desktop.wait_window(title))
+    # Goes to the home folder and clicks the confirming button, in the lower right corner.
+    wait_for(confirmed(title, "key", "alt+Home", "mousemove", "--window", desktop.wait_window(title),
+                       str(size["WIDTH"] - 60), str(size["HEIGHT"] - 30), "click", "1"), "the panel to go")
+    app.log.wait(f"✅ Saved 2/2 files to: {desktop.home}")
