@@ -6,6 +6,7 @@ import re
 import resource
 import signal
 import subprocess
+import time
 
 import pytest
 
@@ -165,6 +166,38 @@ def test_page_dies_while_panels_are_open(shell, portal, tmp_path):
         shell.log.wait(line, start)
     assert [(tmp_path / name).read_bytes() for name in ("a.bin", "b.bin")] == [b"content"] * 2
     assert works_without_page(shell)
+
+
+@pytest.mark.parametrize("hang", [False, True])
+def test_page_keeps_its_last_change_when_the_program_ends(launch, hang):
+    app = launch()
+    app.run_script("""
+        const open = indexedDB.open("work", 1);
+        open.onupgradeneeded = () => open.result.createObjectStore("changes");
+        await new Promise((resolve) => { open.onsuccess = resolve; });
+        window.addEventListener("pagehide", async () => {
+            localStorage.setItem("last", "kept");
+            await null; // as one that has to wait for an earlier change
+            open.result.transaction("changes", "readwrite").objectStore("changes").put("kept".repeat(1 << 20), "last");
+        });
+    """)
+    if hang:
+        app.start_script("post('nativeCopy', null); while (true);")
+        app.log.wait("❌ Invalid copy message")
+    page = app.page_process()
+    ended = time.monotonic()
+    app.process.terminate()
+    assert app.process.wait() == 0
+    assert time.monotonic() - ended < 2
+    if hang:
+        return os.kill(page, signal.SIGKILL)
+    assert launch().run_script("""
+        const open = indexedDB.open("work", 1);
+        await new Promise((resolve) => { open.onsuccess = resolve; });
+        const get = open.result.transaction("changes").objectStore("changes").get("last");
+        await new Promise((resolve) => { get.onsuccess = resolve; });
+        return [localStorage.getItem("last"), get.result?.length];
+    """) == ["kept", 4 << 20]
 
 
 def test_page_that_keeps_dying(app):
