@@ -10,8 +10,8 @@ struct ReadError {
     std::string description;
 };
 
-// Reads a whole regular file; of anything else (a pipe, a device, a folder) the end could not be known.
-// What the file gains while it is read is left out. Blocks until the file is read.
+// Reads a regular file to its end, whatever size the file system says it has; of anything else (a pipe, a device, a
+// folder) the end could not be known. A file of 1 GiB or more is refused. Any thread; blocks until the file is read.
 std::variant<std::string, ReadError> readFile(const std::filesystem::path& path);
 
 }

@@ -10,7 +10,7 @@ namespace quillory {
 //     g_input_stream_read_all_async(…, AsyncReady::call, AsyncReady::make([…](GObject* stream, GAsyncResult* result)
 //     {…}));
 struct AsyncReady : BoxedFunction<void(GObject* source, GAsyncResult* result)> {
-    static void call(GObject* source, GAsyncResult* result, gpointer box) { take(box)(source, result); }
+    static void call(GObject* source, GAsyncResult* result, gpointer box) { guarded(take(box), source, result); }
 };
 
 }

@@ -6,6 +6,8 @@
 #include <memory>
 #include <utility>
 
+#include "platform/glib/Guarded.h"
+
 namespace quillory {
 
 // A function for a C library that takes a callback, its data, and what frees the data when the callback is
@@ -15,7 +17,13 @@ template<typename Signature> struct BoxedFunction {
     using Function = std::function<Signature>;
 
     static gpointer make(Function function) { return std::make_unique<Function>(std::move(function)).release(); }
-    static const Function& of(gpointer box) { return *static_cast<const Function*>(box); }
+    // What to call from the callback.
+    static auto of(gpointer box)
+    {
+        return [&function = *static_cast<const Function*>(box)]<typename... Arguments>(Arguments&&... arguments) {
+            return guarded(function, std::forward<Arguments>(arguments)...);
+        };
+    }
     static Function take(gpointer box) { return std::move(*owned(box)); }
     static void free(gpointer box) { owned(box); }
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/glib/GObjectPtr.h"
+#include "platform/glib/Guarded.h"
 
 namespace quillory::gtk {
 
@@ -59,7 +60,7 @@ private:
         UserContentFilterPtr filter(
             webkit_user_content_filter_store_load_finish(WEBKIT_USER_CONTENT_FILTER_STORE(source), result, nullptr));
         if (filter)
-            attempt->m_completion(std::move(filter), {});
+            attempt->complete(std::move(filter), {});
         else
             compile(std::move(attempt));
     }
@@ -81,13 +82,18 @@ private:
         const GErrorPtr owner(error);
         if (filter) {
             attempt->discardTemporaryFolder();
-            attempt->m_completion(std::move(filter), {});
+            attempt->complete(std::move(filter), {});
         } else if (attempt->m_temporaryFolder.empty() && attempt->useTemporaryFolder()) {
             compile(std::move(attempt));
         } else {
             attempt->discardTemporaryFolder();
-            attempt->m_completion(nullptr, error->message);
+            attempt->complete(nullptr, error->message);
         }
+    }
+
+    void complete(UserContentFilterPtr filter, const std::string& error) const
+    {
+        guarded([&] { m_completion(std::move(filter), error); });
     }
 
     // The cache cannot be written: the filter is compiled for this run alone.

@@ -33,7 +33,7 @@ void evaluated(GObject* source, GAsyncResult* result, gpointer box)
     const GObjectPtr<::JSCValue> value(
         webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), result, &error));
     const GErrorPtr owner(error);
-    Closed::take(box)();
+    guarded(Closed::take(box));
 }
 
 }

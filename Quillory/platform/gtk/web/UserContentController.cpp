@@ -1,5 +1,6 @@
 #include "platform/gtk/web/UserContentController.h"
 
+#include "platform/glib/Guarded.h"
 #include "platform/gtk/web/JSCValue.h"
 
 namespace quillory::gtk {
@@ -15,7 +16,9 @@ struct UserContentController::Registration {
         const auto& registration = *static_cast<Registration*>(data);
         auto& controller = registration.controller;
         auto value = std::make_shared<JSCValue>(retain(body), controller.textFunctions(jsc_value_get_context(body)));
-        registration.handler->didReceiveScriptMessage(controller, {registration.name, std::move(value)});
+        guarded([&] {
+            registration.handler->didReceiveScriptMessage(controller, {registration.name, std::move(value)});
+        });
     }
 };
 
