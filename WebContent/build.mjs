@@ -46,7 +46,10 @@ async function runTests() {
       logLevel: "warning",
     });
     const files = readdirSync(outdir).map((f) => join(outdir, f));
-    return spawnSync(process.execPath, ["--enable-source-maps", "--test", ...files], { stdio: "inherit" }).status ?? 1;
+    return spawnSync(process.execPath, ["--enable-source-maps", "--test", ...files], {
+      stdio: "inherit",
+      env: { ...process.env, QUILLORY_PAGE_SOURCES: here },
+    }).status ?? 1;
   } finally {
     rmSync(outdir, { recursive: true, force: true });
   }

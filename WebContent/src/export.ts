@@ -2,6 +2,7 @@
 import { StaticCanvas } from "fabric";
 import { jsPDF } from "jspdf";
 import { readAsDataURL } from "./images";
+import { t } from "./language";
 import { fileName, pageFileNames } from "./names";
 import { createObjects } from "./objects";
 import { type PageData, usedAssets } from "./project";
@@ -42,7 +43,7 @@ export async function drawPage(page: PageData, scale: number, background = ""): 
 
 const toBlob = (canvas: HTMLCanvasElement, type: string): Promise<Blob> =>
   new Promise((resolve, reject) =>
-    canvas.toBlob((blob) => (blob ? resolve(blob) : reject(new Error("The page is too large to export."))), type, JPEG_QUALITY),
+    canvas.toBlob((blob) => (blob ? resolve(blob) : reject(new Error(t("The page is too large to export.")))), type, JPEG_QUALITY),
   );
 
 async function pageFile(page: PageData, { format, scale }: ExportOptions, filename: string): Promise<NamedFile> {

@@ -1,5 +1,6 @@
 // The images of the project: each file is kept once, decoded once, and named by the objects that show it.
 import { classRegistry, FabricImage } from "fabric";
+import { t } from "./language";
 import type { Assets } from "./project";
 
 interface StoredImage {
@@ -16,7 +17,9 @@ async function decode(data: string): Promise<HTMLImageElement> {
     await element.decode();
   } catch {
     URL.revokeObjectURL(element.src);
-    throw new Error(`This image can't be shown${type ? ` (${type})` : ""}: it is damaged or of an unknown format.`);
+    throw new Error(type
+      ? t("This image can't be shown ({type}): it is damaged or of an unknown format.", { type })
+      : t("This image can't be shown: it is damaged or of an unknown format."));
   }
   return element;
 }
@@ -27,7 +30,7 @@ class ImageStore {
 
   element(name: string): HTMLImageElement {
     const image = this.#images.get(name);
-    if (!image) throw new Error(`The image "${name}" is missing.`);
+    if (!image) throw new Error(t("The image “{name}” is missing.", { name }));
     return image.element;
   }
 
@@ -84,6 +87,6 @@ export const readAsDataURL = (blob: Blob): Promise<string> =>
   new Promise((resolve, reject) => {
     const reader = new FileReader();
     reader.onload = () => resolve(reader.result as string);
-    reader.onerror = () => reject(reader.error ?? new Error("The file can't be read."));
+    reader.onerror = () => reject(reader.error ?? new Error(t("The file can't be read.")));
     reader.readAsDataURL(blob);
   });

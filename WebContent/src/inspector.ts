@@ -2,8 +2,9 @@
 // are, and for which objects, stands in index.html: data-prop names the property, data-for the kinds it is for.
 import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
+import { t } from "./language";
 import { eachLeaf } from "./objects";
-import { MAX_PAGE_SIDE } from "./project";
+import { fieldNumber, isNumberField, showNumber } from "./numbers";
 import { LEAF, OBJECT, type Property, type Value, WHOLE } from "./properties";
 import { $ } from "./ui";
 
@@ -33,8 +34,7 @@ export class Inspector {
     for (const field of this.#fields) {
       if (field.dataset.command) continue;
       if (field instanceof HTMLButtonElement) field.addEventListener("click", () => this.#press(field));
-      else field.addEventListener("input", () => this.#apply(field.dataset.prop!, this.#read(field)));
-      field.addEventListener("change", () => this.refresh());
+      else this.#listen(field);
       field.addEventListener("blur", () => this.refresh());
     }
     this.#listenForPage();
@@ -55,15 +55,25 @@ export class Inspector {
   }
 
   #read(field: HTMLInputElement | HTMLSelectElement): Value | undefined {
-    if (field.type === "number" || field.type === "range") {
-      return field.value !== "" && field.checkValidity() ? Number(field.value) : undefined;
-    }
+    if (isNumberField(field)) return fieldNumber(field);
     if (field.classList.contains("hex")) {
       if (field.value.trim() === "") return null;
       const hex = /^#?([0-9a-f]{6}|[0-9a-f]{3})$/i.exec(field.value.trim())?.[1];
       return hex && `#${hex.length === 3 ? hex.replace(/./g, "$&$&") : hex}`.toLowerCase();
     }
     return field.value;
+  }
+
+  #listen(field: HTMLInputElement | HTMLSelectElement): void {
+    const prop = field.dataset.prop!;
+    let before: Value | undefined;
+    field.addEventListener("focus", () => (before = this.#read(field)));
+    field.addEventListener("input", () => this.#apply(prop, this.#read(field)));
+    field.addEventListener("change", () => {
+      // What was typed may have been a value on the way to what is none.
+      if (field.getAttribute("aria-invalid") === "true") this.#apply(prop, before);
+      this.refresh();
+    });
   }
 
   #press(button: HTMLButtonElement): void {
@@ -112,7 +122,7 @@ export class Inspector {
     if (field instanceof HTMLButtonElement) {
       const on = field.dataset.value === undefined ? value === true : (value ?? "") === field.dataset.value && !mixed;
       field.setAttribute("aria-pressed", mixed && field.dataset.value === undefined ? "mixed" : String(on));
-    } else if (field === document.activeElement && ["number", "text"].includes(field.type)) {
+    } else if (field === document.activeElement && field.type === "text") {
       return; // being typed in
     } else if (field instanceof HTMLSelectElement) {
       if (!mixed && ![...field.options].some((o) => o.value === value)) field.add(new Option(String(value)));
@@ -122,8 +132,9 @@ export class Inspector {
       field.classList.toggle("none", value === null);
       field.classList.toggle("mixed", mixed);
     } else {
-      field.value = String(value ?? "");
-      field.placeholder = mixed ? "Mixed" : field.classList.contains("hex") ? "None" : "";
+      field.value = typeof value === "number" ? showNumber(value) : String(value ?? "");
+      field.removeAttribute("aria-invalid");
+      field.placeholder = mixed ? t("Mixed") : field.classList.contains("hex") ? t("None") : "";
     }
   }
 
@@ -131,9 +142,8 @@ export class Inspector {
 
   #listenForPage(): void {
     const [preset, w, h] = [$<HTMLSelectElement>("page-preset"), $<HTMLInputElement>("page-width"), $<HTMLInputElement>("page-height")];
-    const setSize = (a: number, b: number) => {
-      const valid = [a, b].every((n) => n >= 1 && n <= MAX_PAGE_SIDE);
-      if (valid) this.editor.setPageFormat({ width: Math.round(a), height: Math.round(b) });
+    const setSize = (a?: number, b?: number) => {
+      if (a && b) this.editor.setPageFormat({ width: Math.round(a), height: Math.round(b) });
       this.refresh();
     };
     preset.addEventListener("change", () => {
@@ -141,7 +151,7 @@ export class Inspector {
       if (a && b) setSize(a, b);
       else w.focus();
     });
-    for (const field of [w, h]) field.addEventListener("change", () => setSize(w.valueAsNumber, h.valueAsNumber));
+    for (const field of [w, h]) field.addEventListener("change", () => setSize(fieldNumber(w), fieldNumber(h)));
     const colour = $<HTMLInputElement>("page-background");
     const clear = $<HTMLInputElement>("page-transparent");
     colour.addEventListener("input", () => this.editor.setPageFormat({ background: colour.value }));
@@ -153,8 +163,10 @@ export class Inspector {
     const preset = $<HTMLSelectElement>("page-preset");
     preset.value = `${w}x${h}`;
     if (preset.selectedIndex < 0) preset.value = "custom";
-    $<HTMLInputElement>("page-width").value = String(w);
-    $<HTMLInputElement>("page-height").value = String(h);
+    for (const [id, side] of [["page-width", w], ["page-height", h]] as const) {
+      const field = $<HTMLInputElement>(id);
+      if (field !== document.activeElement) field.value = String(side);
+    }
     $<HTMLInputElement>("page-transparent").checked = background === null;
     if (background) $<HTMLInputElement>("page-background").value = background;
   }

@@ -1,5 +1,6 @@
 // Keys, and the editing commands that reach the page as events of its document.
 import type { Editor } from "./editor";
+import { t } from "./language";
 import { nameOf } from "./objects";
 import { $, announce } from "./ui";
 
@@ -10,7 +11,8 @@ const GLOBAL: Record<string, string> = {
   "Ctrl+s": "save", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
   "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
 };
-const KEYS: Record<string, string> = {
+/** The command of each key. */
+export const KEYS: Record<string, string> = {
   ...GLOBAL,
   "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo",
   "Ctrl+c": "copy", "Ctrl+x": "cut", "Ctrl+v": "paste", "Ctrl+d": "duplicate", "Ctrl+a": "select-all",
@@ -34,7 +36,7 @@ function chord(e: KeyboardEvent): string {
 }
 
 const takesText = (target: EventTarget | null): boolean =>
-  target instanceof HTMLTextAreaElement || (target instanceof HTMLInputElement && /^(text|number)$/.test(target.type));
+  target instanceof HTMLTextAreaElement || (target instanceof HTMLInputElement && target.type === "text");
 const takesKeys = (target: EventTarget | null): boolean =>
   target instanceof HTMLSelectElement || target instanceof HTMLInputElement;
 
@@ -114,7 +116,7 @@ function selectNext({ stage }: Editor, by: 1 | -1): boolean {
 
 export function announceSelection({ stage }: Editor): void {
   const { selection, objects } = stage;
-  if (selection.length > 1) announce(`${selection.length} objects selected`);
-  else if (selection[0]) announce(`${nameOf(selection[0])}, ${objects.indexOf(selection[0]) + 1} of ${objects.length}`);
-  else if (document.activeElement === $("stage")) announce("Nothing selected");
+  if (selection.length > 1) announce(t("{count} objects selected", { count: selection.length }));
+  else if (selection[0]) announce(t("{name}, {number} of {count}", { name: nameOf(selection[0]), number: objects.indexOf(selection[0]) + 1, count: objects.length }));
+  else if (document.activeElement === $("stage")) announce(t("Nothing selected"));
 }

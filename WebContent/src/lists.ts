@@ -2,6 +2,7 @@
 import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
 import { drawPage } from "./export";
+import { t } from "./language";
 import { nameOf } from "./objects";
 import type { PageData } from "./project";
 import { $ } from "./ui";
@@ -71,7 +72,6 @@ export class Layers {
     this.#list.replaceChildren(
       ...objects.map((o, i) => option(`layer-${i}`, selection.has(o), icon(o.type.toLowerCase()), label(nameOf(o)))),
     );
-    this.#list.toggleAttribute("data-empty", objects.length === 0);
     const current = this.#list.children[this.#cursor];
     if (current) this.#list.setAttribute("aria-activedescendant", current.id);
     else this.#list.removeAttribute("aria-activedescendant");
@@ -111,7 +111,7 @@ export class Pages {
       if (thumb) frame.append(thumb);
       return option(`page-${i}`, i === this.editor.page, frame, String(i + 1));
     });
-    items.forEach((item, i) => item.setAttribute("aria-label", `Page ${i + 1}`));
+    items.forEach((item, i) => item.setAttribute("aria-label", t("Page {number}", { number: i + 1 })));
     this.#list.replaceChildren(...items);
     this.#list.setAttribute("aria-activedescendant", `page-${this.editor.page}`);
     items[this.editor.page]?.scrollIntoView({ block: "nearest", inline: "nearest" });

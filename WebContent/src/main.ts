@@ -5,13 +5,17 @@ import { listenToUndoCommands } from "./editMenu";
 import { exportPages, type Format } from "./export";
 import { readAsDataURL } from "./images";
 import { Inspector } from "./inspector";
-import { announceSelection, type Commands, listenToKeyboard } from "./keyboard";
+import { announceSelection, type Commands, KEYS, listenToKeyboard } from "./keyboard";
+import { language, t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
 import { fileName, UNTITLED } from "./names";
+import { listenToNumberFields } from "./numbers";
 import { SHAPES } from "./objects";
 import { type Project, readProject, writeProject } from "./project";
 import { hasShell, listenToShell, shell } from "./shell";
 import { $, announce, Cancelled, confirm, openDialog, tell, tellError, withProgress } from "./ui";
+
+translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
 
 const editor: Editor = new Editor($("stage"), {
   changed: () => update(),
@@ -73,12 +77,12 @@ async function openProject(project: Project, saved: boolean): Promise<void> {
   const keepLast = !editor.history.isSaved;
   await editor.open(project, saved, () => autosave?.startSession(keepLast));
   stage.fit();
-  announce(`${project.name || UNTITLED} opened`);
+  announce(t("{name} opened", { name: project.name || UNTITLED }));
 }
 
 async function mayReplace(): Promise<boolean> {
   if (editor.history.isSaved) return true;
-  return confirm("The project has changes that are not saved. Another project takes its place.", "Replace");
+  return confirm(t("The project has changes that are not saved. Another project takes its place."), t("Replace"));
 }
 
 async function save(): Promise<void> {
@@ -104,7 +108,7 @@ async function exportProject(): Promise<void> {
   const options = { format: form.get("format") as Format, scale: Number(form.get("scale")) };
   const chosen = form.get("pages") === "all" ? editor.state.pages : [editor.pageData];
   const pixels = chosen.reduce((sum, p) => sum + p.width * p.height * options.scale ** 2, 0);
-  const files = await withProgress("Exporting", pixels > 6e6, (step) =>
+  const files = await withProgress(t("Exporting"), pixels > 6e6, (step) =>
     exportPages(editor.state.name, chosen, options, step),
   );
   if (files.length === 1) shell.download(files[0]!);
@@ -116,10 +120,11 @@ async function offerRecovery([session, ...rest]: Session[]): Promise<void> {
   const bar = $("recovery");
   bar.hidden = !session;
   if (!session) return stage.host.focus();
-  const time = new Date(session.changed).toLocaleString([], { dateStyle: "medium", timeStyle: "short" });
-  const what = `“${session.name || UNTITLED}” of ${time}`;
-  $("recovery-text").textContent = session.unsaved ? `Restore unsaved work? ${what}` : `Reopen the last project? ${what}`;
-  $("recovery-restore").textContent = session.unsaved ? "Restore" : "Reopen";
+  const time = new Date(session.changed).toLocaleString(language, { dateStyle: "medium", timeStyle: "short" });
+  const what = { name: session.name || UNTITLED, time };
+  $("recovery-text").textContent = session.unsaved
+    ? t("Restore unsaved work? “{name}” of {time}", what) : t("Reopen the last project? “{name}” of {time}", what);
+  $("recovery-restore").textContent = session.unsaved ? t("Restore") : t("Reopen");
   $("recovery-restore").focus();
   const next = () => void offerRecovery(rest);
   $("recovery-discard").onclick = () => {
@@ -202,6 +207,7 @@ document.addEventListener("click", (e) => {
   } else commands[command]!();
 });
 listenToKeyboard(editor, commands);
+listenToNumberFields();
 listenToUndoCommands(commands.undo!, commands.redo!);
 
 const nameField = $<HTMLInputElement>("project-name");
@@ -214,7 +220,7 @@ async function drop(file: File, at?: Point): Promise<void> {
   else if (/\.json$/i.test(file.name)) {
     const project = readProject(await file.text());
     if (await mayReplace()) await openProject(project, true);
-  } else throw new Error(`“${file.name}” is neither an image nor a project.`);
+  } else throw new Error(t("“{name}” is neither an image nor a project.", { name: file.name }));
 }
 document.addEventListener("dragover", (e) => e.preventDefault());
 document.addEventListener("drop", (e) => {
@@ -222,7 +228,7 @@ document.addEventListener("drop", (e) => {
   const over = stage.host.contains(e.target as Node);
   const at = over ? stage.canvas.getScenePoint(e) : undefined;
   const files = [...(e.dataTransfer?.files ?? [])];
-  if (files.length === 0) return tell("Nothing that was dropped can be read here. “Add image” (I) takes image files.", "error");
+  if (files.length === 0) return tell(t("Nothing that was dropped can be read here. “Add image” (I) takes image files."), "error");
   guarded(async () => {
     for (const file of files) await drop(file, at);
   })();
@@ -249,7 +255,7 @@ function startAutosave(): void {
   guarded(async () => {
     autosave = await Autosave.open(
       () => ({ ...editor.project, unsaved: !editor.history.isSaved }),
-      (error) => tell(`Your work can't be kept in case of a crash: ${String(error)}`, "error"),
+      (error) => tell(t("Your work can't be kept in case of a crash: {reason}", { reason: String(error) }), "error"),
     );
     update();
     await offerRecovery(await autosave.earlier());

@@ -1,6 +1,8 @@
 // Names of the files that leave the page. A file system allows 255 bytes; the rest is room for page numbers and suffixes.
+import { t } from "./language";
+
 const MAX_BYTES = 200;
-export const UNTITLED = "Untitled";
+export const UNTITLED = t("Untitled");
 
 const bytes = (text: string): number => new TextEncoder().encode(text).length;
 

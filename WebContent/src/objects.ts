@@ -3,6 +3,7 @@ import {
   Canvas, config, Ellipse, type FabricObject, FabricObject as Base, Group, Line, Rect, Textbox, util,
 } from "fabric";
 import { AssetImage, images } from "./images";
+import { t } from "./language";
 import { cleanObject, type ObjectData } from "./project";
 import { CanvasText, keepTopLeft } from "./text";
 
@@ -41,7 +42,7 @@ export function createShape(shape: Shape, x: number, y: number, x2: number, y2: 
     case "Line":
       return new Line([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
     case "Textbox":
-      return new CanvasText("Text", { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
+      return new CanvasText(t("Text"), { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
   }
 }
 
@@ -94,8 +95,10 @@ export async function createObjects(data: readonly ObjectData[]): Promise<Fabric
 /** fabric's own description of an object, reduced to what the project format knows. */
 export const describe = (raw: unknown): ObjectData => cleanObject(raw);
 
+const KIND_NAMES: Record<string, string> = { rect: t("Rectangle"), ellipse: t("Ellipse"), line: t("Line"), image: t("Image") };
+
 export function nameOf(object: FabricObject): string {
-  if (object instanceof Textbox) return object.text.trim().split("\n")[0]!.slice(0, 40) || "Empty text";
-  if (object instanceof Group) return `Group of ${object.size()}`;
-  return { rect: "Rectangle", ellipse: "Ellipse", line: "Line", image: "Image" }[object.type.toLowerCase()] ?? object.type;
+  if (object instanceof Textbox) return object.text.trim().split("\n")[0]!.slice(0, 40) || t("Empty text");
+  if (object instanceof Group) return t("Group of {count}", { count: object.size() });
+  return KIND_NAMES[object.type.toLowerCase()] ?? object.type;
 }

@@ -1,6 +1,8 @@
 // Project files and copied objects: what docs/project-format.md describes, and nothing else.
 // Reading copies only the documented keys, so that what a file carries besides never reaches the canvas.
 
+import { t } from "./language";
+
 export const PROJECT_TYPE = "quillory-project";
 export const CLIPBOARD_TYPE = "quillory-objects";
 export const FORMAT_VERSION = 1;
@@ -42,38 +44,38 @@ type Check = (value: unknown, where: string, depth: number) => unknown;
 type Raw = Record<string, unknown>;
 
 function refuse(where: string, expected: string): never {
-  throw new FormatError(`The data is damaged: ${where} is not ${expected}.`);
+  throw new FormatError(t("The data is damaged: {where} is not {expected}.", { where, expected }));
 }
 const number =
   (min = -1e6, max = 1e6): Check =>
   (v, where) =>
-    typeof v === "number" && v >= min && v <= max ? v : refuse(where, `a number from ${min} to ${max}`);
-const bool: Check = (v, where) => (typeof v === "boolean" ? v : refuse(where, "true or false"));
+    typeof v === "number" && v >= min && v <= max ? v : refuse(where, t("a number from {min} to {max}", { min, max }));
+const bool: Check = (v, where) => (typeof v === "boolean" ? v : refuse(where, t("true or false")));
 const text =
   (max: number): Check =>
   (v, where) =>
-    typeof v === "string" && v.length <= max ? v : refuse(where, `a text of at most ${max} characters`);
+    typeof v === "string" && v.length <= max ? v : refuse(where, t("a text of at most {max} characters", { max }));
 const oneOf =
   (...values: unknown[]): Check =>
   (v, where) =>
-    values.includes(v) ? v : refuse(where, `one of ${values.join(", ")}`);
+    values.includes(v) ? v : refuse(where, t("one of {values}", { values: values.join(", ") }));
 const colour: Check = (v, where) => {
   if (v === null || v === "" || v === "transparent") return null;
-  return typeof v === "string" && /^#[0-9a-f]{6}$/i.test(v) ? v.toLowerCase() : refuse(where, 'a colour "#rrggbb" or null');
+  return typeof v === "string" && /^#[0-9a-f]{6}$/i.test(v) ? v.toLowerCase() : refuse(where, t("a colour “#rrggbb” or null"));
 };
 const list: Check = (v, where, depth) => {
-  if (!Array.isArray(v)) return refuse(where, "a list");
-  if (depth > MAX_DEPTH) return refuse(where, `nested at most ${MAX_DEPTH} deep`);
+  if (!Array.isArray(v)) return refuse(where, t("a list"));
+  if (depth > MAX_DEPTH) return refuse(where, t("nested at most {max} deep", { max: MAX_DEPTH }));
   return v.map((o: unknown, i) => cleanObject(o, `${where}[${i}]`, depth + 1));
 };
 
 const size = number(0);
 /** Parts of a text that differ from the whole, counted in letters without line breaks. */
 const styles: Check = (v, where) => {
-  if (!Array.isArray(v)) return refuse(where, "a list");
+  if (!Array.isArray(v)) return refuse(where, t("a list"));
   const runs = v.map((run: unknown, i) => {
     const at = `${where}[${i}]`;
-    if (!isRaw(run) || !isRaw(run.style)) return refuse(at, "a part of a text");
+    if (!isRaw(run) || !isRaw(run.style)) return refuse(at, t("a part of a text"));
     const ends = { start: size(run.start, `${at}.start`, 0), end: size(run.end, `${at}.end`, 0) };
     return { ...ends, style: pickKeys(run.style, LETTERS, `${at}.style`, 0) };
   });
@@ -114,16 +116,16 @@ function pickKeys(value: Raw, checks: Record<string, Check>, where: string, dept
 
 /** A copy of an object's documented keys; throws FormatError when one has a value it cannot have. */
 export function cleanObject(value: unknown, where = "object", depth = 0): ObjectData {
-  if (!isRaw(value)) return refuse(where, "an object");
+  if (!isRaw(value)) return refuse(where, t("an object"));
   const type = value.type as Kind;
-  if (typeof type !== "string" || !Object.hasOwn(KINDS, type)) return refuse(`${where}.type`, `one of ${Object.keys(KINDS).join(", ")}`);
+  if (typeof type !== "string" || !Object.hasOwn(KINDS, type)) return refuse(`${where}.type`, t("one of {values}", { values: Object.keys(KINDS).join(", ") }));
   const required = REQUIRED[type];
-  if (required && value[required] === undefined) refuse(`${where}.${required}`, "given");
+  if (required && value[required] === undefined) refuse(`${where}.${required}`, t("given"));
   return { type, ...pickKeys(value, { ...COMMON, ...KINDS[type] }, where, depth) };
 }
 
 function cleanPage(value: unknown, where: string): PageData {
-  if (!isRaw(value)) return refuse(where, "a page");
+  if (!isRaw(value)) return refuse(where, t("a page"));
   const side = number(1, MAX_PAGE_SIDE);
   return {
     width: Math.round(side(value.width, `${where}.width`, 0) as number),
@@ -143,12 +145,12 @@ export function usedAssets(objects: readonly ObjectData[], into = new Set<string
 }
 
 function cleanAssets(value: unknown, used: Set<string>): Assets {
-  const given = value === undefined ? {} : isRaw(value) ? value : refuse("assets", "an object");
+  const given = value === undefined ? {} : isRaw(value) ? value : refuse("assets", t("an object"));
   const assets: Assets = {};
   for (const name of used) {
     const data = Object.hasOwn(given, name) ? given[name] : undefined;
     if (typeof data !== "string" || !/^data:image\/(?!svg)[\w.+-]+;base64,/.test(data.slice(0, 100))) {
-      return refuse(`assets.${name}`, "an image");
+      return refuse(`assets.${name}`, t("an image"));
     }
     assets[name] = data;
   }
@@ -160,25 +162,25 @@ function parse(source: string, what: string): Raw {
   try {
     value = JSON.parse(source);
   } catch {
-    throw new FormatError(source.trim() === "" ? `The ${what} is empty.` : `The ${what} is not JSON, or it is cut off.`);
+    throw new FormatError(source.trim() === "" ? t("{what} is empty.", { what }) : t("{what} is not JSON, or it is cut off.", { what }));
   }
-  if (!isRaw(value)) throw new FormatError(`The ${what} is not from Quillory.`);
+  if (!isRaw(value)) throw new FormatError(t("{what} is not from Quillory.", { what }));
   return value;
 }
 
 function checkVersion(version: unknown, what: string): void {
-  if (typeof version !== "number" || !Number.isInteger(version) || version < 1) refuse("version", "a whole number from 1");
+  if (typeof version !== "number" || !Number.isInteger(version) || version < 1) refuse("version", t("a whole number from 1"));
   else if (version > FORMAT_VERSION) {
-    throw new FormatError(`The ${what} is from a newer Quillory (format ${version}, this one reads up to ${FORMAT_VERSION}).`);
+    throw new FormatError(t("{what} is from a newer Quillory (format {version}, this one reads up to {known}).", { what, version, known: FORMAT_VERSION }));
   }
 }
 
 export function readProject(source: string): Project {
-  const raw = parse(source, "file");
-  if (raw.type !== PROJECT_TYPE) throw new FormatError("The file is JSON, but not a Quillory project.");
-  checkVersion(raw.version, "file");
+  const raw = parse(source, t("The file"));
+  if (raw.type !== PROJECT_TYPE) throw new FormatError(t("The file is JSON, but not a Quillory project."));
+  checkVersion(raw.version, t("The file"));
   if (!Array.isArray(raw.pages) || raw.pages.length < 1 || raw.pages.length > MAX_PAGES) {
-    return refuse("pages", `a list of 1 to ${MAX_PAGES} pages`);
+    return refuse("pages", t("a list of 1 to {max} pages", { max: MAX_PAGES }));
   }
   const pages = raw.pages.map((p: unknown, i) => cleanPage(p, `pages[${i}]`));
   const used = new Set<string>();
@@ -199,10 +201,10 @@ export function writeClipboard({ objects, assets }: Clipboard): string {
 
 /** Copied objects; also a bare object or a list under "objects", as people write them by hand. */
 export function readClipboard(source: string): Clipboard {
-  const raw = parse(source, "clipboard");
-  if (raw.type === CLIPBOARD_TYPE) checkVersion(raw.version, "copied data");
+  const raw = parse(source, t("The clipboard"));
+  if (raw.type === CLIPBOARD_TYPE) checkVersion(raw.version, t("The copied data"));
   const isKind = typeof raw.type === "string" && Object.hasOwn(KINDS, raw.type);
-  if (!isKind && !Array.isArray(raw.objects)) throw new FormatError("The clipboard holds nothing for the canvas.");
+  if (!isKind && !Array.isArray(raw.objects)) throw new FormatError(t("The clipboard holds nothing for the canvas."));
   const objects = list(isKind ? [raw] : raw.objects, "objects", 0) as ObjectData[];
   return { objects, assets: cleanAssets(raw.assets, usedAssets(objects)) };
 }

@@ -1,6 +1,8 @@
 // The native shell around the page. It takes messages and answers, where it answers at all, by calling
 // one of three functions on `window`; it reports neither a cancelled panel nor a failure, so nothing here waits.
 
+import { t } from "./language";
+
 interface MessageHandler {
   postMessage(body: unknown): void;
 }
@@ -24,7 +26,7 @@ export const hasShell = (): boolean => window.webkit?.messageHandlers?.nativeDow
 
 function post(name: string, body: unknown): void {
   const handler = window.webkit?.messageHandlers?.[name];
-  if (!handler) throw new Error("This works in the Quillory application only.");
+  if (!handler) throw new Error(t("This works in the Quillory application only."));
   handler.postMessage(body);
 }
 

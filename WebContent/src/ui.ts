@@ -1,8 +1,10 @@
 // Small parts of the page's interface: messages, questions, progress.
 
+import { t } from "./language";
+
 export function $<T extends HTMLElement = HTMLElement>(id: string): T {
   const element = document.getElementById(id);
-  if (!element) throw new Error(`The page has no element "${id}".`);
+  if (!element) throw new Error(`no element #${id}`);
   return element as T;
 }
 
@@ -73,10 +75,10 @@ export async function withProgress<T>(
       if (long || performance.now() - start > PROGRESS_AFTER) show();
       if (total > 1) {
         bar.value = done / total;
-        $("progress-text").textContent = `${label}: page ${done + 1} of ${total}`;
+        $("progress-text").textContent = t("{label}: page {page} of {total}", { label, page: done + 1, total });
       }
       await painted();
-      if (cancelled) throw new Cancelled("Cancelled");
+      if (cancelled) throw new Cancelled();
     });
   } finally {
     clearTimeout(timer);

@@ -4,6 +4,7 @@
 
 #include "platform/Localization.h"
 #include "platform/gtk/web/ContentFilter.h"
+#include "platform/gtk/web/PageLanguages.h"
 #include "platform/gtk/window/AccessibleName.h"
 
 namespace quillory::gtk {
@@ -12,6 +13,7 @@ namespace {
 
 GObjectPtr<WebKitWebView> makeView(const WebViewConfiguration& configuration)
 {
+    tellPagesTheLanguages();
     auto* view = g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
                               configuration.sharedUserContentController()->manager(), "settings",
                               configuration.settings(), nullptr);
