@@ -213,15 +213,16 @@ def test_other_programs_on_the_bus_can_raise_the_window_and_no_more(app, desktop
     (tmp_path / "p.json").write_text("{}")
     files = [(tmp_path / "p.json").as_uri()]
 
-    def call(method, *arguments):
+    def call(method, *arguments, path="/com/quillory/Quillory"):
         return desktop.run("gdbus", "call", "--session", "--dest", "com.quillory.Quillory", "--object-path",
-                           "/com/quillory/Quillory", "--method", method, "--", *arguments, check=False)
+                           path, "--method", method, "--", *arguments, check=False)
 
     call("org.freedesktop.Application.Open", str(files), "{}")
     call("org.gtk.Application.Open", str(files), "''", "{}")
     call("org.gtk.Application.CommandLine", "/", str([f"b'{file}'" for file in files]).replace('"', ""), "{}")
     call("org.freedesktop.Application.ActivateAction", "'quit'", "[<'x'>]", "{}")
-    assert call("org.gtk.Actions.List") == "(@as [],)\n"
+    for path in ("/com/quillory/Quillory", "/com/quillory/Quillory/window/1"):
+        assert call("org.gtk.Actions.List", path=path) == "(@as [],)\n"
     # Of any type and any text, where a token of a launcher is expected.
     for data in ("{'activation-token': <42>}", "{'desktop-startup-id': <'\\n\\x01 _TIME-1'>}", "{'activation-token': <'none'>}"):
         desktop.minimize("Quillory")

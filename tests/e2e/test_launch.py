@@ -41,6 +41,11 @@ def test_about_window_is_one_and_stays_where_it_was_put(app, desktop):
     desktop.close_window("About Quillory")
     assert desktop.open_about() == about
     wait_for(lambda: desktop.geometry(about) == moved, "the window to be where it was left")
+    desktop.key("ctrl+w")
+    desktop.wait_no_window("About Quillory")
+    desktop.open_about()
+    desktop.key("ctrl+q")
+    assert app.wait_exit() == 0
 
 
 @pytest.fixture(scope="module")

@@ -68,22 +68,22 @@ Menu makeSection(const Scene& scene, CommandGroupPlacement placement)
     auto section = makeMenu();
     if (const auto* group = replacement(scene, placement)) {
         for (std::size_t i = 0; i < group->content.size(); ++i)
-            append(section, group->content[i].title, "win." + actionName(placement, i));
+            append(section, group->content[i].title, "menu." + actionName(placement, i));
     }
     return section;
 }
 
-void addAction(GtkApplicationWindow* window, const std::string& name, std::function<void()> perform)
+void addAction(GSimpleActionGroup* group, const std::string& name, std::function<void()> perform)
 {
     const GObjectPtr<GSimpleAction> action(g_simple_action_new(name.c_str(), nullptr));
     connectSignal<void(GVariant*)>(action.get(), "activate", [perform = std::move(perform)](GVariant*) { perform(); });
-    g_action_map_add_action(G_ACTION_MAP(window), G_ACTION(action.get()));
+    g_action_map_add_action(G_ACTION_MAP(group), G_ACTION(action.get()));
 }
 
-void setKey(GtkApplicationWindow* window, const char* action, const char* key)
+void setKey(GtkWindow* window, const char* action, const char* key)
 {
     const std::array<const char*, 2> keys {key, nullptr};
-    gtk_application_set_accels_for_action(gtk_window_get_application(GTK_WINDOW(window)), action, keys.data());
+    gtk_application_set_accels_for_action(gtk_window_get_application(window), action, keys.data());
 }
 
 void nameItemsBelow(GtkWidget* widget)
@@ -109,23 +109,23 @@ GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene)
     const auto applicationMenu = makeMenu();
     appendSection(applicationMenu, makeSection(scene, CommandGroupPlacement::appInfo));
     const auto ending = makeMenu();
-    append(ending, localized("_Quit"), "win.quit");
+    append(ending, localized("_Quit"), "any.quit");
     appendSection(applicationMenu, ending);
 
     const auto file = makeMenu();
     appendSection(file, makeSection(scene, CommandGroupPlacement::newItem));
-    append(file, localized("_Close"), "win.close");
+    append(file, localized("_Close"), "any.close");
 
     const auto edit = makeMenu();
     for (const auto& item : editItems) {
-        const auto action = std::string("win.edit-") + item.command;
+        const auto action = std::string("menu.edit-") + item.command;
         const GObjectPtr<GMenuItem> menuItem(g_menu_item_new(localized(item.title).c_str(), action.c_str()));
         g_menu_item_set_attribute(menuItem.get(), "accel", "s", item.shownKey);
         g_menu_append_item(edit.get(), menuItem.get());
     }
 
     const auto window = makeMenu();
-    append(window, localized("_Minimize"), "win.minimize");
+    append(window, localized("_Minimize"), "menu.minimize");
 
     auto bar = makeMenu();
     appendSubmenu(bar, localized("_Quillory"), applicationMenu);
@@ -135,21 +135,29 @@ GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene)
     return bar;
 }
 
-void installMenuActions(GtkApplicationWindow* window, const Scene& scene, const MenuActions& actions)
+void installWindowActions(GtkWindow* window, const WindowActions& actions)
 {
+    const GObjectPtr<GSimpleActionGroup> group(g_simple_action_group_new());
+    addAction(group.get(), "quit", actions.quit);
+    addAction(group.get(), "close", actions.close);
+    gtk_widget_insert_action_group(GTK_WIDGET(window), "any", G_ACTION_GROUP(group.get()));
+    setKey(window, "any.quit", "<Control>q");
+    setKey(window, "any.close", "<Control>w");
+}
+
+void installMenuActions(GtkWindow* window, const Scene& scene, const MenuActions& actions)
+{
+    const GObjectPtr<GSimpleActionGroup> menu(g_simple_action_group_new());
     for (const auto placement : {CommandGroupPlacement::newItem, CommandGroupPlacement::appInfo}) {
         const auto* group = replacement(scene, placement);
         for (std::size_t i = 0; group != nullptr && i < group->content.size(); ++i)
-            addAction(window, actionName(placement, i), group->content[i].action);
+            addAction(menu.get(), actionName(placement, i), group->content[i].action);
     }
-    addAction(window, "quit", actions.quit);
-    addAction(window, "close", actions.close);
-    addAction(window, "minimize", actions.minimize);
+    addAction(menu.get(), "minimize", actions.minimize);
     for (const auto& item : editItems)
-        addAction(window, std::string("edit-") + item.command, [edit = actions.edit, &item] { edit(item.command); });
-
-    setKey(window, "win.quit", "<Control>q");
-    setKey(window, "win.close", "<Control>w");
+        addAction(menu.get(), std::string("edit-") + item.command,
+                  [edit = actions.edit, &item] { edit(item.command); });
+    gtk_widget_insert_action_group(GTK_WIDGET(window), "menu", G_ACTION_GROUP(menu.get()));
 }
 
 void nameMenuItems(GtkWidget* menuBar)

@@ -50,6 +50,7 @@ Window::Window(Application& application, Size contentSize, unsigned styleMask)
     gtk_window_set_child(window, GTK_WIDGET(m_column));
     gtk_window_set_default_size(window, pixels(contentSize.width), pixels(contentSize.height));
 
+    installWindowActions(window, {.quit = [this] { m_application.terminate(); }, .close = [this] { performClose(); }});
     m_connections.push_back(connectScoped<gboolean()>(window, "close-request", [this] {
         performClose();
         return TRUE;
@@ -62,10 +63,8 @@ Window::~Window() = default;
 void Window::addMenuBar()
 {
     const auto& scene = m_application.scene();
-    installMenuActions(GTK_APPLICATION_WINDOW(m_window.get()), scene,
-                       {.quit = [this] { m_application.terminate(); },
-                        .close = [this] { performClose(); },
-                        .minimize = [this] { gtk_window_minimize(m_window.get()); },
+    installMenuActions(m_window.get(), scene,
+                       {.minimize = [this] { gtk_window_minimize(m_window.get()); },
                         .edit =
                             [this](const char* command) {
                                 if (m_content.webView)
