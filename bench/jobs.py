@@ -163,8 +163,8 @@ def batch(rig):
         lambda folder, saved: saved_by_shell(rig, folder, BATCH, line, saved, folder / "0.png"))
     arrival = arrival_in_floor(rig, BATCH, line)
     floor = into_new_folder(lambda folder, saved: saved_by_floor(rig, folder, BATCH, saved))
-    return [Figure("Batch of 200 × 1 MiB, against the arrival", "ms", ours[0], arrival[0], 1.3),
-            Figure("Batch of 200 × 1 MiB, against the arrival in Quillory itself", "ms", ours[0], ours[2], 1.3),
+    return [Figure("Batch of 200 × 1 MiB, against the arrival", "ms", ours[0], arrival[0], 1.4),
+            Figure("Batch of 200 × 1 MiB, against the arrival in Quillory itself", "ms", ours[0], ours[2], 1.4),
             Figure("Batch of 200 × 1 MiB, against the arrival: peak memory", "MiB", ours[1], arrival[1], 1, 16),
             Figure("Batch of 200 × 1 MiB, against the same job", "ms", ours[0], floor[0])]
 

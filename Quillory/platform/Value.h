@@ -24,6 +24,8 @@ public:
     // Of an array; no elements for every other kind.
     virtual std::size_t size() const = 0;
     virtual std::unique_ptr<Value> at(std::size_t index) const = 0;
+    // Whether every element is an object whose every value is a text, found without making the elements.
+    virtual bool holdsStringObjects() const = 0;
 
     // Of an object; no keys for every other kind. A key that is not there has a null value.
     virtual std::vector<std::string> keys() const = 0;

@@ -2,7 +2,9 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/Localization.h"
 #include "services/DataURL.h"
@@ -19,27 +21,20 @@ constexpr auto longestTurn = 50ms;
 constexpr auto rest = 1ms;
 constexpr std::size_t mostFiles = 100'000;
 
-std::optional<std::vector<StringObject>> readFiles(const Value& body)
+// Null for a body of another shape. The files are read one by one, when their turn comes.
+FileList readFiles(const Value& body)
 {
     if (body.kind() != Value::Kind::object)
-        return std::nullopt;
-    const auto list = body.at("files");
-    if (list->kind() != Value::Kind::array || list->size() > mostFiles)
-        return std::nullopt;
-    std::vector<StringObject> files;
-    for (std::size_t i = 0; i < list->size(); ++i) {
-        auto file = readStringObject(*list->at(i));
-        if (!file)
-            return std::nullopt;
-        files.push_back(std::move(*file));
-    }
-    return files;
+        return nullptr;
+    FileList list = body.at("files");
+    const bool isBatch = list->kind() == Value::Kind::array && list->size() <= mostFiles && list->holdsStringObjects();
+    return isBatch ? list : nullptr;
 }
 
 // Writes the files of one batch in their order. It holds itself until the last one is written.
 class Batch : public std::enable_shared_from_this<Batch> {
 public:
-    Batch(ServiceContext context, std::filesystem::path folder, std::vector<StringObject> files, Reply reply)
+    Batch(ServiceContext context, std::filesystem::path folder, FileList files, Reply reply)
         : m_context(std::move(context))
         , m_folder(std::move(folder))
         , m_files(std::move(files))
@@ -51,19 +46,19 @@ public:
     void write()
     {
         const auto end = std::chrono::steady_clock::now() + longestTurn;
-        for (; m_next < m_files.size(); ++m_next) {
+        for (; m_next < m_total; ++m_next) {
             if (std::chrono::steady_clock::now() >= end)
                 return m_context.platform.mainQueue().asyncAfter(rest, [self = shared_from_this()] { self->write(); });
-            writeFile(std::exchange(m_files[m_next], {}));
+            writeFile(*m_files->at(m_next));
         }
         finish();
     }
 
 private:
-    void writeFile(const StringObject& file)
+    void writeFile(const Value& file)
     {
-        const auto filename = textForKey(file, "filename");
-        const auto data = textForKey(file, "data");
+        const auto filename = file.at("filename")->text();
+        const auto data = file.at("data")->text();
         const auto name = filename ? filename->utf8() : std::string();
         const auto bytes = filename && data ? decodeDataURLPayload(*data) : nullptr;
         if (!bytes)
@@ -82,17 +77,18 @@ private:
 
     void finish() const
     {
-        m_context.platform.log().print("✅ Saved " + std::to_string(m_saved) + "/" + std::to_string(m_files.size())
+        m_context.platform.log().print("✅ Saved " + std::to_string(m_saved) + "/" + std::to_string(m_total)
                                        + " files to: " + m_folder.string());
         if (m_failures.empty())
             return m_reply.savedInto(m_folder);
-        m_context.failures->notAllSaved(m_saved, m_files.size(), m_failures);
+        m_context.failures->notAllSaved(m_saved, m_total, m_failures);
         m_reply.failed(m_folder.filename(), m_failures.front());
     }
 
     ServiceContext m_context;
     std::filesystem::path m_folder;
-    std::vector<StringObject> m_files; // those that are written are empty
+    FileList m_files;
+    std::size_t m_total = m_files->size();
     Reply m_reply;
     std::vector<std::string> m_failures;
     std::size_t m_next = 0;
@@ -111,23 +107,22 @@ void handleNativeBatchDownload(const ServiceContext& context, const ScriptMessag
         return reply.failed({}, "Invalid batch download message");
     }
     log.print("📥 Batch download requested: " + std::to_string(files->size()) + " files");
-    context.platform.mainQueue().async(
-        [=, files = std::move(*files)]() mutable { chooseFolderAndSaveFiles(context, std::move(files), reply); });
+    context.platform.mainQueue().async([=] { chooseFolderAndSaveFiles(context, files, reply); });
 }
 
-void chooseFolderAndSaveFiles(const ServiceContext& context, std::vector<StringObject> files, const Reply& reply)
+void chooseFolderAndSaveFiles(const ServiceContext& context, const FileList& files, const Reply& reply)
 {
     const auto panel = context.platform.makeOpenPanel();
     panel->setCanChooseFiles(false);
     panel->setCanChooseDirectories(true);
     panel->setAllowsMultipleSelection(false);
     panel->setCanCreateDirectories(true);
-    panel->setMessage(localized("Choose a folder to save {} files", std::to_string(files.size())));
+    panel->setMessage(localized("Choose a folder to save {} files", std::to_string(files->size())));
     panel->setPrompt(localized("Save Here"));
-    panel->beginWithCompletionHandler([=, files = std::move(files)](auto response, const auto& url) mutable {
+    panel->beginWithCompletionHandler([=](ModalResponse response, const auto& url) {
         if (response != ModalResponse::ok || !url)
             return reply.cancelled();
-        std::make_shared<Batch>(context, *url, std::move(files), reply)->write();
+        std::make_shared<Batch>(context, *url, files, reply)->write();
     });
 }
 

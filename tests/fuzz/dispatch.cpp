@@ -108,7 +108,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fake::FakePlatform platform;
     const auto coordinator = web::WebView::Coordinator::make(platform);
     const auto configuration = platform.makeWebViewConfiguration();
-    coordinator->didReceiveScriptMessage(configuration->userContentController(), {name, std::make_shared<fake::PlainValue>(body)});
+    coordinator->didReceiveScriptMessage(configuration->userContentController(),
+                                         {name, std::make_shared<fake::PlainValue>(body)});
     platform.runMainQueue();
 
     const auto lines = platform.lines();

@@ -39,23 +39,58 @@ private:
 TEST_F(Engine, DecodesStrictlyWhatFollowsTheFirstComma)
 {
     const std::pair<std::string, std::string> accepted[] = {
-        {"data:text/plain;base64,QUJD", "ABC"}, {"xyz,QUJD", "ABC"}, {",QUJD", "ABC"}, {",", ""},
-        {"data:application/octet-stream;base64,", ""}, {",QQ==", "A"}, {",QUI=", "AB"}, {",+/+/", "\xFB\xFF\xBF"},
+        {"data:text/plain;base64,QUJD", "ABC"},
+        {"xyz,QUJD", "ABC"},
+        {",QUJD", "ABC"},
+        {",", ""},
+        {"data:application/octet-stream;base64,", ""},
+        {",QQ==", "A"},
+        {",QUI=", "AB"},
+        {",+/+/", "\xFB\xFF\xBF"},
         {",AAAA", std::string(3, '\0')},
         // Bits that the last character has and no byte takes are of no account.
-        {",QR==", "A"}, {",QUJ=", "AB"},
+        {",QR==", "A"},
+        {",QUJ=", "AB"},
     };
     for (const auto& [url, bytes] : accepted)
         EXPECT_EQ(contents(text(url).base64AfterFirstComma().get()), bytes) << url;
     const std::string refused[] = {
-        "", "data:text/plain;base64", "QUJD",
+        "",
+        "data:text/plain;base64",
+        "QUJD",
         // Everything behind the first comma is payload, a second comma too.
-        "data:;base64,QUJD,QUJD", "data:,;base64,QUJD",
+        "data:;base64,QUJD,QUJD",
+        "data:,;base64,QUJD",
         // Padding that is missing, too much or in the wrong place.
-        ",QQ", ",QQ=", ",QUI", ",Q===", ",====", ",Q", ",=", ",QUJD====", ",QUI=QUJD", ",QQ==QUJD", ",=QUJ", ",Q=Q=",
+        ",QQ",
+        ",QQ=",
+        ",QUI",
+        ",Q===",
+        ",====",
+        ",Q",
+        ",=",
+        ",QUJD====",
+        ",QUI=QUJD",
+        ",QQ==QUJD",
+        ",=QUJ",
+        ",Q=Q=",
         // Characters that are not in the alphabet, white space among them.
-        ",QUJD\n", ",QUJD\r\n\r\n", ",QU JD", ",QUJD    ", ", QUJD", ",\tQUJDQU", ",QQ= =", ",QQ == ", ",QQ  ==  ", ",QQ==    ",
-        ",QUI=\n\n\n\n", ",-_-_", ",QUJ*", ",Q\xC3\xA4JD", ",QU\xE2\x80\xA8JD", std::string(",QUJD\0\0\0\0", 9),
+        ",QUJD\n",
+        ",QUJD\r\n\r\n",
+        ",QU JD",
+        ",QUJD    ",
+        ", QUJD",
+        ",\tQUJDQU",
+        ",QQ= =",
+        ",QQ == ",
+        ",QQ  ==  ",
+        ",QQ==    ",
+        ",QUI=\n\n\n\n",
+        ",-_-_",
+        ",QUJ*",
+        ",Q\xC3\xA4JD",
+        ",QU\xE2\x80\xA8JD",
+        std::string(",QUJD\0\0\0\0", 9),
         std::string(",QU\0D", 5),
     };
     for (const auto& url : refused)
@@ -135,6 +170,28 @@ TEST_F(Engine, ReadsAnObjectOfStringsWholeOrNotAtAll)
         const auto object = readStringObject(evaluate(script));
         EXPECT_EQ(object ? std::optional(object->size()) : std::nullopt, size) << script;
     }
+}
+
+TEST_F(Engine, TellsAListOfStringObjects)
+{
+    const struct {
+        const char* script;
+        bool is;
+    } cases[] = {
+        {"[]", true},
+        {"[{}, {a: 'x', 'ключ': 'y'}]", true},
+        {"[{a: 'x'}, {a: 1}]", false},
+        {"[{a: null}]", false},
+        {"[['x']]", false},
+        {"[[]]", false},
+        {"[null]", false},
+        {"['x']", false},
+        {"[new Date()]", false},
+        {"new Array(2)", false},
+        {"({length: 0})", false},
+    };
+    for (const auto& [script, is] : cases)
+        EXPECT_EQ(evaluate(script).holdsStringObjects(), is) << script;
 }
 
 TEST_F(Engine, ReadsTheHolesOfAListAsNothing)

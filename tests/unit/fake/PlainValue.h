@@ -45,7 +45,8 @@ public:
     std::shared_ptr<const Bytes> base64AfterFirstComma() const override
     {
         const auto comma = m_text.find(',');
-        auto bytes = comma == std::string::npos ? std::nullopt : decodeBase64(std::string_view(m_text).substr(comma + 1));
+        auto bytes =
+            comma == std::string::npos ? std::nullopt : decodeBase64(std::string_view(m_text).substr(comma + 1));
         return bytes ? std::make_shared<StringBytes>(std::move(*bytes)) : nullptr;
     }
 
@@ -78,6 +79,13 @@ public:
     {
         return std::make_unique<PlainValue>(m_value.at(index));
     }
+    bool holdsStringObjects() const override
+    {
+        return m_value.is_array() && std::ranges::all_of(m_value, [](const auto& entry) {
+                   return entry.is_object()
+                       && std::ranges::all_of(entry, [](const auto& text) { return text.is_string(); });
+               });
+    }
     std::vector<std::string> keys() const override
     {
         std::vector<std::string> keys;
@@ -89,7 +97,8 @@ public:
     }
     std::unique_ptr<Value> at(const std::string& key) const override
     {
-        return std::make_unique<PlainValue>(m_value.is_object() ? m_value.value(key, nlohmann::json()) : nlohmann::json());
+        return std::make_unique<PlainValue>(m_value.is_object() ? m_value.value(key, nlohmann::json())
+                                                                : nlohmann::json());
     }
 
 private:

@@ -34,6 +34,21 @@ constexpr std::string_view source = R"(({
             buffer.transfer(0);
         }
     },
+    holdsStringObjects(list) {
+        if (!Array.isArray(list))
+            return false;
+        // A hole is an element too, which is no object.
+        for (let i = 0; i < list.length; ++i) {
+            const entry = list[i];
+            if (typeof entry !== "object" || entry === null || Array.isArray(entry) || entry instanceof Date)
+                return false;
+            for (const key in entry) {
+                if (typeof entry[key] !== "string")
+                    return false;
+            }
+        }
+        return true;
+    },
     wellFormed(text) { return text.toWellFormed(); },
 }))";
 
@@ -77,6 +92,11 @@ GObjectPtr<::JSCValue> bufferOver(const SharedMemory& memory, JSCContext* contex
         jsc_value_new_array_buffer(context, memory->data(), memory->span().size(), release, held.release()));
 }
 
+}
+
+bool JSCTextFunctions::holdsStringObjects(::JSCValue* list)
+{
+    return jsc_value_to_boolean(call(m_holdsStringObjects, "holdsStringObjects", {list}).get()) != 0;
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)

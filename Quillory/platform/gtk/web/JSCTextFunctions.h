@@ -22,6 +22,8 @@ public:
 
     JSCContext* context() const { return m_context.get(); }
 
+    // Whether it is a list, each element of which is an object whose every value is a text.
+    bool holdsStringObjects(::JSCValue* list);
     // `text` with U+FFFD for every unpaired surrogate. Throws std::bad_alloc if there is no memory for it.
     GObjectPtr<::JSCValue> wellFormed(::JSCValue* text);
     // The bytes that the base64 text after the first comma stands for, or null if there is no comma, that is no
@@ -35,6 +37,7 @@ private:
 
     GObjectPtr<JSCContext> m_context;
     // Looked up when they are first called.
+    GObjectPtr<::JSCValue> m_holdsStringObjects;
     GObjectPtr<::JSCValue> m_wellFormed;
     GObjectPtr<::JSCValue> m_decodedLength;
     GObjectPtr<::JSCValue> m_decode;

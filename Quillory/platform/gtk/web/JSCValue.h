@@ -43,6 +43,7 @@ public:
     TextHandle text() const override;
     std::size_t size() const override;
     std::unique_ptr<Value> at(std::size_t index) const override;
+    bool holdsStringObjects() const override { return m_functions->holdsStringObjects(m_value.get()); }
     std::vector<std::string> keys() const override;
     std::unique_ptr<Value> at(const std::string& key) const override;
 
