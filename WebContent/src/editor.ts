@@ -2,7 +2,7 @@
 import { ActiveSelection, type FabricObject, Group, Point } from "fabric";
 import { History } from "./history";
 import { images } from "./images";
-import { createImage, createObjects, describe, eachLeaf } from "./objects";
+import { createImage, createObjects, eachLeaf } from "./objects";
 import { type Clipboard, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
 import { Stage, type StageEvents } from "./stage";
 import { CanvasText, type CharacterKey } from "./text";
@@ -21,13 +21,16 @@ export const blankProject = (): Project => ({ name: "", pages: [blankPage()], as
 
 const PASTE_OFFSET = 24;
 
+const isSame = (a: PageData, b: PageData): boolean =>
+  a.width === b.width && a.height === b.height && a.background === b.background &&
+  a.objects.length === b.objects.length && a.objects.every((o, i) => o === b.objects[i]);
+
 export class Editor {
   readonly stage: Stage;
   history = new History<DocumentState>({ ...blankProject(), page: 0 });
   page = 0;
   #pastes = 0;
   #copied = "";
-  #shown: string | undefined;
 
   constructor(host: HTMLElement, private readonly events: Omit<StageEvents, "changed"> & { changed(): void }) {
     this.stage = new Stage(host, { ...events, changed: (tag) => this.commit(tag) });
@@ -64,17 +67,21 @@ export class Editor {
 
   /** Takes what the canvas shows into the history, if it differs. */
   commit(tag?: string): void {
-    const page = this.stage.read();
-    const shown = JSON.stringify(page);
-    if (!page || shown === this.#shown) return;
-    this.#shown = shown;
+    let page: PageData | undefined;
+    try {
+      page = this.stage.read();
+    } catch (error) {
+      void this.#refresh(true); // what went beyond the format's limits goes back
+      throw error;
+    }
+    if (!page || isSame(page, this.pageData)) return;
     this.#push({ pages: this.state.pages.map((p, i) => (i === this.page ? page : p)) }, tag);
   }
 
-  async #refresh(selected: number[] = []): Promise<void> {
+  async #refresh(keepSelection = false): Promise<void> {
+    const selected = keepSelection ? this.stage.selectedIdentities : undefined;
     this.page = Math.min(this.page, this.state.pages.length - 1);
     await this.stage.show(this.pageData, selected);
-    this.#shown = JSON.stringify(this.stage.read()); // not what the file says: it may leave out what is usual
     this.events.changed();
   }
 
@@ -83,10 +90,9 @@ export class Editor {
     this.#finishText();
     const state = step();
     if (!state) return;
-    const { objects, selection } = this.stage;
-    const selected = state.page === this.page ? selection.map((o) => objects.indexOf(o)) : [];
+    const samePage = state.page === this.page;
     this.page = state.page;
-    await this.#refresh(selected);
+    await this.#refresh(samePage);
     if (cursor !== undefined) this.stage.editText(cursor);
   }
   undo = (): Promise<void> => this.#travel(() => this.history.undo());
@@ -235,14 +241,9 @@ export class Editor {
 
   // ---- copy and paste ----
 
-  #describeSelection(): ObjectData[] {
-    const { objects, selection, canvas } = this.stage;
-    const all = canvas.toObject().objects;
-    return selection.map((o) => describe(all[objects.indexOf(o)]));
-  }
   /** The selected objects as text, or undefined if nothing is selected. */
   copy(): string | undefined {
-    const objects = this.#describeSelection();
+    const objects = this.stage.selectedData;
     if (objects.length === 0) return undefined;
     this.#pastes = 0;
     return (this.#copied = writeClipboard({ objects, assets: images.assets }));
@@ -253,7 +254,7 @@ export class Editor {
     await this.#insert(clipboard, this.#pastes * PASTE_OFFSET);
   }
   async duplicate(): Promise<void> {
-    await this.#insert({ objects: this.#describeSelection(), assets: {} }, PASTE_OFFSET);
+    await this.#insert({ objects: this.stage.selectedData, assets: {} }, PASTE_OFFSET);
   }
   async #insert({ objects, assets }: Clipboard, offset: number): Promise<void> {
     const names = new Map<string, string>();

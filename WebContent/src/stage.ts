@@ -1,7 +1,8 @@
 // The view of one page: a fabric canvas that fills the middle of the window, with zoom, pan and drawing tools.
 import { ActiveSelection, Canvas, type FabricObject, Point, Textbox, util } from "fabric";
-import { bakeScale, createObjects, createShape, describe, eachLeaf, type Shape } from "./objects";
-import type { PageData } from "./project";
+import { bakeScale, createObjects, createShape, eachLeaf, type Shape } from "./objects";
+import { FormatError, type ObjectData, type PageData } from "./project";
+import { dataOf, identityOf, remember } from "./record";
 import { CanvasText } from "./text";
 
 const MARGIN = 48;
@@ -44,6 +45,24 @@ class PageCanvas extends Canvas {
       this.#checks = ctx.createPattern(tile, "repeat");
     }
     return this.#checks ?? "#ffffff";
+  }
+
+  /** What the document knows of an object on this canvas. */
+  dataOf(object: FabricObject): ObjectData {
+    return dataOf(object, this.isSelected(object), () => this._toObject(object, "toObject", []));
+  }
+  isSelected(object: FabricObject): boolean {
+    const active = this._activeObject;
+    return active !== undefined && (object === active || object.group === active);
+  }
+
+  /** Puts these objects on the canvas, in this order; those that are on it already stay. */
+  arrange(objects: FabricObject[]): void {
+    const [before, after] = [new Set(this._objects), new Set(objects)];
+    this.remove(...this._objects.filter((o) => !after.has(o)));
+    this.add(...objects.filter((o) => !before.has(o)));
+    this._objects = [...objects];
+    this.requestRenderAll();
   }
 
   override _renderBackground(ctx: CanvasRenderingContext2D): void {
@@ -118,16 +137,33 @@ export class Stage {
   // ---- the page ----
 
   /** Puts a page on the canvas; its images are decoded already, so that this ends before the next event. */
-  async show(page: PageData, selected: number[] = []): Promise<void> {
+  async show(page: PageData, selected?: ReadonlySet<object>): Promise<void> {
     const turn = ++this.#loading;
     this.canvas.discardActiveObject();
-    const objects = await createObjects(page.objects);
+    const shown = this.#shown();
+    const objects = page.objects.map((data) => shown.get(data));
+    const missing = page.objects.filter((_, i) => !objects[i]);
+    const created = await createObjects(missing);
     if (turn !== this.#loading) return;
-    this.canvas.remove(...this.canvas.getObjects());
+    created.forEach((o, i) => remember(o, missing[i]!));
     this.setFormat(page);
-    this.canvas.add(...objects);
+    const all = objects.map((o) => o ?? created.shift()!);
+    this.canvas.arrange(all);
     this.#loading = 0;
-    this.select(selected.flatMap((i) => objects[i] ?? []));
+    this.select(selected ? all.filter((_, i) => selected.has(identityOf(page.objects[i]!))) : []);
+  }
+
+  /** The objects on the canvas by what they stand for; without those that have no data, being out of bounds. */
+  #shown(): Map<ObjectData, FabricObject> {
+    const shown = new Map<ObjectData, FabricObject>();
+    for (const object of this.objects) {
+      try {
+        shown.set(this.canvas.dataOf(object), object);
+      } catch (error) {
+        if (!(error instanceof FormatError)) throw error;
+      }
+    }
+    return shown;
   }
 
   setFormat({ width, height, background }: PageFormat): void {
@@ -142,7 +178,7 @@ export class Stage {
   read(): PageData | undefined {
     if (this.#loading) return undefined;
     const { width, height, background } = this.canvas.page;
-    return { width, height, background, objects: this.canvas.toObject().objects.map(describe) };
+    return { width, height, background, objects: this.objects.map((o) => this.canvas.dataOf(o)) };
   }
 
   // ---- selection ----
@@ -152,8 +188,13 @@ export class Stage {
   }
   /** The selected objects from back to front. */
   get selection(): FabricObject[] {
-    const active = new Set(this.canvas.getActiveObjects());
-    return this.objects.filter((o) => active.has(o));
+    return this.objects.filter((o) => this.canvas.isSelected(o));
+  }
+  get selectedData(): ObjectData[] {
+    return this.selection.map((o) => this.canvas.dataOf(o));
+  }
+  get selectedIdentities(): Set<object> {
+    return new Set([...this.#shown()].filter(([, o]) => this.canvas.isSelected(o)).map(([data]) => identityOf(data)));
   }
   /** The one thing that is moved and resized: an object, or several as a whole. */
   get active(): FabricObject | undefined {

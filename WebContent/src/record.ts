@@ -1,0 +1,50 @@
+// What the document knows of the objects on the canvas: the data that each stands for, and whether it may have changed
+// since. So a step costs what it changes, whatever else is on the page.
+import { type FabricObject, FabricObject as Base } from "fabric";
+import { describe } from "./objects";
+import type { ObjectData } from "./project";
+
+interface Entry {
+  data: ObjectData;
+  /** How the canvas described the object when it had this data: a file may leave out what is usual. */
+  text: string;
+}
+const entries = new WeakMap<FabricObject, Entry>();
+const touched = new WeakSet<FabricObject>();
+const identities = new WeakMap<ObjectData, object>();
+
+const set = Base.prototype._set;
+Base.prototype._set = function (this: FabricObject, key: string, value: unknown) {
+  if (key !== "canvas" && key !== "dirty") {
+    let top: FabricObject = this;
+    while (top.parent) top = top.parent;
+    touched.add(top);
+  }
+  return set.call(this, key, value);
+};
+
+/** Notes what an object was made from. */
+export function remember(object: FabricObject, data: ObjectData): void {
+  entries.set(object, { data, text: JSON.stringify(describe(object.toObject())) });
+  touched.delete(object);
+}
+
+/** An object's data, the very same as before if it did not change; `raw` gives fabric's own description of it. */
+export function dataOf(object: FabricObject, mayHaveChanged: boolean, raw: () => unknown): ObjectData {
+  const entry = entries.get(object);
+  if (entry && !mayHaveChanged && !touched.has(object)) return entry.data;
+  const data = describe(raw());
+  const text = JSON.stringify(data);
+  touched.delete(object);
+  if (entry?.text === text) return entry.data;
+  if (entry) identities.set(data, identityOf(entry.data));
+  entries.set(object, { data, text });
+  return data;
+}
+
+/** What stays the same of an object in all the data that it goes through, as long as the page is open. */
+export function identityOf(data: ObjectData): object {
+  const identity = identities.get(data) ?? {};
+  identities.set(data, identity);
+  return identity;
+}
