@@ -76,13 +76,14 @@ export class Autosave {
     this.#queue = this.#queue.then(task).catch(this.report);
   }
 
-  /** Another project is on the canvas now: what was written so far stays as an earlier session if it was unsaved. */
-  startSession(keepLast: boolean): void {
-    this.flush();
+  /** Another project takes the place of this one, which is saved, or the user has no more use for it. */
+  startSession(): void {
+    clearTimeout(this.#timer);
+    this.#timer = 0;
     const last = this.#id;
     this.#id = Math.max(Date.now(), last + 1);
     this.#written = new Set();
-    if (!keepLast) this.discard(last);
+    this.discard(last);
   }
 
   schedule(): void {

@@ -8,7 +8,7 @@ export type Commands = Record<string, () => unknown>;
 
 /** Work everywhere, also while a text is typed. */
 const GLOBAL: Record<string, string> = {
-  "Ctrl+s": "save", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
+  "Ctrl+s": "save", "Ctrl+Shift+s": "save-as", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
   "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
 };
 /** The command of each key. */

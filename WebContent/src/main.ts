@@ -8,12 +8,13 @@ import { Inspector } from "./inspector";
 import { announceSelection, type Commands, KEYS, listenToKeyboard } from "./keyboard";
 import { language, t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
-import { fileName, UNTITLED } from "./names";
+import { UNTITLED } from "./names";
 import { listenToNumberFields } from "./numbers";
 import { SHAPES } from "./objects";
-import { type Project, readProject, writeProject } from "./project";
+import { type Project, readProject } from "./project";
+import { ProjectFile } from "./projectFile";
 import { hasShell, listenToShell, shell } from "./shell";
-import { $, announce, Cancelled, confirm, openDialog, tell, tellError, withProgress } from "./ui";
+import { $, announce, Cancelled, openDialog, tell, tellError, withProgress } from "./ui";
 
 translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
 
@@ -74,29 +75,11 @@ function updateButtons(): void {
 // ---- projects ----
 
 async function openProject(project: Project, saved: boolean): Promise<void> {
-  const keepLast = !editor.history.isSaved;
-  await editor.open(project, saved, () => autosave?.startSession(keepLast));
+  await editor.open(project, saved, () => autosave?.startSession());
   stage.fit();
   announce(t("{name} opened", { name: project.name || UNTITLED }));
 }
-
-async function mayReplace(): Promise<boolean> {
-  if (editor.history.isSaved) return true;
-  return confirm(t("The project has changes that are not saved. Another project takes its place."), t("Replace"));
-}
-
-async function save(): Promise<void> {
-  const { state } = editor;
-  const text = writeProject(editor.project);
-  shell.download({
-    filename: fileName(state.name, "json"),
-    data: await readAsDataURL(new Blob([text], { type: "application/json" })),
-  });
-  // The shell does not say whether the user went through with it; the autosaved copy stays either way.
-  editor.history.markSaved(state);
-  update();
-  autosave?.schedule();
-}
+const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule()), openProject);
 
 async function exportProject(): Promise<void> {
   editor.commit();
@@ -111,8 +94,11 @@ async function exportProject(): Promise<void> {
   const files = await withProgress(t("Exporting"), pixels > 6e6, (step) =>
     exportPages(editor.state.name, chosen, options, step),
   );
-  if (files.length === 1) shell.download(files[0]!);
-  else shell.downloadAll(files);
+  const ended = await (files.length === 1 ? shell.download(files[0]!) : shell.downloadAll(files));
+  if (ended.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: ended.name ?? "", reason: ended.reason ?? "" }));
+  if (ended.result === "saved") tell(files.length === 1
+    ? t("Saved as “{name}”", { name: ended.name ?? "" })
+    : t("Saved {count} files in “{name}”", { count: files.length, name: ended.name ?? "" }));
 }
 
 /** Offers the work of earlier runs, one after the other. */
@@ -132,9 +118,9 @@ async function offerRecovery([session, ...rest]: Session[]): Promise<void> {
     next();
   };
   $("recovery-restore").onclick = guarded(async () => {
-    if (!(await mayReplace())) return;
     const { name, pages } = session;
-    await openProject({ name, pages, assets: await autosave!.assetsOf(session) }, !session.unsaved);
+    const project = async () => ({ name, pages, assets: await autosave!.assetsOf(session) });
+    await projectFile.replace(project, undefined, !session.unsaved);
     autosave!.schedule();
     autosave!.flush();
     autosave!.discard(session.id);
@@ -144,10 +130,11 @@ async function offerRecovery([session, ...rest]: Session[]): Promise<void> {
 
 // ---- commands ----
 
+const tellFailure = (error: unknown): void => {
+  if (!(error instanceof Cancelled)) tellError(error);
+};
 const guarded = (task: () => unknown) => () => {
-  void (async () => task())().catch((error: unknown) => {
-    if (!(error instanceof Cancelled)) tellError(error);
-  });
+  void (async () => task())().catch(tellFailure);
 };
 
 function copy(): boolean {
@@ -157,9 +144,10 @@ function copy(): boolean {
 }
 
 const tasks: Commands = {
-  new: async () => (await mayReplace()) && openProject(blankProject(), true),
-  open: async () => (await mayReplace()) && shell.pickProject(),
-  save,
+  new: () => projectFile.replace(blankProject),
+  open: () => projectFile.pick(),
+  save: () => projectFile.save(),
+  "save-as": () => projectFile.save(true),
   export: exportProject,
   image: () => shell.pickImage(),
   undo: editor.undo,
@@ -218,8 +206,7 @@ nameField.addEventListener("input", () => editor.rename(nameField.value));
 async function drop(file: File, at?: Point): Promise<void> {
   if (/^image\/(?!svg)/.test(file.type)) await editor.addImage(await readAsDataURL(file), at);
   else if (/\.json$/i.test(file.name)) {
-    const project = readProject(await file.text());
-    if (await mayReplace()) await openProject(project, true);
+    await projectFile.replace(async () => readProject(await file.text()));
   } else throw new Error(t("“{name}” is neither an image nor a project.", { name: file.name }));
 }
 document.addEventListener("dragover", (e) => e.preventDefault());
@@ -240,11 +227,11 @@ window.addEventListener("error", (e) => tellError(e.error));
 
 listenToShell(
   {
-    projectText: async (text) => openProject(readProject(text), true),
+    projectText: (text) => projectFile.receive(text),
     image: (dataURL) => editor.addImage(dataURL),
     pastedText: (text) => editor.paste(text),
   },
-  tellError,
+  tellFailure,
 );
 $("no-shell").hidden = hasShell();
 startAutosave();

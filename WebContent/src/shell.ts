@@ -1,5 +1,5 @@
-// The native shell around the page. It takes messages and answers, where it answers at all, by calling
-// one of three functions on `window`; it reports neither a cancelled panel nor a failure, so nothing here waits.
+// The native shell around the page. It takes messages; what the user picks or pastes comes by a call of one of three
+// functions on `window`, and how a request ended that asked for it by a call of a fourth.
 
 import { t } from "./language";
 
@@ -12,6 +12,7 @@ declare global {
     handleNativeFileContent(text: string): void;
     handleNativeImageContent(dataURL: string): void;
     handleNativePasteContent(text: string): void;
+    handleNativeResult(json: string): void;
   }
 }
 
@@ -22,6 +23,17 @@ export interface NamedFile {
   data: string;
 }
 
+/** How a request ended. */
+export interface Answer {
+  result: "saved" | "opened" | "cancelled" | "failed";
+  /** Of the file or folder that the user chose. */
+  name: string;
+  /** Stands for that file as long as the page lives. */
+  file?: string;
+  /** Why it failed. */
+  reason?: string;
+}
+
 export const hasShell = (): boolean => window.webkit?.messageHandlers?.nativeDownload !== undefined;
 
 function post(name: string, body: unknown): void {
@@ -30,10 +42,23 @@ function post(name: string, body: unknown): void {
   handler.postMessage(body);
 }
 
+const waiting = new Map<string, (answer: Answer) => void>();
+let asked = 0;
+
+/** Posts a request that the shell answers when it has ended. */
+function ask(name: string, body: Record<string, unknown>): Promise<Answer> {
+  return new Promise((resolve) => {
+    const reply = String(++asked);
+    post(name, { ...body, reply });
+    waiting.set(reply, resolve);
+  });
+}
+
 export const shell = {
-  download: (file: NamedFile) => post("nativeDownload", { filename: file.filename, data: file.data }),
-  downloadAll: (files: NamedFile[]) => post("nativeBatchDownload", { files }),
-  pickProject: () => post("nativeFilePicker", null),
+  /** Saves to the file that a handle stands for, or where the user says. */
+  download: ({ filename, data }: NamedFile, file?: string) => ask("nativeDownload", { filename, data, ...(file !== undefined && { file }) }),
+  downloadAll: (files: NamedFile[]) => ask("nativeBatchDownload", { files }),
+  pickProject: () => ask("nativeFilePicker", {}),
   pickImage: () => post("nativeImagePicker", null),
   copy: (text: string) => post("nativeCopy", { data: text }),
   paste: () => post("nativePaste", null),
@@ -53,4 +78,9 @@ export function listenToShell(answers: ShellAnswers, report: (error: unknown) =>
   window.handleNativeFileContent = guarded(answers.projectText);
   window.handleNativeImageContent = guarded(answers.image);
   window.handleNativePasteContent = guarded(answers.pastedText);
+  window.handleNativeResult = guarded((json) => {
+    const { reply, ...answer } = JSON.parse(json) as Answer & { reply: string };
+    waiting.get(reply)?.(answer);
+    waiting.delete(reply);
+  });
 }

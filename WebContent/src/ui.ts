@@ -38,12 +38,6 @@ export function openDialog(dialog: HTMLDialogElement): Promise<string> {
   return new Promise((resolve) => dialog.addEventListener("close", () => resolve(dialog.returnValue), { once: true }));
 }
 
-export async function confirm(question: string, action: string): Promise<boolean> {
-  $("ask-text").textContent = question;
-  $("ask-action").textContent = action;
-  return (await openDialog($<HTMLDialogElement>("ask"))) === "yes";
-}
-
 export class Cancelled extends Error {}
 
 const PROGRESS_AFTER = 500;
@@ -63,23 +57,24 @@ export async function withProgress<T>(
   const dialog = $<HTMLDialogElement>("progress");
   const bar = $<HTMLProgressElement>("progress-bar");
   const start = performance.now();
-  let cancelled = false;
+  let cancel: () => void;
+  const cancelled = new Promise<never>((_, reject) => (cancel = () => reject(new Cancelled("Cancelled"))));
   $("progress-text").textContent = label;
   bar.removeAttribute("value");
   const show = () => {
-    if (!dialog.open) void openDialog(dialog).then((how) => (cancelled = how !== "done"));
+    if (!dialog.open) void openDialog(dialog).then((how) => how !== "done" && cancel());
   };
   const timer = setTimeout(show, PROGRESS_AFTER);
   try {
-    return await work(async (done, total) => {
+    const result = work(async (done, total) => {
       if (long || performance.now() - start > PROGRESS_AFTER) show();
       if (total > 1) {
         bar.value = done / total;
         $("progress-text").textContent = t("{label}: page {page} of {total}", { label, page: done + 1, total });
       }
-      await painted();
-      if (cancelled) throw new Cancelled();
+      await Promise.race([painted(), cancelled]); // what is cancelled takes no further step
     });
+    return await Promise.race([result, cancelled]);
   } finally {
     clearTimeout(timer);
     if (dialog.open) dialog.close("done");
