@@ -95,10 +95,10 @@ async function exportProject(): Promise<void> {
     exportPages(editor.state.name, chosen, options, step),
   );
   const ended = await (files.length === 1 ? shell.download(files[0]!) : shell.downloadAll(files));
-  if (ended.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: ended.name ?? "", reason: ended.reason ?? "" }));
+  if (ended.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: ended.name, reason: ended.reason ?? "" }));
   if (ended.result === "saved") tell(files.length === 1
-    ? t("Saved as “{name}”", { name: ended.name ?? "" })
-    : t("Saved {count} files in “{name}”", { count: files.length, name: ended.name ?? "" }));
+    ? t("Saved as “{name}”", { name: ended.name })
+    : t("Saved {count} files in “{name}”", { count: files.length, name: ended.name }));
 }
 
 /** Offers the work of earlier runs, one after the other. */

@@ -2,6 +2,7 @@
 // saved only once the shell says that it is.
 import type { Editor } from "./editor";
 import { readAsDataURL } from "./images";
+import { t } from "./language";
 import { fileName, UNTITLED } from "./names";
 import { type Project, readProject, writeProject } from "./project";
 import { type Answer, shell } from "./shell";
@@ -34,19 +35,19 @@ export class ProjectFile {
     const file = elsewhere ? undefined : this.#file;
     const data = await readAsDataURL(new Blob([writeProject(editor.project)], { type: "application/json" }));
     const answer = await shell.download({ filename: file?.name ?? fileName(state.name, "json"), data }, file?.handle);
-    if (answer.result === "failed") throw new Error(`“${answer.name}” was not saved: ${answer.reason}`);
+    if (answer.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: answer.name, reason: answer.reason ?? "" }));
     if (answer.result !== "saved") return false;
     history.markSaved(state);
     if (history === editor.history) this.#file = fileOf(answer);
     this.changed();
-    tell(`Saved as “${answer.name}”`);
+    tell(t("Saved as “{name}”", { name: answer.name }));
     return true;
   }
 
   /** Has the user pick a project; its text comes by itself. */
   async pick(): Promise<void> {
     const answer = await shell.pickProject();
-    if (answer.result === "failed") throw new Error(`“${answer.name}” was not opened: ${answer.reason}`);
+    if (answer.result === "failed") throw new Error(t("“{name}” was not opened: {reason}", { name: answer.name, reason: answer.reason ?? "" }));
     this.#picked = fileOf(answer);
   }
 
@@ -71,7 +72,9 @@ export class ProjectFile {
   async #mayReplace(): Promise<boolean> {
     this.editor.commit();
     if (this.editor.history.isSaved) return true;
-    $("ask-text").textContent = `Save the changes to “${this.editor.state.name || UNTITLED}” before another project takes its place?`;
+    $("ask-text").textContent = t("Save the changes to “{name}” before another project takes its place?", {
+      name: this.editor.state.name || UNTITLED,
+    });
     const answer = await openDialog($<HTMLDialogElement>("ask"));
     if (answer !== "save") return answer === "discard";
     return (await this.save()) && this.#mayReplace(); // it may have been changed while the panel was open

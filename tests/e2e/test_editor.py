@@ -113,7 +113,7 @@ class Editor:
         return path
 
     def save(self, path):
-        self.key("ctrl+s")
+        self.key("ctrl+shift+s")
         return json.loads(self.download(path).read_text(encoding="utf-8"))
 
     def objects(self, path):
@@ -211,6 +211,27 @@ def test_what_is_drawn_is_saved_and_opened_again(editor, tmp_path):
     assert editor.save(tmp_path / "second.json") == saved
 
 
+def test_unsaved_work_gives_way_only_when_told_to(editor, tmp_path):
+    def asked_about(key):
+        editor.key(key)
+        wait_for(lambda: Picture(editor.desktop).pixel(*editor.at(250, 200)) != BLUE, "the question, and the page dimmed")
+
+    editor.draw("r", (100, 100), (400, 300))
+    editor.key("ctrl+s")
+    editor.desktop.cancel_panel("Save")
+    editor.desktop.wait_active(editor.window)
+    asked_about("ctrl+n")
+    editor.key("Escape")
+    editor.wait_colour(BLUE, 250, 200)
+    first, = editor.objects(tmp_path / "kept.json")
+    editor.draw("o", (500, 100), (800, 300))
+    asked_about("ctrl+n")
+    editor.key("Return")  # saves, to the project's own file and without a panel
+    editor.wait_colour(WHITE, 250, 200)
+    objects = json.loads((tmp_path / "kept.json").read_text(encoding="utf-8"))["pages"][0]["objects"]
+    assert [o["type"] for o in objects] == ["Rect", "Ellipse"] and objects[0] == first
+
+
 def test_keys_change_the_selected_objects(editor, tmp_path):
     editor.draw("r", (200, 200), (400, 400))
     editor.key("Right", "shift+Right", "shift+Down", "Up")
@@ -221,7 +242,7 @@ def test_keys_change_the_selected_objects(editor, tmp_path):
     first, second = editor.objects(tmp_path / "ungrouped.json")
     assert (round(first["left"] - 300), round(first["top"] - 300)) in [(x, y) for x in range(9, 14) for y in range(7, 12)]
     assert round(second["left"] - first["left"]) == 24
-    editor.key("Tab", "Delete")  # the object at the back
+    editor.key("Tab", "ctrl+Up", "ctrl+z", "Delete")  # the object at the back, whatever its place in between
     assert editor.objects(tmp_path / "deleted.json") == [second]
     editor.key("ctrl+z", "ctrl+z", "ctrl+z")
     assert [o["type"] for o in editor.objects(tmp_path / "undone.json")] == ["Rect", "Rect"]
