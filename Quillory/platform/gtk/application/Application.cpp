@@ -124,6 +124,19 @@ void Application::useIcon() const
     gtk_window_set_default_icon_name(m_identifier.c_str());
 }
 
+// A window manager that looks at a window's icon when it maps the window does not see what comes from the theme later.
+void Application::setIconOf(GdkToplevel* toplevel) const
+{
+    GList* icons = nullptr;
+    for (const char* size : {"48x48", "128x128"}) {
+        const auto file = m_icons / "hicolor" / size / "apps" / (m_identifier + ".png");
+        if (auto* icon = gdk_texture_new_from_filename(file.c_str(), nullptr))
+            icons = g_list_append(icons, icon);
+    }
+    gdk_toplevel_set_icon_list(toplevel, icons);
+    g_list_free_full(icons, g_object_unref);
+}
+
 // The page can then be loaded before its window is shown, which keeps this thread busy while the page's process
 // starts. Nothing else is to be done yet, and a user hardly notices the wait.
 void Application::prepareForPage() const

@@ -32,6 +32,9 @@ public:
     void noteUserTime(std::uint32_t time) { m_userTime = time; }
     std::uint32_t takeUserTime();
 
+    // From the program's own files, without the icon theme, which may still be loading.
+    void setIconOf(GdkToplevel* toplevel) const;
+
     GtkApplication* gtkApplication() { return m_application.get(); }
     const Scene& scene() const { return *m_scene; }
     // The window that panels belong to; null if there is none.

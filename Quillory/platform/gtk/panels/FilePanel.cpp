@@ -77,17 +77,22 @@ void FilePanel::show(const Settings& settings, PanelCompletion completion)
 void FilePanel::watchPortal()
 {
     using Work = BoxedFunction<void()>;
+    using Changed = BoxedFunction<void(bool isThere)>;
     const auto end = [weak = weak_from_this()] {
         if (const auto self = weak.lock())
             self->ended(GTK_RESPONSE_DELETE_EVENT);
     };
-    const auto endLater = [end] {
-        g_timeout_add_full(G_PRIORITY_DEFAULT, portalGoneDelayMilliseconds, Work::callOnce, Work::make(end),
-                           Work::free);
+    const auto changed = [weak = weak_from_this(), end](bool isThere) {
+        if (const auto self = weak.lock())
+            self->m_portalIsThere = isThere;
+        if (!isThere)
+            g_timeout_add_full(G_PRIORITY_DEFAULT, portalGoneDelayMilliseconds, Work::callOnce, Work::make(end),
+                               Work::free);
     };
-    const auto vanished = [](GDBusConnection*, const char*, gpointer box) { Work::of(box)(); };
-    m_portalWatch = g_bus_watch_name(G_BUS_TYPE_SESSION, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START, nullptr,
-                                     vanished, Work::make(endLater), Work::free);
+    const auto appeared = [](GDBusConnection*, const char*, const char*, gpointer box) { Changed::of(box)(true); };
+    const auto vanished = [](GDBusConnection*, const char*, gpointer box) { Changed::of(box)(false); };
+    m_portalWatch = g_bus_watch_name(G_BUS_TYPE_SESSION, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START, appeared,
+                                     vanished, Changed::make(changed), Changed::free);
 }
 
 void FilePanel::ended(int response)
@@ -98,7 +103,8 @@ void FilePanel::ended(int response)
     // The application may be the last to refer to it.
     const auto self = shared_from_this();
     m_application.release(self);
-    if (m_portalWatch != 0 && response == GTK_RESPONSE_DELETE_EVENT)
+    // A panel that the user closes is answered in the same way.
+    if (m_portalWatch != 0 && !m_portalIsThere && response == GTK_RESPONSE_DELETE_EVENT)
         std::fputs("quillory: the desktop's file panel has gone, nothing was chosen\n", stderr);
 
     std::optional<std::filesystem::path> url;

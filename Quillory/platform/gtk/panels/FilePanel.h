@@ -49,6 +49,7 @@ private:
     // The toolkit may hold the chooser for longer, while a portal's answer is under way.
     SignalConnection m_response;
     guint m_portalWatch = 0; // none if the toolkit's own panel is shown
+    bool m_portalIsThere = false;
 };
 
 }

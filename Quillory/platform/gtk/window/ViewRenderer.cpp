@@ -119,16 +119,31 @@ Widget renderText(const TextView& text)
     return label;
 }
 
+// The toolkit would show a picture of its own for a file that it cannot decode.
+bool canBeDecoded(const char* file)
+{
+    return GObjectPtr<GdkPixbuf>(gdk_pixbuf_new_from_file_at_size(file, 16, 16, nullptr)) != nullptr;
+}
+
+bool hasUsableIcon(GtkIconTheme* theme, const ImageView& image)
+{
+    if (gtk_icon_theme_has_icon(theme, image.iconName.c_str()) == 0)
+        return false;
+    const GObjectPtr<GtkIconPaintable> icon(gtk_icon_theme_lookup_icon(
+        theme, image.iconName.c_str(), nullptr, pixels(image.size.width), 1, GTK_TEXT_DIR_NONE, GtkIconLookupFlags {}));
+    const GObjectPtr<GFile> file(gtk_icon_paintable_get_file(icon.get()));
+    const char* path = file ? g_file_peek_path(file.get()) : nullptr;
+    return path == nullptr || canBeDecoded(path);
+}
+
 // Null when the icon is nowhere to be had.
 Widget renderImage(const ImageView& image)
 {
-    auto* theme = gtk_icon_theme_get_for_display(gdk_display_get_default());
     auto widget = sink(gtk_image_new());
     auto* picture = GTK_IMAGE(widget.get());
-    std::error_code error;
-    if (gtk_icon_theme_has_icon(theme, image.iconName.c_str()) != 0)
+    if (hasUsableIcon(gtk_icon_theme_get_for_display(gdk_display_get_default()), image))
         gtk_image_set_from_icon_name(picture, image.iconName.c_str());
-    else if (std::filesystem::is_regular_file(image.file, error))
+    else if (canBeDecoded(image.file.c_str()))
         gtk_image_set_from_file(picture, image.file.c_str());
     else
         return nullptr;

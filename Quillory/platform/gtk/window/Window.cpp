@@ -55,6 +55,8 @@ Window::Window(Application& application, Size contentSize, unsigned styleMask)
         performClose();
         return TRUE;
     }));
+    m_connections.push_back(
+        connectScoped<void()>(window, "realize", [this] { m_application.setIconOf(GDK_TOPLEVEL(surface())); }));
     m_connections.push_back(connectScoped<void()>(window, "map", [this] { placeWhenMapped(); }));
 }
 
