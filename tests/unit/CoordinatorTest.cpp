@@ -185,6 +185,7 @@ TEST_F(CoordinatorTest, TellsAPageThatAsksHowItEnded)
     const auto project = folder.write("p.json", "{}");
     const auto missing = folder.path() / "missing" / "p.json";
     const auto name = folder.path().filename().string();
+    std::filesystem::create_directory(folder.path() / "sub");
     const std::string noFile = reason("No such file or directory");
     const struct {
         const char* message;
@@ -201,8 +202,8 @@ TEST_F(CoordinatorTest, TellsAPageThatAsksHowItEnded)
         {"nativeDownload", {{"filename", "a"}}, {}, answer("failed", "", reason("Invalid download message"))},
         {"nativeBatchDownload", batch({file("b", ",QUJD")}), folder.path(), answer("saved", name)},
         {"nativeBatchDownload", batch({file("b", ",QUJD")}), {}, answer("cancelled", "")},
-        {"nativeBatchDownload", batch({file("b", ",QUJD"), file("missing/b", ",")}), folder.path(),
-         answer("failed", name, reason("missing/b: No such file or directory"))},
+        {"nativeBatchDownload", batch({file("b", ",QUJD"), file("sub", ",")}), folder.path(),
+         answer("failed", name, reason("sub: Is a directory"))},
         {"nativeBatchDownload", {}, {}, answer("failed", "", reason("Invalid batch download message"))},
         {"nativeFilePicker", {}, {}, answer("cancelled", "")},
         {"nativeFilePicker", {}, missing, answer("failed", "p.json", noFile)},
