@@ -4,7 +4,7 @@
 Prints "active" and "inactive" as the focus comes and goes, "press NAME" for each key press, "accepted" when its files
 are dragged over somebody who takes them and "ended: ACTION" afterwards. Each line of standard input is a command, a JSON list:
   token             prints "token TEXT": an activation token, as this program would hand it to one that it starts
-  files PATH…       what can be dragged from the window
+  files PATH…       what can be dragged from the window from now on; prints "files"
   copy TYPE BASE64… puts contents on the clipboard and prints "copied"
 """
 import base64
@@ -45,8 +45,8 @@ def files(window, *paths):
     source.connect("drag-begin", lambda _, drag: drag.connect(
         "notify::selected-action", lambda *_: say("accepted") if drag.get_selected_action() else None))
     source.connect("drag-end", lambda _, drag, *__: say("ended:", *drag.get_selected_action().value_nicks))
-    window.set_child(Gtk.Label(label="files"))
-    window.get_child().add_controller(source)
+    window.add_controller(source)
+    say("files")
 
 
 def copy(window, *contents):

@@ -168,6 +168,7 @@ def test_dropped_files_reach_the_page(app, desktop, tmp_path):
         (tmp_path / name).write_bytes(content)
     with running(KeyWindow(desktop)) as source:
         source.tell("files", *(str(tmp_path / name) for name in names))
+        source.log.wait("files")
         desktop.run("xdotool", "windowmove", "--sync", source.window, "2", "2")
         desktop.run("xdotool", "mousemove", "60", "60", "mousedown", "1")
         # The pointer moves on, as a hand would, until the page takes the files.
