@@ -16,7 +16,6 @@ inline constexpr std::uint64_t shift = 0x20000;
 inline constexpr std::uint64_t control = 0x40000;
 inline constexpr std::uint64_t option = 0x80000;
 inline constexpr std::uint64_t command = 0x100000;
-inline constexpr std::uint64_t numericPad = 0x200000;
 }
 
 // The key in the E position of the keyboard, whatever its layout puts there.
