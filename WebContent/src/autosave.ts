@@ -20,7 +20,7 @@ const result = <T>(request: IDBRequest<T>): Promise<T> =>
     request.onsuccess = () => resolve(request.result);
     request.onerror = () => reject(request.error);
   });
-const assetRange = (id: number): IDBKeyRange => IDBKeyRange.bound([id, ""], [id, "\uffff"]);
+const assetRange = (id: number): IDBKeyRange => IDBKeyRange.bound([id], [id, []]); // a list sorts behind every text
 
 export class Autosave {
   #id = Date.now();

@@ -1,7 +1,7 @@
 // The images of the project: each file is kept once, decoded once, and named by the objects that show it.
 import { classRegistry, FabricImage } from "fabric";
 import { t } from "./language";
-import type { Assets } from "./project";
+import { type Assets, imageType } from "./project";
 
 interface StoredImage {
   data: string;
@@ -9,7 +9,7 @@ interface StoredImage {
 }
 
 async function decode(data: string): Promise<HTMLImageElement> {
-  const type = /^data:(image\/[\w.+-]+);base64,/.exec(data.slice(0, 100))?.[1];
+  const type = imageType(data);
   const element = new Image();
   try {
     if (!type) throw new Error("not an image");

@@ -1,26 +1,10 @@
 // Canvas objects: how new ones are made, how they are written down and read back, what they are called.
-import {
-  Canvas, config, Ellipse, type FabricObject, FabricObject as Base, Group, Line, Rect, Textbox, util,
-} from "fabric";
+import { Ellipse, type FabricObject, Group, Line, Rect, Textbox, util } from "fabric";
 import { AssetImage, images } from "./images";
 import { t } from "./language";
 import { cleanObject, type ObjectData } from "./project";
+import "./sheets";
 import { CanvasText, keepTopLeft } from "./text";
-
-// Where parts of a partly transparent object overlap, it is drawn as a whole first, so that none shines through
-// another; any other object is drawn directly, which is fast and sharp at every scale.
-Base.prototype.shouldCache = function (this: FabricObject) {
-  this.ownCaching = this.opacity < 1 && (this instanceof Group || (this.hasFill() && this.hasStroke()));
-  return this.ownCaching;
-};
-// Pictures of pages are read back, those on the screen are not; mixing memory of both kinds is slow.
-Base.prototype._createCacheCanvas = function (this: FabricObject) {
-  this._cacheCanvas = util.createCanvasElement();
-  this._cacheContext = this._cacheCanvas.getContext("2d", { willReadFrequently: !(this.canvas instanceof Canvas) });
-  this._updateCacheCanvas();
-  this.dirty = true;
-};
-config.configure({ perfLimitSizeTotal: 2 ** 27, maxCacheSideLimit: 2 ** 14 });
 
 export const SHAPES = ["Rect", "Ellipse", "Line", "Textbox"] as const;
 export type Shape = (typeof SHAPES)[number];

@@ -144,17 +144,16 @@ export function usedAssets(objects: readonly ObjectData[], into = new Set<string
   return into;
 }
 
+/** The type of an image file in a data URL, unless it is a drawing, which can hold more than a picture. */
+export const imageType = (data: string): string | undefined => /^data:(image\/(?!svg)[\w.+-]+);base64,/i.exec(data.slice(0, 100))?.[1];
+
 function cleanAssets(value: unknown, used: Set<string>): Assets {
   const given = value === undefined ? {} : isRaw(value) ? value : refuse("assets", t("an object"));
-  const assets: Assets = {};
-  for (const name of used) {
+  const clean = (name: string): [string, string] => {
     const data = Object.hasOwn(given, name) ? given[name] : undefined;
-    if (typeof data !== "string" || !/^data:image\/(?!svg)[\w.+-]+;base64,/.test(data.slice(0, 100))) {
-      return refuse(`assets.${name}`, t("an image"));
-    }
-    assets[name] = data;
-  }
-  return assets;
+    return typeof data === "string" && imageType(data) ? [name, data] : refuse(`assets.${name}`, t("an image"));
+  };
+  return Object.fromEntries([...used].map(clean)); // an assignment would lose the name "__proto__"
 }
 
 function parse(source: string, what: string): Raw {

@@ -32,6 +32,13 @@ test("only images in use are written and read", () => {
   assert.deepEqual([...usedAssets([group, image])], ["image-2", "image-1"]);
 });
 
+test("an image may have any name", () => {
+  for (const name of ["__proto__", "constructor", "\uffff\uffff"]) {
+    const source = file({ pages: [{ ...page, objects: [{ ...image, asset: name }] }] }).replace('"image-1":', `${JSON.stringify(name)}:`);
+    assert.deepEqual(Object.entries(JSON.parse(writeProject(readProject(source))).assets), [[name, PNG]]);
+  }
+});
+
 test("keys that the format does not know stay outside", () => {
   const hostile = { ...rect, src: "file:///etc/passwd", clipPath: { type: "Rect" }, __proto__: null, constructor: 1, filters: [] };
   assert.deepEqual(cleanObject(hostile), rect);
@@ -68,7 +75,7 @@ test("what is no readable project is refused with the reason", () => {
     [file({ pages: [{ ...page, objects: null }] }), /objects is not a list/],
     [file({ assets: {} }), /assets\.image-1 is not an image/],
     [file({ assets: { ...project.assets, "image-1": "https://example.org/a.png" } }), /assets\.image-1/],
-    [file({ assets: { ...project.assets, "image-1": "data:image/svg+xml;base64,PHN2Zz4=" } }), /assets\.image-1/],
+    [file({ assets: { ...project.assets, "image-1": "data:image/SVG+xml;base64,PHN2Zz4=" } }), /assets\.image-1/],
     [file({ assets: [] }), /assets is not/],
     [withObject(null), /objects\[0\] is not an object/],
     [withObject({ type: "Script" }), /objects\[0\]\.type is not one of Rect/],
