@@ -32,7 +32,7 @@ void HotkeyManager::showPermissionAlertIfNeeded()
 
 void HotkeyManager::showPermissionAlert()
 {
-    const auto alert = m_platform.makeAlert();
+    const auto alert = m_platform.accessibility().makePermissionAlert();
     alert->setMessageText(localized("Accessibility Permission Required"));
     alert->setInformativeText(
         localized("Quillory needs Accessibility permission to enable the global hotkey (Cmd+Shift+E).\n\n"
@@ -50,10 +50,14 @@ void HotkeyManager::startPermissionPolling()
 {
     if (permissionCheckTimer)
         permissionCheckTimer->invalidate();
-    permissionCheckTimer = m_platform.scheduleTimer(pollingInterval, true, [weak = weak_from_this()] {
-        if (const auto manager = weak.lock())
+    const auto check = [weak = weak_from_this()] {
+        const auto manager = weak.lock();
+        if (manager && manager->permissionCheckTimer)
             manager->checkPermission();
-    });
+    };
+    permissionCheckTimer = m_platform.scheduleTimer(pollingInterval, true, check);
+    // Where the desktop tells of it, nobody has to wait for the next look.
+    m_platform.accessibility().whenTrusted(check);
 }
 
 void HotkeyManager::checkPermission()

@@ -69,6 +69,14 @@ def CreateSession(self, options, sender):
     return request
 
 
+@dbus.service.method(SHORTCUTS, in_signature="oa{sv}", out_signature="o", sender_keyword="sender")
+def ListShortcuts(self, _session, options, sender):
+    request = path("request", sender, options["handle_token"])
+    known = [("bring-to-front", {})] if self.parameters["answer"] == "known" else []
+    respond(self, sender, request, 0, {"shortcuts": dbus.Array(known, signature="(sa{sv})")})
+    return request
+
+
 @dbus.service.method(SHORTCUTS, in_signature="oa(sa{sv})sa{sv}", out_signature="o", sender_keyword="sender")
 def BindShortcuts(self, session, shortcuts, _window, options, sender):
     request = asked("BindShortcuts", sender, options, session, shortcuts)

@@ -131,7 +131,8 @@ class Portal(Program):
                    dbus.Array(shortcuts, signature="(sa{sv})"))
 
     def _session(self):
-        return self.wait_call("BindShortcuts")[0]
+        sender = json.loads(self.log.wait(re.compile(r'^\["CreateSession"'))[0])[1]
+        return f"/org/freedesktop/portal/desktop/session/{sender[1:].replace('.', '_')}/quillory"
 
     def _emit(self, interface, name, signature, *arguments, **details):
         self._mock.EmitSignalDetailed(interface, name, signature, dbus.Array(arguments, signature="v"),

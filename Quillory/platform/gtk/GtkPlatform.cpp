@@ -10,6 +10,7 @@
 #include "platform/gtk/panels/OpenPanel.h"
 #include "platform/gtk/panels/SavePanel.h"
 #include "platform/gtk/web/WebView.h"
+#include "platform/gtk/window/ExportedWindow.h"
 #include "platform/gtk/window/Window.h"
 #include "platform/gtk/window/X11Placement.h"
 
@@ -140,6 +141,13 @@ HotkeyBackend& GtkPlatform::hotkeyBackend()
             .willDeliverX11Event = [this](std::uint32_t time) { m_application.noteUserTime(time); },
             .hasFocus = [this] { return m_application.hasFocus(); },
             .willDeliverWaylandEvent = setActivationToken,
+            .withMainWindow =
+                [this](std::function<void(std::string)> received) {
+                    m_application.whenMainWindowIsShown([received = std::move(received)](GtkWindow* window) {
+                        exportWindow(window, received);
+                    });
+                },
+            .changed = [this] { m_accessibility.changed(); },
         });
     }
     return *m_hotkeyBackend;

@@ -53,7 +53,7 @@ private:
     Application m_application;
     Pasteboard m_pasteboard;
     std::unique_ptr<HotkeyBackend> m_hotkeyBackend;
-    Accessibility m_accessibility {[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
+    Accessibility m_accessibility {m_application, [this]() -> HotkeyBackend& { return hotkeyBackend(); }};
     Workspace m_workspace {[this]() -> HotkeyBackend& { return hotkeyBackend(); }};
 };
 

@@ -25,6 +25,11 @@ struct HotkeyBackendOptions {
     // Whether a window of the application has the focus already, which others lose because of a press.
     std::function<bool()> hasFocus;
     std::function<void(std::string activationToken)> willDeliverWaylandEvent;
+    // Hands the portal's name for the main window to `received` once that window is on the screen, or an empty text
+    // if it has none.
+    std::function<void(std::function<void(std::string parentWindow)> received)> withMainWindow;
+    // Called on the main loop when the desktop has asked the user, or answered.
+    std::function<void()> changed;
 };
 
 // One window system's way to a key chord of the whole session. The only chord it ever delivers is
@@ -36,6 +41,10 @@ public:
     // Whether a tap may be made. With `prompt`, the desktop is told to ask the user, once in the life
     // of the backend; takes 250 ms at most then, and no time otherwise.
     virtual bool isTrusted(bool prompt) = 0;
+    // Whether the desktop's own question to the user is open, or going to be.
+    virtual bool isAsking() const { return false; }
+    // False where the desktop is known to have no place to give the permission.
+    virtual bool canBeTrusted() const { return true; }
 
     // See Platform. The callback must not release the tap.
     virtual std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) = 0;

@@ -16,8 +16,9 @@ constexpr std::chrono::milliseconds patience {250};
 
 PortalHotkeyBackend::PortalHotkeyBackend(HotkeyBackendOptions options)
     : m_options(std::move(options))
-    , m_session(std::make_shared<PortalSession>(m_options.applicationID))
+    , m_session(std::make_shared<PortalSession>(m_options.applicationID, m_options.withMainWindow))
 {
+    m_session->changed = m_options.changed;
 }
 
 bool PortalHotkeyBackend::isTrusted(bool prompt)
@@ -43,7 +44,7 @@ std::shared_ptr<RunLoopSource> PortalHotkeyBackend::makeRunLoopSource(const std:
 void PortalHotkeyBackend::openShortcutSettings()
 {
     if (!m_session->configure())
-        openSettingsProgram();
+        openSettingsProgram(m_session->isOffered() ? m_options.applicationID : "");
 }
 
 }

@@ -13,6 +13,8 @@ public:
     explicit PortalHotkeyBackend(HotkeyBackendOptions options);
 
     bool isTrusted(bool prompt) override;
+    bool isAsking() const override { return m_session->isAsking(); }
+    bool canBeTrusted() const override { return m_session->isOffered(); }
     // Null until the shortcut is bound. Making a second tap takes the presses from the first.
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) override;
     std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>& tap) override;

@@ -7,18 +7,23 @@
 #include <string>
 #include <vector>
 
-#include <gio/gio.h>
-
-#include "platform/glib/GObjectPtr.h"
+#include "platform/hotkey/PortalBus.h"
 
 namespace quillory {
 
 // The hotkey as the desktop portal's global shortcut: one session with one shortcut, asked for once,
 // and again only from a portal that left the bus and came back, unless the user has refused. Signals
 // arrive on GLib's default main context. Main thread only.
+//
+// A grant that the desktop knows of already is taken up at once. A question to the user belongs to a window of the
+// program and waits for that. What the desktop says is bound decides, not the code it answers with.
 class PortalSession final : public std::enable_shared_from_this<PortalSession> {
 public:
-    explicit PortalSession(std::string applicationID);
+    // `received` gets the portal's name for a window of the program that is on the screen, or an empty text if
+    // that has none; at once or later, and not at all if there never is a window.
+    using WithWindow = std::function<void(std::function<void(std::string parentWindow)> received)>;
+
+    PortalSession(std::string applicationID, WithWindow withWindow);
     ~PortalSession();
     PortalSession(const PortalSession&) = delete;
     PortalSession& operator=(const PortalSession&) = delete;
@@ -27,8 +32,15 @@ public:
     // text. May be empty.
     std::function<void(std::string activationToken)> activated;
 
+    // Called on the main context when one of the three below may have changed. May be empty.
+    std::function<void()> changed;
+
     // Whether the desktop has given the shortcut to this session.
     bool isBound() const { return m_bound; }
+    // Whether the desktop has not answered yet.
+    bool isAsking() const { return m_pending || m_awaitsWindow; }
+    // False once it is known that the desktop has no portal for shortcuts.
+    bool isOffered() const { return m_offered; }
 
     // Asks for the shortcut, which may open a dialog of the desktop; a second call does nothing. Waits
     // for the answer no longer than `patience`; what comes later is taken in on the main context.
@@ -42,42 +54,47 @@ public:
     bool configure();
 
 private:
-    enum class Step { createSession, bindShortcuts };
+    enum class Step { createSession, listShortcuts, bindShortcuts };
     struct Request {
         Step step;
         std::string path;
     };
-    class Subscription;
     using SignalHandler = void (PortalSession::*)(GVariant* parameters);
 
-    bool connect();
-    unsigned versionWithin(std::chrono::milliseconds patience);
+    // Zero without a portal for shortcuts, none if it did not answer in time.
+    std::optional<unsigned> versionWithin(std::chrono::milliseconds patience);
+    void subscribe();
+    PortalBus::Subscription subscribeToAnswers();
     void waitForAnswer(std::chrono::steady_clock::time_point deadline);
 
     void registerApplication();
     void createSession();
-    void bindShortcuts();
-    void send(const char* interface, const char* method, GVariant* parameters);
-    void call(Step step, GVariant* parameters, const std::string& requestToken);
-    std::string nextRequestToken();
+    void listShortcuts();
+    void bindShortcuts(const std::string& parentWindow);
+    void bindShortcutsOfWindow();
+    void call(Step step, const char* method, const std::function<GVariant*(GVariantDict& options)>& parameters);
     void forgetSession();
+    void tellChanged();
 
     void requestAnswered(const std::string& path, GVariant* parameters);
+    void requestFailed(const std::string& path, const GError& error);
+    void sessionCreated(unsigned response, GVariant* results);
+    void shortcutsListed(GVariant* results);
+    void shortcutsBound(unsigned response, GVariant* results);
     void shortcutActivated(GVariant* parameters);
     void shortcutsChanged(GVariant* parameters);
     void portalOwnerChanged(GVariant* parameters);
 
-    Subscription subscribeToAnswers();
-    Subscription subscribe(const char* sender, const char* interface, const char* signal, const char* argument,
-                           SignalHandler handler);
-
     std::string m_applicationID;
+    WithWindow m_withWindow;
     GObjectPtr<GDBusConnection> m_connection;
-    std::vector<Subscription> m_subscriptions;
+    std::vector<PortalBus::Subscription> m_subscriptions;
     std::optional<Request> m_pending;
     std::string m_session;
     unsigned m_requests = 0;
     bool m_asked = false;
+    bool m_awaitsWindow = false;
+    bool m_offered = true;
     bool m_refused = false;
     bool m_bound = false;
 };

@@ -17,14 +17,15 @@ struct SettingsProgram {
 };
 
 // In the order they are tried: a desktop's program changed its name over time.
-const std::vector<SettingsProgram>& knownPrograms()
+std::vector<SettingsProgram> knownPrograms(const std::string& applicationID)
 {
-    static const std::vector<SettingsProgram> programs {
-        {"GNOME", {"gnome-control-center", "keyboard"}},
-        {"KDE", {"systemsettings", "kcm_keys"}},
-        {"KDE", {"systemsettings5", "kcm_keys"}},
-    };
-    return programs;
+    if (applicationID.empty())
+        return {{"GNOME", {"gnome-control-center", "keyboard"}},
+                {"KDE", {"systemsettings", "kcm_keys"}},
+                {"KDE", {"systemsettings5", "kcm_keys"}}};
+    return {{"GNOME", {"gnome-control-center", "applications", applicationID}},
+            {"KDE", {"systemsettings", "kcm_keys", "--args", applicationID}},
+            {"KDE", {"systemsettings5", "kcm_keys", "--args", applicationID}}};
 }
 
 std::vector<std::string> currentDesktops()
@@ -51,10 +52,10 @@ bool start(const std::vector<std::string>& command)
 
 }
 
-void openSettingsProgram()
+void openSettingsProgram(const std::string& applicationID)
 {
     const auto desktops = currentDesktops();
-    for (const auto& program : knownPrograms()) {
+    for (const auto& program : knownPrograms(applicationID)) {
         const bool here = std::find(desktops.begin(), desktops.end(), program.desktop) != desktops.end();
         if (here && start(program.command))
             return;

@@ -32,7 +32,7 @@ std::shared_ptr<RunLoopSource> X11HotkeyBackend::makeRunLoopSource(const std::sh
 
 void X11HotkeyBackend::openShortcutSettings()
 {
-    openSettingsProgram();
+    openSettingsProgram("");
 }
 
 }

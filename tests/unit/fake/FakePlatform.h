@@ -387,6 +387,8 @@ struct FakePlatform final : Platform, Log, MainQueue, Bundle, Workspace, Accessi
         steps.emplace_back(prompt ? "check trust with prompt" : "check trust");
         return trusted;
     }
+    void whenTrusted(std::function<void()> function) override { granted = std::move(function); }
+    std::shared_ptr<Alert> makePermissionAlert() override { return makeAlert(); }
 
     // Does all work that is waiting on the main queue, and what that adds to it.
     void runMainQueue()
@@ -413,6 +415,7 @@ struct FakePlatform final : Platform, Log, MainQueue, Bundle, Workspace, Accessi
     std::optional<Screen> screen;
     std::size_t otherInstances = 0;
     bool trusted = false;
+    std::function<void()> granted; // what is called when the user gives the permission
     bool tapsAllowed = true;
     bool sourcesAllowed = true;
 

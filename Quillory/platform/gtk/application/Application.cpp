@@ -194,6 +194,20 @@ GtkWindow* Application::mainWindow() const
     return nullptr;
 }
 
+void Application::whenMainWindowIsShown(std::function<void(GtkWindow*)> shown)
+{
+    m_mainWindowShown = std::move(shown);
+    auto* window = mainWindow();
+    if (window != nullptr && gtk_widget_get_mapped(GTK_WIDGET(window)) != 0)
+        noteMainWindowShown();
+}
+
+void Application::noteMainWindowShown()
+{
+    if (m_mainWindowShown)
+        std::exchange(m_mainWindowShown, nullptr)(mainWindow());
+}
+
 bool Application::hasFocus() const
 {
     auto* window = gtk_application_get_active_window(m_application.get());

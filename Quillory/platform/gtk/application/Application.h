@@ -4,9 +4,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "platform/Application.h"
 #include "platform/glib/GObjectPtr.h"
@@ -39,6 +41,9 @@ public:
     const Scene& scene() const { return *m_scene; }
     // The window that panels belong to; null if there is none.
     GtkWindow* mainWindow() const;
+    // Calls `shown` with the main window once that is on the screen, which may be now.
+    void whenMainWindowIsShown(std::function<void(GtkWindow*)> shown);
+    void noteMainWindowShown();
     // Whether one of the program's windows has the focus.
     bool hasFocus() const;
 
@@ -51,9 +56,11 @@ public:
     void setPreparationForEnd(Preparation prepare) { m_prepareForEnd = std::move(prepare); }
 
     // While a modal alert is open timers rest.
-    void beginModal() { ++m_modalAlerts; }
-    void endModal() { --m_modalAlerts; }
-    bool isModal() const { return m_modalAlerts > 0; }
+    void beginModal(GtkWindow* alert) { m_modalAlerts.push_back(alert); }
+    void endModal(GtkWindow* alert) { std::erase(m_modalAlerts, alert); }
+    bool isModal() const { return !m_modalAlerts.empty(); }
+    // The latest that is open, or null. It comes to the front with whatever window does.
+    GtkWindow* modalAlert() const { return m_modalAlerts.empty() ? nullptr : m_modalAlerts.back(); }
 
 private:
     int runEventLoop(ApplicationDelegate& delegate);
@@ -70,8 +77,9 @@ private:
     GObjectPtr<GtkApplication> m_application;
     std::set<std::shared_ptr<void>> m_dialogs;
     guint m_nameOwner = 0;
+    std::function<void(GtkWindow*)> m_mainWindowShown;
     std::uint32_t m_userTime = 0;
-    int m_modalAlerts = 0;
+    std::vector<GtkWindow*> m_modalAlerts; // they unregister before they go
     Preparation m_prepareForEnd;
     Timeout m_end;
     bool m_terminating = false;

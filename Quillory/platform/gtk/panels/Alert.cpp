@@ -53,12 +53,12 @@ void Alert::present(bool modal, std::function<void(int answer)> answered)
 
     m_application.keep(shared_from_this());
     if (modal)
-        m_application.beginModal();
+        m_application.beginModal(GTK_WINDOW(m_dialog.get()));
     connectSignal<void(int)>(m_dialog.get(), "response", [this, modal, answered = std::move(answered)](int response) {
         const auto self = shared_from_this();
         const auto handler = answered;
         if (modal)
-            m_application.endModal();
+            m_application.endModal(GTK_WINDOW(m_dialog.get()));
         m_application.release(self);
         gtk_widget_set_visible(GTK_WIDGET(m_dialog.get()), FALSE);
         handler(response >= alertFirstButtonReturn ? response : 0);

@@ -25,6 +25,9 @@ public:
     void runModal(std::function<void(int answer)> answered) override { present(true, std::move(answered)); }
     void show(std::function<void(int answer)> answered) override { present(false, std::move(answered)); }
 
+    // Closes it unanswered.
+    void dismiss() { gtk_dialog_response(m_dialog.get(), GTK_RESPONSE_DELETE_EVENT); }
+
 private:
     void present(bool modal, std::function<void(int answer)> answered);
 

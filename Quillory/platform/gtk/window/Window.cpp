@@ -57,7 +57,11 @@ Window::Window(Application& application, Size contentSize, unsigned styleMask)
     }));
     m_connections.push_back(
         connectScoped<void()>(window, "realize", [this] { m_application.setIconOf(GDK_TOPLEVEL(surface())); }));
-    m_connections.push_back(connectScoped<void()>(window, "map", [this] { placeWhenMapped(); }));
+    m_connections.push_back(connectScoped<void()>(window, "map", [this] {
+        placeWhenMapped();
+        if (m_hasMenuBar)
+            m_application.noteMainWindowShown();
+    }));
 }
 
 Window::~Window() = default;
@@ -136,18 +140,27 @@ void Window::setDelegate(WindowDelegate* delegate)
 void Window::makeKeyAndOrderFront()
 {
     const bool regardless = std::exchange(m_regardless, false);
-    auto* widget = GTK_WIDGET(m_window.get());
+    auto* alert = m_application.modalAlert();
     if (regardless && isOnX11()) {
         // A time that is newer than the focused window's last key press: the window manager lets it through.
         const auto userTime = m_application.takeUserTime();
-        gtk_window_present_with_time(m_window.get(), userTime != 0 ? userTime : x11ServerTime(surface()));
+        const auto time = userTime != 0 ? userTime : x11ServerTime(surface());
+        gtk_window_present_with_time(m_window.get(), time);
+        if (alert != nullptr)
+            gtk_window_present_with_time(alert, time);
         return;
     }
     // Without a token only a window that is new to the compositor gets the focus.
-    if (regardless && gtk_widget_is_visible(widget) != 0 && gtk_window_is_active(m_window.get()) == 0
-        && !hasActivationToken(gtk_widget_get_display(widget)))
-        gtk_widget_set_visible(widget, FALSE);
+    auto* front = alert != nullptr ? alert : m_window.get();
+    if (regardless && gtk_window_is_active(front) == 0
+        && !hasActivationToken(gtk_widget_get_display(GTK_WIDGET(front)))) {
+        if (alert != nullptr)
+            gtk_widget_set_visible(GTK_WIDGET(alert), FALSE);
+        setIsVisible(false);
+    }
     gtk_window_present(m_window.get());
+    if (alert != nullptr)
+        gtk_window_present(alert);
 }
 
 void Window::orderFrontRegardless()
