@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Log
+from application import LAUNCH, STATUS_REPORT, Application, Log
 from desktop import wait_for
 from plasma import ALERT, PlasmaSession
 from programs import KeyWindow, Portal, running
@@ -289,6 +289,9 @@ def test_no_grant(bare, start_portal, launch, answer):
     # The timers rest while the alert is open, and the first would have come after two seconds.
     wait_for(lambda: bare.is_active(ALERT) and time.monotonic() > launched + 3, "the alert to stay")
     assert WAITING not in app.log.lines
+    with running(KeyWindow(bare)):
+        assert Application(bare, app.process.args[0], app.page_folder).wait_exit() == 0
+        bare.wait_active(ALERT)
     bare.dismiss_alert()
     _, place = app.log.wait(WAITING)
     app.log.wait(WAITING, place + 1)

@@ -34,6 +34,14 @@ bool hasActivationToken(GdkDisplay* display)
     return token != nullptr && *token != '\0';
 }
 
+// In the first frame of the window that it belongs to: whichever is new last gets the focus.
+gboolean presentModalAlert(GtkWidget*, GdkFrameClock*, gpointer application)
+{
+    if (auto* alert = static_cast<Application*>(application)->modalAlert())
+        gtk_window_present(alert);
+    return G_SOURCE_REMOVE;
+}
+
 }
 
 Window::Window(Application& application, Size contentSize, unsigned styleMask)
@@ -152,14 +160,16 @@ void Window::makeKeyAndOrderFront()
     }
     // Without a token only a window that is new to the compositor gets the focus.
     auto* front = alert != nullptr ? alert : m_window.get();
-    if (regardless && gtk_window_is_active(front) == 0
-        && !hasActivationToken(gtk_widget_get_display(GTK_WIDGET(front)))) {
-        if (alert != nullptr)
-            gtk_widget_set_visible(GTK_WIDGET(alert), FALSE);
+    const bool anew = regardless && gtk_window_is_active(front) == 0
+        && !hasActivationToken(gtk_widget_get_display(GTK_WIDGET(front)));
+    if (anew && alert != nullptr)
+        gtk_widget_set_visible(GTK_WIDGET(alert), FALSE);
+    if (anew)
         setIsVisible(false);
-    }
     gtk_window_present(m_window.get());
-    if (alert != nullptr)
+    if (alert != nullptr && anew)
+        gtk_widget_add_tick_callback(GTK_WIDGET(m_window.get()), presentModalAlert, &m_application, nullptr);
+    else if (alert != nullptr)
         gtk_window_present(alert);
 }
 
