@@ -1,5 +1,6 @@
 // Text on the canvas: grows from its left upper corner, and takes styles for a part of it while it is edited.
-import { classRegistry, type FabricObject, Textbox, type TextStyleDeclaration } from "fabric";
+import { classRegistry, type FabricObject, type TextStyleDeclaration } from "fabric";
+import { LaidOutText } from "./layout";
 
 /** What a part of a text may have of its own. */
 export const CHARACTER_KEYS = ["fill", "stroke", "strokeWidth", "fontFamily", "fontSize", "fontWeight", "fontStyle", "underline"] as const;
@@ -12,7 +13,7 @@ export function keepTopLeft(object: FabricObject, change: () => void): void {
   object.setPositionByOrigin(corner, "left", "top");
 }
 
-export class CanvasText extends Textbox {
+export class CanvasText extends LaidOutText {
   static override type = "Textbox";
   /** False while the object is made: what it is made from says where its centre is. */
   private anchored = true;
