@@ -27,7 +27,6 @@ export class Autosave {
   #written = new Set<string>();
   #timer = 0;
   #firstChange = 0;
-  #queue: Promise<unknown> = Promise.resolve();
 
   private constructor(
     private readonly db: IDBDatabase,
@@ -65,16 +64,13 @@ export class Autosave {
 
   /** Takes place after everything that was asked for before, so that what replaces the session is written first. */
   discard(id: number): void {
-    this.#then(async () => {
-      const change = this.db.transaction(["sessions", "assets"], "readwrite");
-      change.objectStore("sessions").delete(id);
-      await result(change.objectStore("assets").delete(assetRange(id)));
-    });
+    const change = this.#change();
+    change.objectStore("sessions").delete(id);
+    result(change.objectStore("assets").delete(assetRange(id))).catch(this.report);
   }
 
-  #then(task: () => Promise<void>): void {
-    this.#queue = this.#queue.then(task).catch(this.report);
-  }
+  /** The database does changes in the order in which they are asked for, so none waits here, where the end could catch it. */
+  #change = (): IDBTransaction => this.db.transaction(["sessions", "assets"], "readwrite");
 
   /** Another project takes the place of this one, which is saved, or the user has no more use for it. */
   startSession(): void {
@@ -97,15 +93,22 @@ export class Autosave {
     if (!this.#timer) return;
     clearTimeout(this.#timer);
     this.#timer = 0;
-    const [id, written, work] = [this.#id, this.#written, this.work()];
-    this.#then(() => this.#write(id, written, work));
+    this.#write(this.#id, this.#written).catch(this.report);
   }
 
-  async #write(id: number, written: Set<string>, { assets, ...work }: ReturnType<Autosave["work"]>): Promise<void> {
-    const change = this.db.transaction(["sessions", "assets"], "readwrite");
+  async #write(id: number, written: Set<string>): Promise<void> {
+    const { assets, ...work } = this.work();
     const added = Object.keys(assets).filter((name) => !written.has(name));
-    for (const name of added) change.objectStore("assets").put(assets[name], [id, name]);
-    await result(change.objectStore("sessions").put({ ...work, id, changed: Date.now() }));
-    for (const name of added) written.add(name);
+    try {
+      const change = this.#change();
+      for (const name of added) {
+        written.add(name);
+        change.objectStore("assets").put(assets[name], [id, name]);
+      }
+      await result(change.objectStore("sessions").put({ ...work, id, changed: Date.now() }));
+    } catch (error) {
+      for (const name of added) written.delete(name);
+      throw error;
+    }
   }
 }

@@ -117,8 +117,8 @@ export class Editor {
 
   async #setPages(pages: PageData[], page: number): Promise<void> {
     this.#finishText();
-    this.#push({ pages, page });
     this.page = page;
+    this.#push({ pages });
     await this.#refresh();
   }
   addPage = (copy = false): Promise<void> => {

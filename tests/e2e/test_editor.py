@@ -8,6 +8,7 @@ import shutil
 import signal
 import sqlite3
 import subprocess
+import urllib.parse
 import zlib
 
 import pytest
@@ -217,7 +218,15 @@ def test_unsaved_work_gives_way_only_when_told_to(editor, tmp_path):
         wait_for(lambda: Picture(editor.desktop).pixel(*editor.at(250, 200)) != BLUE, "the question, and the page dimmed")
 
     editor.draw("r", (100, 100), (400, 300))
+    (tmp_path / "full.json").symlink_to("/dev/full")
     editor.key("ctrl+s")
+    editor.desktop.answer_panel("Save", tmp_path / "full.json", replace=True)
+    editor.log.wait("❌ Error saving file: No space left on device")
+    wait_for(lambda: editor.desktop.active_window() not in ("", editor.window), "the alert")
+    editor.key("Return")
+    editor.desktop.wait_active(editor.window)
+    editor.wait_error()
+    editor.key("ctrl+s")  # asks again: there is no file that it was saved to
     editor.desktop.cancel_panel("Save")
     editor.desktop.wait_active(editor.window)
     asked_about("ctrl+n")
@@ -230,6 +239,18 @@ def test_unsaved_work_gives_way_only_when_told_to(editor, tmp_path):
     editor.wait_colour(WHITE, 250, 200)
     objects = json.loads((tmp_path / "kept.json").read_text(encoding="utf-8"))["pages"][0]["objects"]
     assert [o["type"] for o in objects] == ["Rect", "Ellipse"] and objects[0] == first
+
+
+def test_what_is_undone_and_done_again_is_the_same_document(editor):
+    script = pathlib.Path(__file__).with_name("random_actions.js").read_text(encoding="utf-8")
+    (editor.tree.page_folder / "random.js").write_text(script, encoding="utf-8")
+    index = editor.tree.page_folder / "index.html"
+    index.write_text(index.read_text(encoding="utf-8") + '<script defer src="random.js"></script>', encoding="utf-8")
+    assert editor.app.quit() == 0
+    editor.start()
+    line, _ = editor.log.wait(re.compile("requested: Trandom "), timeout=300)
+    found = json.loads(urllib.parse.unquote(line.split("Trandom ")[1]))
+    assert found == {"steps": found["steps"], "differing": [], "ended": True, "errors": []} and found["steps"] > 200
 
 
 def test_keys_change_the_selected_objects(editor, tmp_path):
@@ -443,3 +464,13 @@ def test_work_outlives_a_crash_of_the_page(editor, tmp_path):
     assert [o["type"] for o in saved["pages"][0]["objects"]] == ["Rect", "Image"]
     assert abs(saved["pages"][0]["objects"][0]["left"] - 250) < 3
     assert list(saved["assets"].values()) == ["data:image/png;base64," + base64.b64encode(png(64, 64, (200, 30, 30))).decode()]
+
+    editor.draw("o", (500, 600), (800, 900))
+    wait_for(lambda: kept(editor, b"Ellipse"), "the ellipse in the page's storage")
+    editor.key("Delete")
+    editor.wait_colour(WHITE, 650, 850)
+    assert editor.app.quit() == 0  # before the page would have stored the change by itself
+    editor.start()
+    editor.key("Return")
+    wait_for(lambda: Picture(editor.desktop).has(BLUE, 150), "the restored page")
+    assert editor.save(tmp_path / "quit.json")["pages"] == saved["pages"]
