@@ -306,7 +306,8 @@ export class Stage {
 
   fit(): void {
     const { width, height } = this.canvas.page;
-    const zoom = Math.min((this.canvas.width - 2 * MARGIN) / width, (this.canvas.height - 2 * MARGIN) / height);
+    const margin = Math.min(MARGIN, this.canvas.height / 20);
+    const zoom = Math.min((this.canvas.width - 2 * margin) / width, (this.canvas.height - 2 * margin) / height);
     this.#view(zoom, width / 2, height / 2);
     this.#fitted = true;
   }

@@ -13,6 +13,7 @@
 
 #include "platform/glib/BoxedFunction.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/application/ColorScheme.h"
 #include "platform/gtk/application/SoftwareRendering.h"
 #include "platform/gtk/web/ContentFilter.h"
 
@@ -76,6 +77,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
     const auto startup = connectScoped<void()>(m_application.get(), "startup", [&] {
         using Work = BoxedFunction<void()>;
         ownName();
+        followColorScheme();
         g_idle_add_full(G_PRIORITY_LOW, Work::callOnce, Work::make([this] { useIcon(); }), Work::free);
         terminateOnSignals();
         g_application_hold(G_APPLICATION(m_application.get()));
