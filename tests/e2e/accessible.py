@@ -1,80 +1,46 @@
-#!/usr/bin/python3
-"""What a screen reader is told of a program.
+"""What a screen reader is told of a program: the objects on the accessibility bus of a desktop."""
+import collections
 
-As a program: prints the accessible objects of the program named on the command line as one JSON tree.
-As a module: `AccessibilityBus` makes a desktop that has them and reads the tree.
-"""
-import json
-import subprocess
-import sys
+import dbus
+import dbus.bus
 
-from desktop import wait_for
+STATES = {"focusable": 11, "focused": 12, "showing": 25}  # the bits of them
 
-LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
+Node = collections.namedtuple("Node", "role name states")
 
 
 class AccessibilityBus:
-    """The accessibility bus of a desktop. `environment` is for the program under test."""
+    ENVIRONMENT = {"GTK_A11Y": "atspi"}  # for the program under test
 
     def __init__(self, desktop):
-        self._desktop = desktop
-        self._process = subprocess.Popen([LAUNCHER, "--launch-immediately"], env=desktop.env,
-                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        wait_for(lambda: "true" in self._run(
-            "gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/",
-            "--method", "org.freedesktop.DBus.NameHasOwner", "org.a11y.Bus"), "the accessibility bus")
-        self.environment = {"GTK_A11Y": "atspi"}
+        desktop.start("/usr/libexec/at-spi-bus-launcher", "--launch-immediately")
+        desktop.wait_name("org.a11y.Bus")
+        session = dbus.bus.BusConnection(desktop.env["DBUS_SESSION_BUS_ADDRESS"])
+        launcher = session.get_object("org.a11y.Bus", "/org/a11y/bus")
+        self._bus = dbus.bus.BusConnection(launcher.GetAddress(dbus_interface="org.a11y.Bus"))
 
-    def tree(self, program="com.quillory.Quillory"):
-        """Nodes with `role`, `name`, `focusable`, `focused`, `extents` and `children`."""
-        return json.loads(self._run("/usr/bin/python3", __file__, program))
+    def nodes(self, window=None):
+        """The objects of a window of the program, or of all: role, name and states of each."""
+        try:
+            program, = [child for child in self._children("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root")
+                        if self._node(*child).name == "com.quillory.Quillory"]
+            windows = [child for child in self._children(*program) if window in (None, self._node(*child).name)]
+            found = windows
+            for child in found:  # which grows meanwhile
+                found += self._children(*child)
+            return [self._node(*child) for child in found]
+        except (dbus.DBusException, ValueError):
+            return []  # it is not there yet, or it changed while it was read
 
-    def _run(self, *command):
-        return subprocess.run(command, env=self._desktop.env, capture_output=True, text=True, timeout=30,
-                              check=True).stdout
+    def _children(self, *place):
+        return self._ask(place, "GetChildren")
 
-    def close(self):
-        self._process.terminate()
-        self._process.wait()
+    def _node(self, *place):
+        low, _ = self._ask(place, "GetState")
+        name = self._ask(place, "Get", "org.a11y.atspi.Accessible", "Name", interface=dbus.PROPERTIES_IFACE)
+        # Newer versions call a button so.
+        role = self._ask(place, "GetRoleName").replace("push button", "button")
+        return Node(role, str(name), {state for state, bit in STATES.items() if low >> bit & 1})
 
-
-def nodes(tree, role=None):
-    """All nodes below one, itself included, of one role or of all."""
-    found = [tree] if tree and role in (None, tree["role"]) else []
-    for child in tree["children"] if tree else []:
-        found += nodes(child, role)
-    return found
-
-
-def describe(node):
-    from gi.repository import Atspi
-    states = node.get_state_set()
-    # Newer versions call a button so.
-    tree = {"role": node.get_role_name().replace("push button", "button"), "name": node.get_name(), "children": []}
-    for state in ("focusable", "focused", "showing"):
-        tree[state] = states.contains(getattr(Atspi.StateType, state.upper()))
-    for index in range(node.get_child_count()):
-        child = node.get_child_at_index(index)
-        if child is not None:
-            tree["children"].append(describe(child))
-    return tree
-
-
-def main():
-    import gi
-    gi.require_version("Atspi", "2.0")
-    from gi.repository import Atspi, GLib
-    desktop = Atspi.get_desktop(0)
-    for index in range(desktop.get_child_count()):
-        program = desktop.get_child_at_index(index)
-        if program is not None and program.get_name() == sys.argv[1]:
-            try:
-                print(json.dumps(describe(program)))
-                return
-            except GLib.Error:
-                break  # it changed while it was read
-    print("null")
-
-
-if __name__ == "__main__":
-    main()
+    def _ask(self, place, method, *arguments, interface="org.a11y.atspi.Accessible"):
+        return self._bus.get_object(*place, introspect=False).get_dbus_method(method, interface)(*arguments)

@@ -8,9 +8,10 @@ import shutil
 import signal
 import subprocess
 import threading
+import time
 import urllib.parse
 
-from desktop import PATIENCE
+from desktop import PATIENCE, wait_for
 
 # Runs the scripts that a test writes into the page's folder and reports what each returned as the name
 # of a file to save, which the program logs. A name that starts with "T" and no data reaches no panel.
@@ -74,23 +75,15 @@ class Log:
     def wait(self, wanted, after=0, timeout=PATIENCE):
         """Waits for a line that equals `wanted`, or matches it if it is a pattern; returns it and its place."""
         matches = wanted.search if isinstance(wanted, re.Pattern) else wanted.__eq__
-
-        place = after
-        result = None
-
-        def found():
-            nonlocal place, result
-            while not result and place < len(self.lines):
-                if matches(self.lines[place]):
-                    result = self.lines[place], place
-                place += 1
-            return result
-
+        place, deadline = after, time.monotonic() + timeout
         with self._changed:
-            self._changed.wait_for(lambda: found() or self._closed, timeout)
-            if not found():
-                raise AssertionError(f"no line {wanted!r}; the log:\n" + "\n".join(self.lines))
-            return result
+            while True:
+                while place < len(self.lines):
+                    if matches(self.lines[place]):
+                        return self.lines[place], place
+                    place += 1
+                if self._closed or not self._changed.wait(deadline - time.monotonic()):
+                    raise AssertionError(f"no line {wanted!r}; the log:\n" + "\n".join(self.lines))
 
     def wait_end(self):
         self._thread.join(PATIENCE)
@@ -199,29 +192,31 @@ class Application:
 
     def children(self, name=None):
         """The processes that this one started, theirs included: all, or those of a program."""
-        found, queue = [], [self.process.pid]
-        while queue:
-            pid = queue.pop()
+        found = [self.process.pid]
+        for pid in found:  # which grows meanwhile
             with contextlib.suppress(OSError):
-                for task in os.listdir(f"/proc/{pid}/task"):
-                    new = [int(p) for p in pathlib.Path(f"/proc/{pid}/task/{task}/children").read_text().split()]
-                    found += new
-                    queue += new
-
-        def runs(pid):
-            with contextlib.suppress(OSError):
-                return os.path.basename(os.readlink(f"/proc/{pid}/exe")) == name
-        return [pid for pid in found if name is None or runs(pid)]
+                for task in pathlib.Path(f"/proc/{pid}/task").iterdir():
+                    found += map(int, (task / "children").read_text().split())
+        return [pid for pid in found[1:] if name is None or os.path.realpath(f"/proc/{pid}/exe").endswith(f"/{name}")]
 
     def page_process(self):
         """The process that the page runs in."""
         process, = self.children("WebKitWebProcess")
         return process
 
+    def kill_page(self):
+        page = self.page_process()
+        os.kill(page, signal.SIGKILL)
+        wait_ended([page])
+
     def memory(self, field="VmHWM"):
         """A figure of the process's status, in bytes: VmHWM is the peak of what it had in memory."""
         text = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
         return int(re.search(rf"^{field}:\s+(\d+) kB", text, re.M).group(1)) * 1024
+
+
+def wait_ended(processes):
+    wait_for(lambda: not [p for p in processes if os.path.exists(f"/proc/{p}/exe")], "the processes to end")
 
 
 class InstallTree:
@@ -233,10 +228,7 @@ class InstallTree:
         self.page_folder = self.prefix / "share" / "quillory" / "WebContent"
         self.binary.parent.mkdir(parents=True)
         self.page_folder.mkdir(parents=True)
-        try:
-            os.link(installed / "bin" / "quillory", self.binary)
-        except OSError:
-            shutil.copy2(installed / "bin" / "quillory", self.binary)
+        shutil.copy2(installed / "bin" / "quillory", self.binary)
         for file in ("Info.json", "icon.svg"):
             shutil.copy2(installed / "share" / "quillory" / file, self.page_folder.parent)
         for folder in ("icons", "locale"):

@@ -1,11 +1,12 @@
 import contextlib
 import os
 import pathlib
+import shutil
 import subprocess
 
 import pytest
 
-from application import DRIVER, Application, InstallTree
+from application import Application, InstallTree
 from desktop import Desktop
 from plasma import PlasmaSession
 from programs import Portal, running
@@ -51,7 +52,7 @@ class Programs:
     def __init__(self, installed, folder):
         self.installed = installed
         self.folder = folder
-        self._shared = {}
+        self.shared_ones = {}
 
     def start(self, tree, env, session, ready=True, arguments=()):
         app = Application(session, tree.binary, tree.page_folder, env, arguments)
@@ -64,13 +65,13 @@ class Programs:
 
     @contextlib.contextmanager
     def shared(self, request, session, env):
-        app = self._shared.get(session)
+        app = self.shared_ones.get(session)
         if app and app.process.poll() is None and app.env == env:
             app.load_anew()
         else:
             self.end(session)
             tree = InstallTree(self.installed, self.folder / f"tree-{len(os.listdir(self.folder))}")
-            app = self._shared[session] = self.start(tree, env, session)
+            app = self.shared_ones[session] = self.start(tree, env, session)
             session.settle(app)
             app.log.lines.clear()
             app.env = env
@@ -81,9 +82,9 @@ class Programs:
 
     def end(self, session=None):
         """Ends what is shared in a session, or in all."""
-        for one in [session] if session else list(self._shared):
-            if one in self._shared:
-                self._shared.pop(one).kill()
+        for one in [session] if session else list(self.shared_ones):
+            if one in self.shared_ones:
+                self.shared_ones.pop(one).kill()
 
 
 @pytest.fixture(scope="module")
@@ -91,6 +92,15 @@ def programs(installed, tmp_path_factory):
     programs = Programs(installed, tmp_path_factory.mktemp("trees"))
     yield programs
     programs.end()
+
+
+@pytest.fixture(autouse=True)
+def nothing_runs_on(programs):
+    """What a test started ends with it, but for what the file's tests share."""
+    yield
+    for app in Application.started:
+        if app not in programs.shared_ones.values():
+            app.kill()
 
 
 @pytest.fixture
@@ -108,26 +118,26 @@ def shell(programs, desktop, portal, request):
 
 
 @pytest.fixture
-def launch(programs, installed, tmp_path, request):
-    """Starts a program of the test's own, with a page and in a folder of the test's own; ends all at the end."""
-    started = []
-    trees = {}
+def tree(installed, tmp_path):
+    """An install tree of the test's own."""
+    return InstallTree(installed, tmp_path / "tree")
 
-    def start(page=DRIVER, folder="installed", env=None, ready=True, on=None, arguments=(), catalogues=None):
+
+@pytest.fixture
+def tree_of_the_editor(installed, tree):
+    """The same with the editor's own page."""
+    shutil.copytree(installed / "share/quillory/WebContent", tree.page_folder, dirs_exist_ok=True)
+    return tree
+
+
+@pytest.fixture
+def launch(programs, request):
+    """Starts a program of the test's own."""
+    def start(tree=None, env=None, ready=True, on=None, arguments=()):
         on = on or request.getfixturevalue("desktop")
         programs.end(on)
-        if folder not in trees:
-            trees[folder] = InstallTree(installed, tmp_path / folder, page)
-        for language, catalogue in (catalogues or {}).items():
-            messages = trees[folder].prefix / f"share/locale/{language}/LC_MESSAGES"
-            messages.mkdir(parents=True)
-            subprocess.run(["msgfmt", "-o", messages / "quillory.mo", catalogue], check=True)
-        started.append(programs.start(trees[folder], env, on, ready, arguments))
-        return started[-1]
-
-    yield start
-    for app in reversed(started):
-        app.kill()
+        return programs.start(tree or request.getfixturevalue("tree"), env, on, ready, arguments)
+    return start
 
 
 @pytest.fixture(scope="session")

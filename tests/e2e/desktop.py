@@ -1,5 +1,4 @@
 """Sessions of the tests' own. `Session` is what all have; `Desktop` is one on X11, plasma.py has one on Wayland."""
-import contextlib
 import os
 import re
 import shutil
@@ -67,8 +66,7 @@ class Session:
             try:
                 process.wait(10)
             except subprocess.TimeoutExpired:
-                process.kill()
-                process.wait()
+                self.end(process)
         # A portal may have mounted its file system of documents.
         subprocess.run(["umount", "-l", os.path.join(self.runtime, "doc")], stderr=subprocess.DEVNULL, check=False)
         shutil.rmtree(self.home, ignore_errors=True)
@@ -81,6 +79,11 @@ class Session:
         options = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL, **options}
         self.processes.append(subprocess.Popen(command, env=env, **options))
         return self.processes[-1]
+
+    @staticmethod
+    def end(process):
+        process.kill()
+        process.wait()
 
     def start_bus(self, socket, name="*", services="/nonexistent"):
         """A bus on which programs may own a name, or any, and which starts those of a folder."""
@@ -109,7 +112,7 @@ class Session:
         result = subprocess.run(command, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                                 timeout=PATIENCE, **options)
         if check and result.returncode != 0:
-            raise AssertionError(f"{' '.join(command)}: {result.stderr}")
+            raise AssertionError(f"{command}: {result.stderr}")
         return result.stdout
 
     def settle(self, app):

@@ -1,6 +1,7 @@
 """A private Plasma session on Wayland without a screen: KWin and, if wanted, KDE's portal."""
 import glob
 import os
+import pathlib
 import shutil
 
 from desktop import Session, wait_for
@@ -22,19 +23,14 @@ ON_WINDOW = LIST + '(function (window) { if (window.internalId == "%s") { %s; } 
 
 
 class PlasmaSession(Session):
-    def __init__(self, kde_portal=True, text_scale=1):
+    def __init__(self, kde_portal=True):
         self._kde_portal = kde_portal
-        self._text_scale = text_scale
         self._scripts = 0
         super().__init__(
             XDG_CURRENT_DESKTOP="KDE", XDG_SESSION_TYPE="wayland", LIBGL_ALWAYS_SOFTWARE="1", GDK_BACKEND="wayland",
             QT_QPA_PLATFORM="wayland", WAYLAND_DISPLAY=SOCKET, GSETTINGS_BACKEND="keyfile")
 
     def _start_display(self):
-        settings = os.path.join(self.home, ".config/glib-2.0/settings")
-        os.makedirs(settings)
-        with open(os.path.join(settings, "keyfile"), "w", encoding="utf-8") as file:
-            file.write(f"[org/gnome/desktop/interface]\ntext-scaling-factor={self._text_scale:.1f}\n")
         # The installed file has a capability that containers forbid to execute, and a copy does not. KWin
         # looks for its own platform plugin by the name of its executable.
         kwin = os.path.join(self.home, "kwin_wayland")
@@ -53,6 +49,12 @@ class PlasmaSession(Session):
             backend, = glob.glob("/usr/lib/*/libexec/xdg-desktop-portal-kde")
             self.start_portal("kde", backend)
         self._keyboard = WaylandKeyboard(self.runtime, SOCKET)
+
+    def scale_text(self, factor):
+        """For the programs that are started from now on."""
+        settings = pathlib.Path(self.home, ".config/glib-2.0/settings/keyfile")
+        settings.parent.mkdir(parents=True, exist_ok=True)
+        settings.write_text(f"[org/gnome/desktop/interface]\ntext-scaling-factor={factor:.1f}\n", encoding="utf-8")
 
     # Windows
 

@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import re
+import signal
 import subprocess
 import sys
 
@@ -12,6 +13,7 @@ import dbus
 import dbus.bus
 
 from application import Log
+from desktop import PATIENCE, wait_for
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
 
@@ -137,6 +139,40 @@ class Portal(Program):
     def _emit(self, interface, name, signature, *arguments, **details):
         self._mock.EmitSignalDetailed(interface, name, signature, dbus.Array(arguments, signature="v"),
                                       dbus.Dictionary(details, signature="sv"))
+
+
+class Clipboard:
+    """What another program puts on a session's clipboard, and reads from it."""
+
+    def __init__(self, session):
+        self.env = session.env
+        wayland = "WAYLAND_DISPLAY" in session.env
+        self._copy = ["wl-copy", "--foreground", "--type"] if wayland else ["xclip", "-quiet", "-sel", "clipboard", "-i", "-t"]
+        self._paste = ["wl-paste", "--no-newline", "--type"] if wayland else ["xclip", "-sel", "clipboard", "-o", "-t"]
+        self._owners = []
+
+    def copy(self, kind, content):
+        """Another program copies; returns the process that owns the clipboard from now on."""
+        owner = subprocess.Popen([*self._copy, kind], env=self.env, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+                                 stderr=subprocess.DEVNULL)
+        owner.stdin.write(content)
+        owner.stdin.close()
+        self._owners.append(owner)
+        wait_for(lambda: self.paste(kind) == content, f"the clipboard to hold {kind}")
+        return owner
+
+    def paste(self, kind):
+        """What another program gets, or None."""
+        result = subprocess.run([*self._paste, kind], env=self.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                timeout=PATIENCE)
+        return result.stdout if result.returncode == 0 else None
+
+    def kill(self):
+        for owner in self._owners:
+            with contextlib.suppress(ProcessLookupError):
+                owner.send_signal(signal.SIGCONT)
+                owner.kill()
+            owner.wait()
 
 
 @contextlib.contextmanager

@@ -2,7 +2,6 @@
 import os
 import pathlib
 import re
-import shutil
 
 APP_ID = "com.quillory.Quillory"
 MANIFEST = pathlib.Path(__file__).parents[2] / f"packaging/flatpak/{APP_ID}.yml"
@@ -31,10 +30,10 @@ class Sandbox:
         self._shared.mkdir(0o700, parents=True, exist_ok=True)
         # Flatpak filters the session bus; here the sandbox has one of its own.
         self._bus = self._shared.parent / "bus"
-        self._daemon = desktop.start_bus(self._bus, APP_ID)
+        desktop.start_bus(self._bus, APP_ID)
 
-    def command(self, *program, env=None):
-        """What runs `program` confined; `env` adds to the environment in there, which has nothing of this one's."""
+    def command(self, *program):
+        """What runs `program` confined; the environment in there has nothing of this one's."""
         display = self._desktop.env["DISPLAY"]
         socket = "/tmp/.X11-unix/X" + display.lstrip(":")
         given = {
@@ -47,7 +46,7 @@ class Sandbox:
         environment = {
             "HOME": self.home, "PATH": "/usr/bin", "LANG": "C.UTF-8", "DISPLAY": display, "XDG_RUNTIME_DIR": RUNTIME,
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={RUNTIME}/bus", "FLATPAK_ID": APP_ID,
-            "GSETTINGS_BACKEND": "memory", "GTK_A11Y": "none", **(env or {})}
+            "GSETTINGS_BACKEND": "memory", "GTK_A11Y": "none"}
         arguments = ["bwrap", "--die-with-parent", "--unshare-net", "--unshare-pid", "--unshare-uts",
                      "--ro-bind", "/usr", "/usr", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp",
                      "--dir", RUNTIME, "--chmod", "0700", RUNTIME,
@@ -63,9 +62,3 @@ class Sandbox:
         for name, value in environment.items():
             arguments += ["--setenv", name, value]
         return [str(argument) for argument in [*arguments, *program]]
-
-    def close(self):
-        self._daemon.terminate()
-        self._daemon.wait()
-        shutil.rmtree(self._shared.parent)
-        shutil.rmtree(self.downloads)

@@ -1,69 +1,33 @@
 """Copy and paste between the page and other programs, on X11 and on Wayland."""
 import base64
-import contextlib
 import io
 import json
 import signal
-import subprocess
 import time
 
 import pytest
 from PIL import Image
 
-from desktop import PATIENCE, wait_for
-from programs import KeyWindow, running
+from desktop import wait_for
+from programs import Clipboard, KeyWindow, running
 
 OBJECT = "application/x-com.quillory.object"
 TEXT = "text/plain;charset=utf-8"
 CANVAS = '{"type":"rect","left":1,"text":"it\'s \\\\ ä 🖊️\\nnew"}'
 
 
-class Clipboard:
-    """What another program puts on a session's clipboard, and reads from it."""
-
-    def __init__(self, session):
-        self.env = session.env
-        wayland = "WAYLAND_DISPLAY" in session.env
-        self._copy = ["wl-copy", "--foreground", "--type"] if wayland else ["xclip", "-quiet", "-sel", "clipboard", "-i", "-t"]
-        self._paste = ["wl-paste", "--no-newline", "--type"] if wayland else ["xclip", "-sel", "clipboard", "-o", "-t"]
-        self._owners = []
-
-    def copy(self, kind, content):
-        """Another program copies; returns the process that owns the clipboard from now on."""
-        owner = subprocess.Popen([*self._copy, kind], env=self.env, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
-                                 stderr=subprocess.DEVNULL)
-        owner.stdin.write(content)
-        owner.stdin.close()
-        self._owners.append(owner)
-        wait_for(lambda: self.paste(kind) == content, f"the clipboard to hold {kind}")
-        return owner
-
-    def paste(self, kind):
-        """What another program gets, or None."""
-        result = subprocess.run([*self._paste, kind], env=self.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                timeout=PATIENCE)
-        return result.stdout if result.returncode == 0 else None
-
-    def close(self):
-        for owner in self._owners:
-            with contextlib.suppress(ProcessLookupError):
-                owner.send_signal(signal.SIGCONT)
-                owner.kill()
-            owner.wait()
-
-
 @pytest.fixture
 def clipboard(session):
     clipboard = Clipboard(session)
     yield clipboard
-    clipboard.close()
+    clipboard.kill()
 
 
 @pytest.fixture
 def clipboard_of_x11(desktop):
     clipboard = Clipboard(desktop)
     yield clipboard
-    clipboard.close()
+    clipboard.kill()
 
 
 @pytest.fixture

@@ -1,10 +1,8 @@
 """What the page, and other programs of the session, cannot get through the program: see docs/security.md."""
 import http.server
-import io
 import os
 import pathlib
 import re
-import shutil
 import threading
 
 import pytest
@@ -17,20 +15,13 @@ from test_services import download
 
 # Each takes a URL and gives what it could read of it, or fails.
 READERS = {
-    "text": "async (url) => (await fetch(url)).text()",
-    "image": """(url) => new Promise((resolve, reject) => {
-        const image = new Image();
-        image.onload = () => resolve(`${image.width}`);
-        image.onerror = reject;
-        image.src = url;
-    })""",
-    "worker": """(url) => new Promise((resolve, reject) => {
-        const code = `onmessage = async ({data}) => {
-            try { postMessage(await (await fetch(data)).text()); } catch (error) { postMessage(null); }
-        };`;
+    "file.txt": """async (url) => (await fetch(url)).text()""",
+    "file.png": """async (url) => { const image = new Image(); image.src = url; await image.decode(); return `${image.width}`; }""",
+    "worker.txt": """(url) => new Promise((resolve, reject) => {
+        const code = `fetch(${JSON.stringify(new URL(url, location.href))}).then(async (file) => postMessage(await file.text()),
+                                                                                 () => postMessage(null))`;
         const worker = new Worker(URL.createObjectURL(new Blob([code])));
         worker.onmessage = ({data}) => data === null ? reject("refused") : resolve(data);
-        worker.postMessage(new URL(url, location.href).href);
     })""",
 }
 FOLDER = "a per%cent %2f num#ber? [a](b){c}+plus$^| Grüße-日本 quote'\"tick`"
@@ -52,29 +43,27 @@ def spellings(folder, secret):
     ]
 
 
-@pytest.mark.parametrize("name", ["installed", FOLDER])
-def test_nothing_outside_the_folder(launch, name):
-    app = launch(folder=name)
-    folder = app.page_folder
+def test_nothing_outside_the_folder(launch, installed, tmp_path):
+    tree = InstallTree(installed, tmp_path / FOLDER)
+    app = launch(tree)
+    folder = tree.page_folder
     sibling = folder.with_name(folder.name + "-sibling")
     sibling.mkdir()
     (folder / "x").mkdir()
-    dot = io.BytesIO()
-    Image.new("L", (1, 1)).save(dot, "PNG")
-    for place in (folder, folder.parent, sibling):
-        (place / "file.txt").write_text("secret")
-        (place / "file.png").write_bytes(dot.getvalue())
     (folder / "a ü#1%.txt").write_text("inside")
     assert app.run_script("return (await fetch(encodeURIComponent('a ü#1%.txt'))).text()") == "inside"
-    for reader, code in READERS.items():
-        file = "file.png" if reader == "image" else "file.txt"
-        expected = "1" if reader == "image" else "secret"
+    for file, read in READERS.items():
+        for place in (folder, folder.parent, sibling):
+            if file.endswith(".png"):
+                Image.new("L", (1, 1)).save(place / file)
+            else:
+                (place / file).write_text("1")
         # First the same file inside the folder: the reader works.
         for inside in ("", "./x/../"):
-            assert app.run_script(f"return await ({code})({inside + file!r})") == expected
+            assert app.run_script(f"return await ({read})({inside + file!r})") == "1"
         assert app.run_script(f"""
             const got = await Promise.all({spellings(folder, folder.parent / file)!r}.map(async (url) => {{
-                try {{ return [url, await ({code})(url)]; }} catch {{ return null; }}
+                try {{ return [url, await ({read})(url)]; }} catch {{ return null; }}
             }}));
             return got.filter((row) => row !== null);
         """) == []
@@ -108,31 +97,28 @@ def test_page_started_downloads_are_refused(app, desktop):
     assert not [path for folder in (desktop.home, os.getcwd()) for path in pathlib.Path(folder).rglob("unasked*")]
 
 
-class Server:
+class Handler(http.server.BaseHTTPRequestHandler):
+    def do_GET(self):
+        self.server.paths.add(self.path)
+        self.send_response(204)
+        self.send_header("Access-Control-Allow-Origin", "*")
+        self.end_headers()
+
+    do_POST = do_GET
+
+    def log_message(self, *_):
+        pass
+
+
+@pytest.fixture
+def server():
     """A server on this machine that remembers what it was asked for."""
-
-    def __init__(self):
-        self.paths = paths = set()
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def do_GET(self):
-                paths.add(self.path)
-                self.send_response(204)
-                self.send_header("Access-Control-Allow-Origin", "*")
-                self.end_headers()
-
-            do_POST = do_GET
-
-            def log_message(self, *_):
-                pass
-
-        self._server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        self.url = f"http://127.0.0.1:{self._server.server_port}"
-        threading.Thread(target=self._server.serve_forever, daemon=True).start()
-
-    def close(self):
-        self._server.shutdown()
-        self._server.server_close()
+    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler) as server:
+        server.paths = set()
+        server.url = f"http://127.0.0.1:{server.server_port}"
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        yield server
+        server.shutdown()
 
 
 ELSEWHERE = [
@@ -144,17 +130,13 @@ ELSEWHERE = [
 ]
 
 
-def test_the_page_cannot_be_left_for_another(app):
-    server = Server()
-    try:
-        for way in ELSEWHERE:
-            app.run_script(f"window.mark = 'kept'; {way.format(server.url)}")
-            # What the page asks for while it is being left fails.
-            app.run_script(f"while (!await fetch('{server.url}/after').catch(() => null));")
-            assert app.run_script("return window.mark + document.title") == "keptTest page", way
-        assert server.paths == {"/after"}
-    finally:
-        server.close()
+def test_the_page_cannot_be_left_for_another(app, server):
+    for way in ELSEWHERE:
+        app.run_script(f"window.mark = 'kept'; {way.format(server.url)}")
+        # What the page asks for while it is being left fails.
+        app.run_script(f"while (!await fetch('{server.url}/after').catch(() => null));")
+        assert app.run_script("return window.mark + document.title") == "keptTest page", way
+    assert server.paths == {"/after"}
 
 
 # Beside the editor's own script: every way to the network that needs no hand of the user, and one to run text as code.
@@ -190,23 +172,15 @@ document.addEventListener("securitypolicyviolation", () => refused());
 """
 
 
-def test_the_editor_stays_off_the_network(programs, desktop, tmp_path):
-    programs.end(desktop)
-    tree = InstallTree(programs.installed, tmp_path / "tree", page=None)
-    shutil.copytree(programs.installed / "share/quillory/WebContent", tree.page_folder, dirs_exist_ok=True)
-    page = (tree.page_folder / "index.html").read_text(encoding="utf-8")
-    (tree.page_folder / "index.html").write_text(
-        page.replace("</head>", '<script defer src="probe.js"></script></head>'), encoding="utf-8")
-    server = Server()
+def test_the_editor_stays_off_the_network(launch, tree_of_the_editor, server):
+    tree = tree_of_the_editor
+    index = tree.page_folder / "index.html"
+    index.write_text(index.read_text("utf-8").replace("</head>", '<script defer src="probe.js"></script></head>'), "utf-8")
     (tree.page_folder / "probe.js").write_text(PROBE % server.url, encoding="utf-8")
-    app = Application(desktop, tree.binary, tree.page_folder)
-    try:
-        for name in re.findall(r"^    (\w+): \(\) =>", PROBE, re.M):
-            app.log.wait(f"📥 Native download requested: refused {name}")
-        assert server.paths == set()
-    finally:
-        app.kill()
-        server.close()
+    app = launch(tree, ready=False)
+    for name in re.findall(r"^    (\w+): \(\) =>", PROBE, re.M):
+        app.log.wait(f"📥 Native download requested: refused {name}")
+    assert server.paths == set()
 
 
 def test_other_programs_on_the_bus_can_raise_the_window_and_no_more(app, desktop, tmp_path):
@@ -232,29 +206,13 @@ def test_other_programs_on_the_bus_can_raise_the_window_and_no_more(app, desktop
     assert app.own_lines() == []
 
 
-def test_confined_as_the_flatpak_asks_it_does_all_of_its_work(programs, desktop, tmp_path):
+def test_confined_as_the_flatpak_asks_it_does_all_of_its_work(programs, desktop, tree):
     programs.end(desktop)
-    tree = InstallTree(programs.installed, tmp_path / "installed")
     sandbox = Sandbox(desktop, tree.prefix)
-    started = []
-
-    def start():
-        command = sandbox.command("/app/bin/quillory")
-        started.append(Application(desktop, command[0], tree.page_folder, arguments=command[1:]))
-        return started[-1]
-
-    try:
-        works_confined(start, sandbox, desktop)
-    finally:
-        for app in started:
-            app.kill()
-        sandbox.close()
-
-
-def works_confined(start, sandbox, desktop):
+    program, *arguments = sandbox.command("/app/bin/quillory")
     secret = sandbox.home / "secret.txt"
     secret.write_text("secret")
-    app = start()
+    app = Application(desktop, program, tree.page_folder, arguments=arguments)
     app.wait_ready()
     app.post("nativeDownload", download("picture.png", b"hello"))
     target = sandbox.downloads / "picture.png"
@@ -272,16 +230,13 @@ def works_confined(start, sandbox, desktop):
     wait_for(lambda: app.run_script("return received") == [["File", "hello"], ["Paste", "copied"]], "both in the page")
 
     # The mounts as the running program has them, not as a second sandbox would.
-    program, = app.children("quillory")
-    root = f"/proc/{program}/root"
-    assert set(os.listdir(f"{root}{sandbox.home}")) <= {".cache", ".config", ".local", "Downloads"}
-    assert set(os.listdir(root)) <= {"app", "bin", "dev", "etc", "home", "lib", "lib32", "lib64", "proc", "root", "run", "sbin",
-                                     "sys", "tmp", "usr", "var"}
-    interfaces = pathlib.Path(f"/proc/{program}/net/dev").read_text().splitlines()[2:]
+    quillory, = app.children("quillory")
+    assert set(os.listdir(f"/proc/{quillory}/root{sandbox.home}")) <= {".cache", ".config", ".local", "Downloads"}
+    interfaces = pathlib.Path(f"/proc/{quillory}/net/dev").read_text().splitlines()[2:]
     assert [line.split(":")[0].strip() for line in interfaces] == ["lo"]
     assert app.run_script(f"return fetch('{secret.as_uri()}').then(() => 'read', () => 'refused')") == "refused"
 
     desktop.minimize("Quillory")
-    second = start()
+    second = Application(desktop, program, tree.page_folder, arguments=arguments)
     assert (second.wait_exit(), second.log.lines) == (0, [])
     desktop.wait_window("Quillory")

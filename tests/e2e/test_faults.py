@@ -2,6 +2,7 @@
 import array
 import json
 import os
+import pathlib
 import re
 import resource
 import signal
@@ -10,10 +11,9 @@ import time
 
 import pytest
 
-from application import DRIVER, LAUNCH, Application
-from desktop import Desktop, wait_for
-from programs import Portal
-from test_launch import assert_ended
+from application import DRIVER, LAUNCH, Application, InstallTree, wait_ended
+from desktop import PATIENCE, Desktop, wait_for
+from programs import Portal, running
 from test_services import download
 
 OLD = b"precious" * 1000
@@ -109,35 +109,32 @@ MOMENTS = {
     "at once": lambda status: True,
     "space reserved": lambda status: status.st_blocks * 512 >= SIZE,
     "old content cut off": lambda status: status.st_size == 0,
-    **{f"{part}/5 written": lambda status, part=part: part * SIZE // 5 <= status.st_size < SIZE for part in (1, 3)},
+    "1/5 written": lambda status: SIZE // 5 <= status.st_size < SIZE,
+    "3/5 written": lambda status: 3 * SIZE // 5 <= status.st_size < SIZE,
     "saved": lambda status: False,
 }
 
 
-@pytest.mark.parametrize("disk", ["disk", "disk that cannot reserve space"])
-def test_killed_at_any_moment(launch, portal, folder, disk):
+@pytest.mark.parametrize("disk, moments", [
+    ("any", MOMENTS), ("one that cannot reserve space", ["old content cut off", "3/5 written", "saved"])])
+def test_killed_at_any_moment(launch, installed, portal, folder, tmp_path, disk, moments):
     """What is left is the old content, the new one or a beginning of it, and the next launch is as any other."""
-    if disk != "disk":
+    if disk != "any":
         mount_without_reservation(folder, 4 * SIZE)
+    tree = InstallTree(installed, tmp_path / "tree", EXPORT)
     target = folder / "a.bin"
-    for number, (name, reached) in enumerate(MOMENTS.items()):
+    for number, name in enumerate(moments):
         old = OLD if number % 2 else OLD * (SIZE // len(OLD) + 1000)
         target.write_bytes(old)
-        app = launch(EXPORT, env=Portal.ENVIRONMENT, ready=False)
+        app = launch(tree, env=Portal.ENVIRONMENT, ready=False)
         portal.choose(target)
-        while not reached(os.stat(target)) and not re.match("✅ File saved|❌", app.log.lines[-1]):
-            pass
+        deadline = time.monotonic() + PATIENCE
+        while not MOMENTS[name](os.stat(target)) and not re.match("✅ File saved|❌", app.log.lines[-1]):
+            assert time.monotonic() < deadline
         app.kill()
         assert app.log.lines[:2] == LAUNCH and not app.log.lines[-1].startswith("❌")
         content = target.read_bytes()
-        assert content in (old, NEW) or NEW.startswith(content), name
-        assert name != "saved" or content == NEW
-
-
-def kill_page(app):
-    page = app.page_process()
-    os.kill(page, signal.SIGKILL)
-    assert_ended([page])
+        assert content == NEW if name == "saved" else content in (old, NEW) or NEW.startswith(content), name
 
 
 def works_without_page(app):
@@ -157,7 +154,7 @@ def test_page_dies_while_panels_are_open(shell, portal, tmp_path):
         post("nativeImagePicker", null);""")
     panels = [portal.wait_panel() for _ in range(4)]
     start = len(shell.log.lines)
-    kill_page(shell)
+    shell.kill_page()
     shell.wait_ready(start)
     for panel, path in zip(panels, (tmp_path / "a.bin", tmp_path, *[tmp_path / "project.json"] * 2)):
         portal.answer(panel, path)
@@ -204,9 +201,9 @@ def test_page_that_keeps_dying(app):
     """It is loaded again at once; the third time within a minute the user is asked."""
     for _ in range(2):
         start = len(app.log.lines)
-        kill_page(app)
+        app.kill_page()
         app.wait_ready(start)
-    kill_page(app)
+    app.kill_page()
     app.errors.wait("quillory: the page's process has ended three times within a minute, the page waits for the user")
     assert app.own_lines(start) == []
     start = len(app.log.lines)
@@ -232,7 +229,7 @@ def test_page_dies_while_it_is_called(shell, portal, tmp_path, call, size):
     if call != "Paste":
         portal.choose(tmp_path / "file")
     shell.log.wait("❌ Invalid copy message", start)
-    kill_page(shell)
+    shell.kill_page()
     shell.log.wait(GONE, start)
     assert works_without_page(shell)
     assert not any(SENT.search(line) for line in shell.log.lines)
@@ -244,26 +241,17 @@ def own_desktop():
         yield desktop
 
 
-def end(process):
-    process.kill()
-    process.wait()
-
-
 def assert_not_busy(app):
     """The program sleeps: it is found at the same place, waiting, again and again."""
-    def switches():
-        with open(f"/proc/{app.process.pid}/status", encoding="utf-8") as status:
-            return int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", status.read(), re.M).group(1))
-
-    def sleeps():
-        with open(f"/proc/{app.process.pid}/stat", encoding="utf-8") as stat:
-            return stat.read().rpartition(")")[2].split()[0] == "S"
-    wait_for(lambda: (switches(), sleeps(), sleeps()) == (switches(), True, True), "the program to have nothing to do")
+    def state():
+        status = pathlib.Path(f"/proc/{app.process.pid}/status").read_text()
+        return re.search(r"^State:\s+S", status, re.M) and re.search(r"^voluntary_ctxt_switches:\s+(\d+)", status, re.M)[1]
+    wait_for(lambda: (before := state()) and before == state() == state(), "the program to have nothing to do")
 
 
 def test_session_bus_ends(launch, own_desktop, tmp_path):
     app = launch(on=own_desktop)
-    end(own_desktop.bus)
+    own_desktop.end(own_desktop.bus)
     app.post("nativeDownload", download("a.bin", b"content"))
     own_desktop.answer_panel("Save", tmp_path / "a.bin")
     app.log.wait(f"✅ File saved to: {tmp_path}/a.bin")
@@ -275,35 +263,32 @@ def test_session_bus_ends(launch, own_desktop, tmp_path):
 
 @pytest.mark.parametrize("what", ["portal", "bus"])
 def test_panels_are_answered_when_their_portal_ends(launch, own_desktop, tmp_path, what):
-    portal = Portal(own_desktop)
-    app = launch(env=Portal.ENVIRONMENT, on=own_desktop)
-    try:
+    with running(Portal(own_desktop)) as portal:
+        app = launch(env=Portal.ENVIRONMENT, on=own_desktop)
         app.post("nativeDownload", download("a.bin", b"content"))
         portal.wait_panel()
-        end(portal.process if what == "portal" else own_desktop.bus)
+        own_desktop.end(portal.process if what == "portal" else own_desktop.bus)
         app.errors.wait(PANEL_GONE)
         assert_not_busy(app)
-        if what == "portal":
-            # Asked while there is none, and when it is back.
-            start = len(app.errors.lines)
-            app.post("nativeDownload", download("b.bin", b"content"))
-            app.errors.wait(PANEL_GONE, start)
-            portal = Portal(own_desktop)
+    if what == "portal":
+        # Asked while there is none, and when it is back.
+        start = len(app.errors.lines)
+        app.post("nativeDownload", download("b.bin", b"content"))
+        app.errors.wait(PANEL_GONE, start)
+        with running(Portal(own_desktop)) as portal:
             app.post("nativeDownload", download("c.bin", b"content"))
             portal.choose(tmp_path / "c.bin")
             app.log.wait(f"✅ File saved to: {tmp_path}/c.bin")
-            assert not any("CRITICAL" in line for line in app.errors.lines)
-        assert app.quit() == 0
-    finally:
-        portal.kill()
+        assert not any("CRITICAL" in line for line in app.errors.lines)
+    assert app.quit() == 0
 
 
 def test_display_ends(launch, own_desktop, desktop):
     app = launch(on=own_desktop)
     children = app.children()
-    end(own_desktop.display)
+    own_desktop.end(own_desktop.display)
     assert app.wait_exit() == 1
-    assert_ended(children)
+    wait_ended(children)
     next_one = launch(on=desktop, env={"XDG_RUNTIME_DIR": own_desktop.runtime})
     assert next_one.own_lines()[:2] == LAUNCH
     assert next_one.quit() == 0

@@ -8,7 +8,7 @@ import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Application, Log
+from application import LAUNCH, STATUS_REPORT, Application, InstallTree, Log
 from desktop import wait_for
 from plasma import ALERT, PlasmaSession
 from programs import KeyWindow, Portal, running
@@ -125,11 +125,11 @@ def test_holding_the_chord_repeats_it(desktop, app, other):
     assert presses_until(desktop, other) == [*MODIFIERS, "k"]
 
 
-def test_a_chord_that_another_program_holds_is_a_failure_and_stays_with_it(desktop, launch, tmp_path):
+def test_a_chord_that_another_program_holds_is_a_failure_and_stays_with_it(desktop, launch, installed, tmp_path):
     first = launch()
     folder = tmp_path / "temporary"
     folder.mkdir(0o700)
-    second = launch(folder="second", env={"XDG_RUNTIME_DIR": str(folder)})
+    second = launch(InstallTree(installed, tmp_path / "second"), {"XDG_RUNTIME_DIR": str(folder)})
     assert second.own_lines() == [
         "Failed to create event tap - accessibility permissions may be required", "Main window created",
         "=== HotkeyManager Status ===", "Accessibility trusted: true", "Event tap exists: false",

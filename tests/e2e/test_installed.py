@@ -5,12 +5,12 @@ import os
 import pathlib
 import re
 import subprocess
+import types
 import xml.etree.ElementTree as ElementTree
 
-import pytest
 from PIL import Image
 
-from application import DRIVER, Application
+from application import DRIVER
 
 APP_ID = "com.quillory.Quillory"
 
@@ -18,13 +18,6 @@ APP_ID = "com.quillory.Quillory"
 def run(*command, **options):
     return subprocess.run([str(part) for part in command], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
                           timeout=120, **options)
-
-
-def install(build, prefix):
-    """Installs the built program, with the page of the tests, under a prefix."""
-    result = run("cmake", "--install", build, "--prefix", prefix)
-    assert result.returncode == 0, result.stderr
-    (prefix / "share/quillory/WebContent/index.html").write_text(DRIVER, encoding="utf-8")
 
 
 def read_entry(path):
@@ -54,61 +47,46 @@ def test_descriptions_are_valid_and_agree_with_the_program(installed):
         assert Image.open(file).size == (int(image.get("width")), int(image.get("height")))
 
 
-@pytest.mark.parametrize("argument, status, output, error", [
-    ("--version", 0, r"^Quillory \d+\.\d+ \(\d+\)\n$", "^$"),
-    ("file.json", 2, "^$", "^quillory: [^\n]*file.json[^\n]*\n$"),
-])
-def test_command_line(installed, argument, status, output, error):
+def test_command_line(installed):
+    program = installed / "bin/quillory"
     # No display: none of these may need one.
-    result = run(installed / "bin/quillory", argument, env={"LANG": "C.UTF-8"})
-    assert result.returncode == status
-    assert re.search(output, result.stdout) and re.search(error, result.stderr)
-    if status == 0:
-        with open("/dev/full", "w", encoding="utf-8") as full:
-            assert subprocess.run([installed / "bin/quillory", argument], stdout=full, check=False).returncode == 1
+    version, refused = (run(program, argument, env={"LANG": "C.UTF-8"}) for argument in ("--version", "file.json"))
+    assert (version.returncode, version.stderr) == (0, "") and re.fullmatch(r"Quillory \d+\.\d+ \(\d+\)\n", version.stdout)
+    assert (refused.returncode, refused.stdout) == (2, "") and re.fullmatch(r"quillory: .*file\.json.*\n", refused.stderr)
+    with open("/dev/full", "w", encoding="utf-8") as full:
+        assert subprocess.run([program, "--version"], stdout=full, check=False).returncode == 1
 
 
-def test_tree_works_wherever_it_is(installed, tmp_path, desktop, locale):
-    # Installed in one place and moved to another: nothing in the tree may remember the first.
-    install(installed, tmp_path / "first")
-    prefix = (tmp_path / "first").rename(tmp_path / "a folder with spaces ü")
-    app = Application(desktop, prefix / "bin/quillory", prefix / "share/quillory/WebContent", locale)
-    try:
-        app.wait_ready()
-        assert f'"{APP_ID}"' in desktop.run("xprop", "-id", app.window(), "WM_CLASS")
-        assert "not found" not in desktop.run("xprop", "-id", app.window(), "_NET_WM_ICON")
-        desktop.open_about("Über Quillory")
-        assert app.quit() == 0
-    finally:
-        app.kill()
+def test_it_works_wherever_it_is_and_the_bus_starts_it(installed, tmp_path, desktop, launch, locale):
+    # Installed in one place and moved to another: but for the bus, nothing in the tree may remember the first.
+    first, second = tmp_path / "first with spaces", tmp_path / "a folder with spaces ü"
+    result = run("cmake", "--install", installed, "--prefix", first)
+    assert result.returncode == 0, result.stderr
+    first.rename(second)
+    tree = types.SimpleNamespace(binary=second / "bin/quillory", page_folder=second / "share/quillory/WebContent")
+    (tree.page_folder / "index.html").write_text(DRIVER, encoding="utf-8")
+    app = launch(tree, locale)
+    assert f'"{APP_ID}"' in desktop.run("xprop", "-id", app.window(), "WM_CLASS")
+    assert "not found" not in desktop.run("xprop", "-id", app.window(), "_NET_WM_ICON")
+    desktop.open_about("Über Quillory")
+    assert app.quit() == 0
 
-
-def test_bus_starts_the_program(installed, tmp_path, desktop):
-    prefix = tmp_path / "prefix with spaces"
-    install(installed, prefix)
+    second.rename(first)
     # Asked on a bus that knows the installed service.
-    bus = desktop.start_bus(tmp_path / "bus", services=prefix / "share/dbus-1/services")
+    desktop.start_bus(tmp_path / "bus", services=first / "share/dbus-1/services")
     result = run("gdbus", "call", "--session", "--dest", APP_ID, "--object-path", "/com/quillory/Quillory", "--method",
                  "org.freedesktop.Application.Activate", "{}",
                  env={**desktop.env, "DBUS_SESSION_BUS_ADDRESS": f"unix:path={tmp_path}/bus"})
-    try:
-        assert result.returncode == 0, result.stderr
-        desktop.focus(desktop.wait_window("Quillory"))
-        desktop.key("ctrl+q")
-        desktop.wait_no_window("Quillory")
-    finally:
-        bus.terminate()
+    assert result.returncode == 0, result.stderr
+    desktop.focus(desktop.wait_window("Quillory"))
+    desktop.key("ctrl+q")
+    desktop.wait_no_window("Quillory")
 
 
-@pytest.fixture(scope="module")
-def package(installed, tmp_path_factory):
-    folder = tmp_path_factory.mktemp("package")
-    result = run("cpack", "-G", "DEB", "--config", installed / "CPackConfig.cmake", "-B", folder, cwd=installed)
+def test_package(installed, tmp_path):
+    result = run("cpack", "-G", "DEB", "--config", installed / "CPackConfig.cmake", "-B", tmp_path, cwd=installed)
     assert result.returncode == 0, result.stdout + result.stderr
-    return next(folder.glob("*.deb"))
-
-
-def test_package(package, tmp_path):
+    package, = tmp_path.glob("*.deb")
     result = run("lintian", "--fail-on", "error", "--allow-root", package)
     assert result.returncode == 0, result.stdout
     control = run("dpkg-deb", "--field", package).stdout

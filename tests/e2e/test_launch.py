@@ -1,7 +1,6 @@
 """From the launch to the end of the run: one instance, order of the log, the window, coming to the front, termination."""
 import fcntl
 import os
-import pathlib
 import shutil
 import signal
 import subprocess
@@ -9,15 +8,11 @@ import tempfile
 
 import pytest
 
-from application import DRIVER, LAUNCH, STATUS_REPORT, Application, InstallTree
+from application import LAUNCH, STATUS_REPORT, Application, wait_ended
 from desktop import wait_for
 from programs import KeyWindow, running
 
 LAUNCHES = 64
-
-
-def assert_ended(processes):
-    wait_for(lambda: not [p for p in processes if os.path.exists(f"/proc/{p}/exe")], "the page's processes to end")
 
 
 def test_window_size_and_place(app, desktop):
@@ -89,21 +84,19 @@ def test_comes_to_front(programs, session, other, request, way, state):
 @pytest.mark.parametrize("how", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP, "menu key"])
 def test_every_ending_is_orderly(launch, desktop, how):
     app = launch()
-    lock = os.open(os.path.join(desktop.runtime, "Quillory.lock"), os.O_WRONLY)
-    with pytest.raises(BlockingIOError):
+    with open(f"{desktop.runtime}/Quillory.lock", "ab") as lock:
+        with pytest.raises(BlockingIOError):
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        children = app.children()
+        if how == "menu key":
+            desktop.focus(app.window())
+            desktop.key("ctrl+q")
+        else:
+            app.process.send_signal(how)
+        assert app.wait_exit() == 0
         fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    children = app.children()
-    if how == "menu key":
-        desktop.focus(app.window())
-        desktop.key("ctrl+q")
-    else:
-        app.process.send_signal(how)
-    assert app.wait_exit() == 0
-    fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    os.close(lock)
-    assert_ended(children)
-    assert app.own_lines() == LAUNCH + STATUS_REPORT
-    assert app.own_errors() == []
+    wait_ended(children)
+    assert (app.own_lines(), app.own_errors()) == (LAUNCH + STATUS_REPORT, [])
 
 
 @pytest.mark.skipif(os.getuid() != 0, reason="only root can start a program as somebody else")
@@ -114,10 +107,9 @@ def test_each_user_has_an_instance(installed, variable):
     with tempfile.TemporaryDirectory() as folder, open(f"{folder}/Quillory.lock", "w", encoding="utf-8") as lock:
         os.chmod(folder, 0o1777)
         fcntl.flock(lock, fcntl.LOCK_EX)
-        env = {"PATH": "/usr/bin", "DISPLAY": "", variable: folder}
         try:
-            result = subprocess.run([installed / "bin/quillory"], env=env, user=user, group=user, extra_groups=[], cwd="/",
-                                    capture_output=True, timeout=20)
+            result = subprocess.run([installed / "bin/quillory"], env={"PATH": "/usr/bin", "DISPLAY": "", variable: folder},
+                                    user=user, group=user, extra_groups=[], cwd="/", capture_output=True, timeout=20)
             assert result.returncode == 1 and os.path.exists(f"/tmp/quillory-{user}/Quillory.lock")
         finally:
             shutil.rmtree(f"/tmp/quillory-{user}", ignore_errors=True)
@@ -128,19 +120,16 @@ def test_without_a_session_bus(launch, desktop):
     app = launch(env=gone)
     assert app.own_lines() == LAUNCH + STATUS_REPORT
     second = Application(desktop, app.process.args[0], app.page_folder, gone)
-    assert second.wait_exit() == 0 and second.log.lines == []
+    assert (second.wait_exit(), second.log.lines) == (0, [])
     assert app.quit() == 0
 
 
 def test_closed_streams(desktop, programs):
     programs.end(desktop)
     app = Application(desktop, "/bin/sh", None, arguments=["-c", f"exec {programs.installed}/bin/quillory <&- >&- 2>&-"])
-    try:
-        app.window()
-        assert [os.readlink(f"/proc/{app.process.pid}/fd/{number}") for number in range(3)] == ["/dev/null"] * 3
-        assert app.quit() == 0
-    finally:
-        app.kill()
+    app.window()
+    assert [os.readlink(f"/proc/{app.process.pid}/fd/{number}") for number in range(3)] == ["/dev/null"] * 3
+    assert app.quit() == 0
 
 
 def test_without_a_display(launch):
@@ -149,58 +138,42 @@ def test_without_a_display(launch):
     assert app.errors.lines == ["quillory: there is no display to open a window on"]
 
 
-@pytest.mark.parametrize("missing", ["page", "folder", "resources", "information"])
-def test_without_a_page_the_rest_works(desktop, programs, tmp_path, missing):
-    tree = InstallTree(programs.installed, tmp_path / "tree", page=DRIVER if missing == "information" else None)
-    if missing == "information":
-        (tree.page_folder.parent / "Info.json").unlink()
-    elif missing == "folder":
-        tree.page_folder.rmdir()
-    elif missing == "resources":
-        shutil.rmtree(tree.page_folder.parent)
-    programs.end(desktop)
-    app = Application(desktop, tree.binary, tree.page_folder)
-    try:
-        app.log.wait(STATUS_REPORT[-1])
-        assert app.own_lines() == LAUNCH + STATUS_REPORT
-        app.window()
-        if missing == "information":
-            app.wait_ready()
-        assert app.quit() == 0
-        assert app.own_errors() == []
-    finally:
-        app.kill()
+@pytest.mark.parametrize("missing", ["WebContent/index.html", "WebContent", "", "Info.json"])
+def test_without_a_page_the_rest_works(launch, tree, missing):
+    path = tree.page_folder.parent / missing
+    if path.is_dir():
+        shutil.rmtree(path)
+    else:
+        path.unlink()
+    app = launch(tree, ready=missing == "Info.json")
+    app.log.wait(STATUS_REPORT[-1])
+    app.window()
+    assert app.quit() == 0
+    assert (app.own_lines(), app.own_errors()) == (LAUNCH + STATUS_REPORT, [])
 
 
-def test_window_shows_although_the_page_cannot_be_loaded_yet(launch, tmp_path):
+def test_window_shows_although_the_page_cannot_be_loaded_yet(launch, tree, tmp_path):
     env = {"XDG_CACHE_HOME": str(tmp_path / "cache")}
-    launch(env=env).quit()
+    launch(tree, env).quit()
     # What limits the page's access to files was kept there; reading it anew never comes to an end.
     kept = [file for file in (tmp_path / "cache").rglob("content-filters/*") if file.is_file()]
     assert kept
     for file in kept:
         file.unlink()
         os.mkfifo(file)
-    app = launch(env=env, ready=False)
+    app = launch(tree, env, ready=False)
     app.window()
     assert app.quit() == 0
 
 
-def test_started_at_once_there_is_one(desktop, programs, tmp_path):
+def test_started_at_once_there_is_one(desktop, programs, tree):
     programs.end(desktop)
-    tree = InstallTree(programs.installed, tmp_path / "installed")
     apps = [Application(desktop, tree.binary, tree.page_folder) for _ in range(LAUNCHES)]
-    try:
-        wait_for(lambda: sum(app.process.poll() is None for app in apps) == 1, "all but one to end", timeout=120)
-        remaining = next(app for app in apps if app.process.poll() is None)
-        remaining.wait_ready()
-        for app in apps:
-            assert app is remaining or (app.wait_exit(), app.log.lines, app.own_errors()) == (0, [], [])
-        assert len(desktop.windows("Quillory")) == 1
-        assert remaining.own_lines().count("Main window created") == 1
-        children = remaining.children()
-        assert remaining.quit() == 0
-        assert_ended(children)
-    finally:
-        for app in apps:
-            app.kill()
+    remaining, = wait_for(lambda: len(rest := [app for app in apps if app.process.poll() is None]) == 1 and rest,
+                          "all but one to end", timeout=120)
+    remaining.wait_ready()
+    for app in apps:
+        assert app is remaining or (app.wait_exit(), app.log.lines, app.own_errors()) == (0, [], [])
+    assert len(desktop.windows("Quillory")) == 1
+    assert remaining.own_lines().count("Main window created") == 1
+    assert remaining.quit() == 0
