@@ -1,5 +1,4 @@
 // The list of objects beside the canvas and the row of pages below it. Both are list boxes for the keyboard.
-import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
 import { drawPage } from "./export";
 import { t } from "./language";
@@ -30,19 +29,25 @@ function label(text: string): HTMLSpanElement {
   return span;
 }
 
-/** The objects of the page, the front one first. */
+const ROW_HEIGHT = 30; // as in style.css
+const SPARE_ROWS = 4;
+
+/** The objects of the page, the front one first. There are elements for the rows in sight only, and for the chosen one. */
 export class Layers {
   readonly #list = $("layers");
+  /** As high as the list would be with all of its rows. */
+  readonly #height = document.createElement("div");
   #cursor = 0;
 
   constructor(private readonly editor: Editor) {
+    this.#height.setAttribute("role", "presentation");
     this.#list.addEventListener("click", (e) => {
-      const item = (e.target as Element).closest("li");
-      if (item) this.#choose([...this.#list.children].indexOf(item), e.shiftKey || e.ctrlKey);
+      const row = (e.target as Element).closest("li");
+      if (row) this.#choose(Number(row.dataset.row), e.shiftKey || e.ctrlKey);
     });
     this.#list.addEventListener("dblclick", () => editor.stage.editText());
     this.#list.addEventListener("keydown", (e) => {
-      const last = this.#list.childElementCount - 1;
+      const last = editor.stage.objects.length - 1;
       const to = { ArrowDown: this.#cursor + 1, ArrowUp: this.#cursor - 1, Home: 0, End: last }[e.key];
       if (to !== undefined && !e.ctrlKey && !e.altKey) this.#choose(Math.max(0, Math.min(last, to)), e.shiftKey);
       else if (e.key === "Enter") editor.stage.editText();
@@ -50,32 +55,52 @@ export class Layers {
       e.preventDefault();
       e.stopPropagation();
     });
-  }
-
-  get #objects(): FabricObject[] {
-    return [...this.editor.stage.objects].reverse();
+    this.#list.addEventListener("scroll", () => this.#showRows());
+    new ResizeObserver(() => this.#showRows()).observe(this.#list);
   }
 
   #choose(at: number, extend: boolean): void {
     const { stage } = this.editor;
-    const object = this.#objects[at];
+    const object = stage.objects.at(-1 - at);
     if (!object) return;
     this.#cursor = at;
     if (!extend) stage.select([object]);
-    else stage.select(stage.selection.includes(object) ? stage.selection.filter((o) => o !== object) : [...stage.selection, object]);
+    else stage.select(stage.canvas.isSelected(object) ? stage.selection.filter((o) => o !== object) : [...stage.selection, object]);
   }
 
   refresh(): void {
-    const selection = new Set(this.editor.stage.selection);
-    const objects = this.#objects;
-    if (selection.size === 1) this.#cursor = objects.findIndex((o) => selection.has(o));
-    this.#list.replaceChildren(
-      ...objects.map((o, i) => option(`layer-${i}`, selection.has(o), icon(o.type.toLowerCase()), label(nameOf(o)))),
-    );
-    const current = this.#list.children[this.#cursor];
-    if (current) this.#list.setAttribute("aria-activedescendant", current.id);
+    const { objects, selection } = this.editor.stage;
+    const [only, another] = selection;
+    this.#height.style.height = `${objects.length * ROW_HEIGHT}px`;
+    this.#showRows();
+    if (!only || another) return;
+    this.#cursor = objects.length - 1 - objects.indexOf(only);
+    const top = this.#cursor * ROW_HEIGHT;
+    const { scrollTop, clientHeight } = this.#list;
+    if (top < scrollTop) this.#list.scrollTop = top;
+    else if (top + ROW_HEIGHT > scrollTop + clientHeight) this.#list.scrollTop = top + ROW_HEIGHT - clientHeight;
+    this.#showRows();
+  }
+
+  #showRows(): void {
+    const { objects, canvas } = this.editor.stage;
+    const { scrollTop, clientHeight } = this.#list;
+    const first = Math.max(0, Math.floor(scrollTop / ROW_HEIGHT) - SPARE_ROWS);
+    const last = Math.min(objects.length, Math.ceil((scrollTop + clientHeight) / ROW_HEIGHT) + SPARE_ROWS);
+    const numbers = new Set(Array.from({ length: Math.max(0, last - first) }, (_, i) => first + i));
+    if (this.#cursor < objects.length) numbers.add(this.#cursor);
+    const rows = [...numbers].sort((a, b) => a - b).map((number) => {
+      const object = objects.at(-1 - number)!;
+      const row = option(`layer-${number}`, canvas.isSelected(object), icon(object.type.toLowerCase()), label(nameOf(object)));
+      row.dataset.row = String(number);
+      row.style.top = `${number * ROW_HEIGHT}px`;
+      row.setAttribute("aria-posinset", String(number + 1));
+      row.setAttribute("aria-setsize", String(objects.length));
+      return row;
+    });
+    this.#list.replaceChildren(...(objects.length > 0 ? [this.#height] : []), ...rows);
+    if (this.#cursor < objects.length) this.#list.setAttribute("aria-activedescendant", `layer-${this.#cursor}`);
     else this.#list.removeAttribute("aria-activedescendant");
-    if (selection.size === 1) current?.scrollIntoView({ block: "nearest" });
   }
 }
 
@@ -123,7 +148,9 @@ export class Pages {
     const { pages } = this.editor.state;
     for (const [i, page] of pages.entries()) {
       if (this.#thumbs.has(page)) continue;
-      const thumb = await drawPage(page, Math.min(1, (THUMB_HEIGHT * devicePixelRatio) / page.height));
+      const scale = Math.min(1, (THUMB_HEIGHT * devicePixelRatio) / page.height);
+      const { stage } = this.editor;
+      const thumb = page === this.editor.pageData && stage.isSettled ? stage.canvas.picture(scale) : await drawPage(page, scale);
       this.#thumbs.set(page, thumb);
       if (this.editor.state.pages[i] === page) this.#list.children[i]?.querySelector(".thumb")?.replaceChildren(thumb);
     }

@@ -3,6 +3,7 @@ import { ActiveSelection, Canvas, type FabricObject, Point, Textbox, util } from
 import { bakeScale, createObjects, createShape, eachLeaf, type Shape } from "./objects";
 import { FormatError, type ObjectData, type PageData } from "./project";
 import { dataOf, identityOf, remember } from "./record";
+import { StillLayers } from "./still";
 import { CanvasText } from "./text";
 
 const MARGIN = 48;
@@ -11,12 +12,16 @@ const MAX_ZOOM = 16;
 
 type PageFormat = Omit<PageData, "objects">;
 
-/** Draws the page below its objects and dims what lies outside of it. */
+/**
+ * Draws the page below its objects and dims what lies outside of it. While something is dragged or a text is edited, what
+ * lies below and above it is drawn once.
+ */
 class PageCanvas extends Canvas {
   page: PageFormat = { width: 1, height: 1, background: null };
   #outside = "";
   #edge = "";
   #checks: CanvasPattern | null = null;
+  #still: StillLayers | undefined;
 
   useTheme(): void {
     const style = getComputedStyle(document.documentElement);
@@ -63,6 +68,46 @@ class PageCanvas extends Canvas {
     this.add(...objects.filter((o) => !before.has(o)));
     this._objects = [...objects];
     this.requestRenderAll();
+  }
+
+  /** The first and the last of the objects that are being changed by hand, by their places in the pile. */
+  #changing(objects: FabricObject[]): [number, number] | undefined {
+    const active = this._activeObject;
+    const isEdited = active instanceof CanvasText && active.isEditing;
+    if (!active || !(isEdited || this._currentTransform?.actionPerformed)) return undefined;
+    const isActive = (o: FabricObject) => this.isSelected(o);
+    const first = objects.findIndex(isActive);
+    return first < 0 ? undefined : [first, objects.findLastIndex(isActive)];
+  }
+
+  override _renderObjects(ctx: CanvasRenderingContext2D, objects: FabricObject[]): void {
+    const changing = ctx === this.getContext() ? this.#changing(objects) : undefined;
+    if (!changing) {
+      if (ctx === this.getContext()) this.#still = undefined;
+      return super._renderObjects(ctx, objects);
+    }
+    const [first, last] = changing;
+    const [below, above] = [objects.slice(0, first), objects.slice(last + 1)];
+    const draw = (layer: CanvasRenderingContext2D, still: FabricObject[]) => super._renderObjects(layer, still);
+    if (!this.#still?.shows(ctx, below, above)) this.#still = new StillLayers(ctx, below, above, draw);
+    this.#still.drawBelow(ctx);
+    draw(ctx, objects.slice(first, last + 1));
+    this.#still.drawAbove(ctx);
+  }
+
+  /** A small picture of the page as it is now. */
+  picture(scale: number): HTMLCanvasElement {
+    const canvas = document.createElement("canvas");
+    canvas.width = Math.max(1, Math.round(this.page.width * scale));
+    canvas.height = Math.max(1, Math.round(this.page.height * scale));
+    const ctx = canvas.getContext("2d", { willReadFrequently: true })!;
+    ctx.fillStyle = this.page.background ?? "transparent";
+    ctx.fillRect(0, 0, canvas.width, canvas.height);
+    ctx.scale(scale, scale);
+    this.skipOffscreen = false;
+    super._renderObjects(ctx, this._objects);
+    this.skipOffscreen = true;
+    return canvas;
   }
 
   override _renderBackground(ctx: CanvasRenderingContext2D): void {
@@ -172,6 +217,11 @@ export class Stage {
     this.canvas.page = { width, height, background };
     if (resized) this.fit();
     this.canvas.requestRenderAll();
+  }
+
+  /** Whether the canvas shows the page that it was told to show last. */
+  get isSettled(): boolean {
+    return this.#loading === 0;
   }
 
   /** What the canvas shows now, or undefined while a page is being put on it. */
