@@ -8,17 +8,23 @@ const filled = (steps, limit) => {
   return history;
 };
 
-test("a hundred steps are undone and done again in order", () => {
-  const history = filled(100);
-  for (let i = 100; i >= 1; i--) {
-    assert.equal(history.undo(), i, "gives the step that is undone");
-    assert.equal(history.current, i - 1);
-  }
+const undoneSteps = (history) => {
+  const steps = [];
+  for (let step = history.undo(); step !== undefined; step = history.undo()) steps.push(step);
   assert.equal(history.canUndo, false);
-  assert.equal(history.undo(), undefined);
-  for (let i = 1; i <= 100; i++) assert.equal(history.redo(), i);
-  assert.equal(history.redo(), undefined);
-  assert.equal(history.current, 100);
+  return steps;
+};
+
+test("steps are undone and done again in order, as many as the limit allows", () => {
+  for (const [pushed, limit, kept] of [[100, undefined, 100], [25, 10, 10]]) {
+    const history = filled(pushed, limit);
+    const steps = Array.from({ length: kept }, (_, i) => pushed - i);
+    assert.deepEqual(undoneSteps(history), steps, "gives the step that is undone");
+    assert.equal(history.current, pushed - kept);
+    for (const step of steps.reverse()) assert.equal(history.redo(), step);
+    assert.equal(history.redo(), undefined);
+    assert.equal(history.current, pushed);
+  }
 });
 
 test("a new step after undoing drops what was undone", () => {
@@ -27,17 +33,7 @@ test("a new step after undoing drops what was undone", () => {
   history.undo();
   history.push(9);
   assert.equal(history.canRedo, false);
-  assert.equal(history.current, 9);
-  history.undo();
-  assert.equal(history.current, 1);
-});
-
-test("beyond the limit the oldest steps go", () => {
-  const history = filled(25, 10);
-  let steps = 0;
-  while (history.undo() !== undefined) steps++;
-  assert.equal(steps, 10);
-  assert.equal(history.current, 15);
+  assert.deepEqual(undoneSteps(history), [9, 1]);
 });
 
 test("steps merge only when they follow each other closely under one tag", () => {
@@ -57,9 +53,7 @@ test("steps merge only when they follow each other closely under one tag", () =>
       now = time;
       history.push(`${tag}@${time}`, tag);
     }
-    let steps = 0;
-    while (history.undo() !== undefined) steps++;
-    assert.equal(steps, expected, what);
+    assert.equal(undoneSteps(history).length, expected, what);
     assert.equal(history.current, "start", what);
   }
 });

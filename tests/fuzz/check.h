@@ -1,7 +1,10 @@
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 // What a fuzz target found wrong ends the process, so that the fuzzer keeps the input.
 inline void check(bool condition, const char* what)

@@ -1,4 +1,4 @@
-// Runs a fuzz target on files instead of under the fuzzer: TARGET FILE_OR_FOLDER…
+// Runs a fuzz target on a folder of files instead of under the fuzzer.
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -8,30 +8,16 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-namespace {
-
-int replayed = 0;
-
-void replay(const std::filesystem::path& path)
+int main(int, char** arguments)
 {
-    if (std::filesystem::is_directory(path)) {
-        for (const auto& entry : std::filesystem::directory_iterator(path))
-            replay(entry.path());
-        return;
+    int replayed = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(arguments[1])) {
+        std::fprintf(stderr, "%s\n", entry.path().c_str());
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string input {std::istreambuf_iterator<char>(file), {}};
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
+        ++replayed;
     }
-    std::ifstream file(path, std::ios::binary);
-    const std::string input {std::istreambuf_iterator<char>(file), {}};
-    std::fprintf(stderr, "%s\n", path.c_str());
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
-    ++replayed;
-}
-
-}
-
-int main(int count, char** arguments)
-{
-    for (int i = 1; i < count; ++i)
-        replay(arguments[i]);
     std::fprintf(stderr, "%d inputs replayed\n", replayed);
     return replayed > 0 ? 0 : 1;
 }

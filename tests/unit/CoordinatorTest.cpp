@@ -5,449 +5,319 @@
 #include "TemporaryFolder.h"
 #include "fake/FakePlatform.h"
 #include "fake/PlainValue.h"
-#include "support/StringBytes.h"
 
 namespace quillory::web {
 
 namespace {
 
-using fake::FakePlatform;
+namespace fs = std::filesystem;
+using namespace nlohmann::literals;
 using fake::PlainValue;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Lines = std::vector<std::string>;
-using Settings = std::map<std::string, std::string>;
-using Object = std::map<std::string, json>;
-using Array = std::vector<json>;
+using Texts = std::vector<std::string>;
 
 // The coordinator in a web view, with a page that a test speaks for.
 class CoordinatorTest : public testing::Test {
 protected:
-    void post(const std::string& name, json body = {})
+    // Posts a message, lets all of it run and returns the lines it logged.
+    Texts post(const std::string& name, const json& body = {})
     {
-        view->post(name, std::make_shared<PlainValue>(std::move(body)));
+        view->scripts.clear();
+        platform.stepsOf([&] { view->post(name, std::make_shared<PlainValue>(body)); });
+        platform.runMainQueue();
+        return platform.lines;
     }
 
-    // Lets what was posted run and returns the lines it logged.
-    Lines linesAfter(const std::string& name, json body = {})
+    // Ends the panel that is open and returns the lines since the message that opened it.
+    Texts choose(const std::optional<fs::path>& path, ModalResponse response = ModalResponse::ok)
     {
-        platform.steps.clear();
-        post(name, std::move(body));
+        takePanel().completion(response, path);
         platform.runMainQueue();
-        return platform.lines();
+        return platform.lines;
     }
 
     fake::FakePanel takePanel()
     {
-        EXPECT_FALSE(platform.panels.empty());
-        auto panel = std::move(platform.panels.front());
-        platform.panels.pop_front();
-        platform.steps.clear();
+        EXPECT_EQ(platform.panels.size(), 1U);
+        auto panel = platform.panels.front();
+        platform.panels.clear();
         return panel;
     }
 
-    Lines choose(const std::filesystem::path& path)
+    // What the page was answered that asked how a request ended; the other scripts stay.
+    json takeAnswer()
     {
-        takePanel().completion(ModalResponse::ok, path);
-        finish();
-        return platform.lines();
+        const std::string head = "window.handleNativeResult('";
+        if (view->scripts.empty() || !view->scripts.front().starts_with(head))
+            return {};
+        auto text = view->scripts.front().substr(head.size());
+        view->scripts.erase(view->scripts.begin());
+        return json::parse(text.erase(text.rfind("');")).erase(text.find("\\'"), 1));
     }
 
-    // Does what is still to be done, a batch's further turns too.
-    void finish()
-    {
-        for (platform.runMainQueue(); !platform.delayed.empty(); platform.runMainQueue()) {
-            for (const auto& work : std::exchange(platform.delayed, {}))
-                work();
-        }
-    }
+    fs::path inFolder(const std::string& name) const { return folder.path() / name; }
 
-    // The scripts that a page gets which asks how a request ended; without `chosen` its panel is cancelled.
-    std::vector<std::string> answers(const std::string& name, Object body,
-                                     const std::optional<std::filesystem::path>& chosen = {})
-    {
-        view->scripts.clear();
-        body["reply"] = "it's 1";
-        linesAfter(name, body);
-        if (!platform.panels.empty())
-            takePanel().completion(chosen ? ModalResponse::ok : ModalResponse::cancel, chosen);
-        finish();
-        return view->scripts;
-    }
-
-    static std::string answer(const std::string& result, const std::string& name, const std::string& rest = {})
-    {
-        return R"(window.handleNativeResult('{"reply":"it\'s 1","result":")" + result + R"(","name":")" + name + '"'
-            + rest + "}');";
-    }
-
-    FakePlatform platform;
+    fake::FakePlatform platform;
     std::shared_ptr<WebView::Coordinator> coordinator = WebView(platform).makeCoordinator();
     std::shared_ptr<fake::FakeWebView> view =
         std::dynamic_pointer_cast<fake::FakeWebView>(WebView(platform).makeNSView({coordinator}));
     TemporaryFolder folder;
 };
 
-// A download with so many keys.
-json withKeys(int count)
-{
-    Object object {{"filename", "a.png"}, {"data", ",QUJD"}};
-    for (int i = 2; i < count; ++i)
-        object[std::to_string(i)] = "";
-    return object;
-}
-
-json file(const std::string& name, const std::string& data)
-{
-    return Object {{"filename", name}, {"data", data}};
-}
+const json download {{"filename", "a.png"}, {"data", ",QUJD"}};
 
 }
 
 TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
 {
-    const json number = 1;
-    const struct {
-        const char* message;
-        const char* line;
-        std::vector<json> bodies;
-    } cases[] = {
-        {"nativeDownload",
-         "❌ Invalid download message",
-         {json(), true, number, "text", Array {}, Object {}, Object {{"filename", "a.png"}}, Object {{"data", ",QUJD"}},
-          Object {{"filename", "a.png"}, {"data", ",QUJD"}, {"size", number}},
-          Object {{"filename", "a.png"}, {"data", json()}}, Object {{"filename", number}, {"data", ",QUJD"}},
-          withKeys(100'001)}},
-        {"nativeBatchDownload",
-         "❌ Invalid batch download message",
-         {json(), "text", Array {}, Object {}, Object {{"file", Array {}}}, Object {{"files", "text"}},
-          Object {{"files", Object {}}}, Object {{"files", Array {file("a", ",QUJD"), number}}},
-          Object {{"files", Array {Object {{"filename", "a"}, {"data", ",QUJD"}, {"n", number}}}}},
-          Object {{"files", Array(100'001, Object {})}}}},
-        {"nativeCopy",
-         "❌ Invalid copy message",
-         {json(), "text", Array {}, Object {}, Object {{"text", "x"}}, Object {{"data", number}},
-          Object {{"data", "x"}, {"count", number}}}},
-    };
-    for (const auto& [message, line, bodies] : cases) {
-        for (const auto& body : bodies) {
-            EXPECT_THAT(linesAfter(message, body), ElementsAre(line));
+    auto refused = R"({
+        "download": [null, true, 1, "text", [], {}, {"filename": "a"}, {"data": ",QUJD"},
+                     {"filename": 1, "data": ",QUJD"}, {"filename": "a", "data": null},
+                     {"filename": "a", "data": ",QUJD", "size": 1}],
+        "batch download": [null, "text", [], {}, {"file": []}, {"files": "text"}, {"files": {}},
+                           {"files": [{"filename": "a", "data": ",QUJD"}, 1]},
+                           {"files": [{"filename": "a", "data": ",QUJD", "n": 1}]}],
+        "copy": [null, "text", [], {}, {"text": "x"}, {"data": 1}, {"data": "x", "count": 1}]
+    })"_json;
+    auto& large = refused["download"].emplace_back(download);
+    while (large.size() < 100'001)
+        large[std::to_string(large.size())] = "";
+    refused["batch download"].push_back({{"files", json(100'001, json::object())}});
+    for (const auto& [message, kind] : {std::pair {"nativeDownload", "download"},
+                                        {"nativeBatchDownload", "batch download"},
+                                        {"nativeCopy", "copy"}}) {
+        for (const auto& body : refused[kind]) {
+            EXPECT_THAT(post(message, body), ElementsAre(std::string("❌ Invalid ") + kind + " message"));
             EXPECT_THAT(platform.panels, IsEmpty());
         }
     }
-    EXPECT_THAT(platform.generalPasteboard().strings, IsEmpty());
+    EXPECT_THAT(platform.copied, IsEmpty());
+    EXPECT_THAT(post("NativeDownload"), ElementsAre("❌ Unknown message: NativeDownload"));
 }
 
-TEST_F(CoordinatorTest, NamesAMessageThatNobodyHandles)
+TEST_F(CoordinatorTest, DescribesItsPanels)
 {
-    EXPECT_THAT(linesAfter("NativeDownload"), ElementsAre("❌ Unknown message: NativeDownload"));
+    auto cases = R"([
+        ["nativeFilePicker", {"files": "yes", "directories": "no", "multiple": "no", "types": "application/json",
+                              "message": "Select a Quillory project file"}],
+        ["nativeImagePicker", {"files": "yes", "directories": "no", "multiple": "no",
+                               "message": "Select an image to add to canvas",
+                               "types": "image/png image/jpeg image/gif image/webp image/heic image/bmp image/tiff"}],
+        ["nativeBatchDownload", {"files": "no", "directories": "yes", "multiple": "no", "create directories": "yes",
+                                 "message": "Choose a folder to save 1 files", "prompt": "Save Here"}]
+    ])"_json;
+    const auto types = R"({"Logo.PNG": "image/png", "photo.jpg": "image/jpeg", "photo.JPEG": "image/jpeg",
+        "a.b.pdf": "application/pdf", "p.json": "application/json", ".png": "image/png"})"_json;
+    for (const char* name : {"Logo.PNG", "photo.jpg", "photo.JPEG", "a.b.pdf", "p.json", ".png", "notes.txt", "README",
+                             "v1.0/png", "dot."}) {
+        json settings {{"name", name}, {"create directories", "yes"}};
+        if (types.contains(name))
+            settings["types"] = types[name];
+        cases.push_back({"nativeDownload", settings});
+    }
+    for (const auto& row : cases) {
+        const json body {{"filename", row[1].value("name", "")}, {"data", ","}};
+        const json batch {{"files", {body}}};
+        view->post(row[0], std::make_shared<PlainValue>(row[0] == "nativeBatchDownload" ? batch : body));
+        EXPECT_THAT(platform.panels, IsEmpty()) << "while the message is handled";
+        platform.runMainQueue();
+        EXPECT_EQ(json(takePanel().settings), row[1]);
+    }
 }
 
-TEST_F(CoordinatorTest, ShowsPickersAfterTheMessageWasHandled)
+TEST_F(CoordinatorTest, EndsARequestAsTheUserChooses)
 {
-    post("nativeFilePicker");
-    post("nativeImagePicker", "anything");
-    EXPECT_THAT(platform.lines(),
-                ElementsAre("📂 Native file picker requested", "🖼️ Native image picker requested"));
-    EXPECT_THAT(platform.panels, IsEmpty());
-    platform.runMainQueue();
-    EXPECT_EQ(platform.panels.size(), 2U);
-}
-
-TEST_F(CoordinatorTest, SavesADownloadWhereTheUserSays)
-{
-    EXPECT_THAT(
-        linesAfter("nativeDownload", Object {{"filename", "logo.png"}, {"data", "xyz,QUJD"}, {"note", "extra"}}),
-        ElementsAre("📥 Native download requested: logo.png", "✅ Decoded 3 bytes"));
-    const auto path = folder.write("logo.png", "something longer that was there before");
-    EXPECT_THAT(choose(path), ElementsAre("✅ File saved to: " + path.string()));
-    EXPECT_EQ(folder.read("logo.png"), "ABC");
-
-    linesAfter("nativeDownload", file("empty", "data:application/octet-stream;base64,"));
-    EXPECT_THAT(platform.lines(), ElementsAre("📥 Native download requested: empty", "✅ Decoded 0 bytes"));
-    choose(folder.path() / "empty");
-    EXPECT_EQ(folder.read("empty"), "");
-
-    EXPECT_THAT(linesAfter("nativeDownload", file("a", "no comma")),
-                ElementsAre("📥 Native download requested: a", "❌ Failed to decode data URL"));
-    EXPECT_THAT(platform.panels, IsEmpty());
-
-    linesAfter("nativeDownload", file("a", ",QUJD"));
-    EXPECT_THAT(choose(folder.path() / "missing" / "a"), ElementsAre("❌ Error saving file: No such file or directory"));
-}
-
-TEST_F(CoordinatorTest, TellsAPageThatAsksHowItEnded)
-{
-    const auto reason = [](const std::string& text) { return R"(,"reason":")" + text + '"'; };
-    const Object download {{"filename", "a.png"}, {"data", ",QUJD"}};
-    const auto batch = [](const Array& files) { return Object {{"files", files}, {"count", 1}}; };
-    const auto project = folder.write("p.json", "{}");
-    const auto missing = folder.path() / "missing" / "p.json";
-    const auto name = folder.path().filename().string();
-    std::filesystem::create_directory(folder.path() / "sub");
-    const std::string noFile = reason("No such file or directory");
-    const struct {
-        const char* message;
-        Object body;
-        std::optional<std::filesystem::path> chosen;
-        std::string answer;
-    } cases[] = {
-        {"nativeDownload", download, {}, answer("cancelled", "a.png")},
-        {"nativeDownload", download, missing, answer("failed", "p.json", noFile)},
-        {"nativeDownload",
-         {{"filename", "a"}, {"data", "!"}},
-         {},
-         answer("failed", "a", reason("Failed to decode data URL"))},
-        {"nativeDownload", {{"filename", "a"}}, {}, answer("failed", "", reason("Invalid download message"))},
-        {"nativeBatchDownload", batch({file("b", ",QUJD")}), folder.path(), answer("saved", name)},
-        {"nativeBatchDownload", batch({file("b", ",QUJD")}), {}, answer("cancelled", "")},
-        {"nativeBatchDownload", batch({file("b", ",QUJD"), file("sub", ",")}), folder.path(),
-         answer("failed", name, reason("sub: Is a directory"))},
-        {"nativeBatchDownload", {}, {}, answer("failed", "", reason("Invalid batch download message"))},
-        {"nativeFilePicker", {}, {}, answer("cancelled", "")},
-        {"nativeFilePicker", {}, missing, answer("failed", "p.json", noFile)},
-    };
-    for (const auto& [message, body, chosen, expected] : cases)
-        EXPECT_THAT(answers(message, body, chosen), ElementsAre(expected));
-    EXPECT_THAT(answers("nativeFilePicker", {}, project),
-                ElementsAre(testing::StartsWith(answer("opened", "p.json").substr(0, 60)),
-                            "window.handleNativeFileContent('{}');"));
+    folder.write("old", "something longer that was there before");
+    folder.write("p.json", "it's");
+    folder.write("a.PNG", "ABC");
+    fs::create_directory(inFolder("sub"));
+    // The message and where the user wants it; what is logged, what the page is answered and what it is given.
+    const auto cases = R"([
+        ["nativeDownload", {"filename": "a", "data": ","}, "empty",
+         ["📥 Native download requested: a", "✅ Decoded 0 bytes", "✅ File saved to: FOLDER/empty"],
+         {"result": "saved", "name": "empty", "file": 32}],
+        ["nativeDownload", {"filename": "a", "data": "x,QUJD", "more": ""}, "old",
+         ["📥 Native download requested: a", "✅ Decoded 3 bytes", "✅ File saved to: FOLDER/old"],
+         {"result": "saved", "name": "old", "file": 32}],
+        ["nativeDownload", {"filename": "a", "data": ","}, "missing/b",
+         ["📥 Native download requested: a", "✅ Decoded 0 bytes", "❌ Error saving file: No such file or directory"],
+         {"result": "failed", "name": "b", "reason": "No such file or directory"}],
+        ["nativeDownload", {"filename": "a", "data": ","}, null,
+         ["📥 Native download requested: a", "✅ Decoded 0 bytes"], {"result": "cancelled", "name": "a"}],
+        ["nativeDownload", {"filename": "a", "data": "QUJD"}, null,
+         ["📥 Native download requested: a", "❌ Failed to decode data URL"],
+         {"result": "failed", "name": "a", "reason": "Failed to decode data URL"}],
+        ["nativeDownload", {"filename": "a"}, null, ["❌ Invalid download message"],
+         {"result": "failed", "name": "", "reason": "Invalid download message"}],
+        ["nativeBatchDownload", {"files": []}, "sub",
+         ["📥 Batch download requested: 0 files", "✅ Saved 0/0 files to: FOLDER/sub"],
+         {"result": "saved", "name": "sub"}],
+        ["nativeBatchDownload", {"files": [{"filename": "b", "data": ","}, {"filename": "c"}], "n": 1}, "sub",
+         ["📥 Batch download requested: 2 files", "✅ Saved 1/2 files to: FOLDER/sub"],
+         {"result": "failed", "name": "sub", "reason": "c: There is no content that can be read"}],
+        ["nativeBatchDownload", {"files": []}, null, ["📥 Batch download requested: 0 files"],
+         {"result": "cancelled", "name": ""}],
+        ["nativeBatchDownload", {}, null, ["❌ Invalid batch download message"],
+         {"result": "failed", "name": "", "reason": "Invalid batch download message"}],
+        ["nativeFilePicker", {}, "p.json", ["📂 Native file picker requested", "✅ File loaded: p.json"],
+         {"result": "opened", "name": "p.json", "file": 32}, "window.handleNativeFileContent('it\\'s');"],
+        ["nativeFilePicker", {}, "missing/p.json",
+         ["📂 Native file picker requested", "❌ Error reading file: No such file or directory"],
+         {"result": "failed", "name": "p.json", "reason": "No such file or directory"}],
+        ["nativeFilePicker", {}, null, ["📂 Native file picker requested"], {"result": "cancelled", "name": ""}],
+        ["nativeImagePicker", {}, "a.PNG", ["🖼️ Native image picker requested", "✅ Image loaded: a.PNG"],
+         null, "window.handleNativeImageContent('data:image/png;base64,QUJD');"],
+        ["nativeImagePicker", {}, null, ["🖼️ Native image picker requested"], null]
+    ])"_json;
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row);
+        Texts lines = row[3];
+        if (const auto place = lines.back().find("FOLDER"); place != std::string::npos)
+            lines.back().replace(place, 6, folder.path());
+        for (const bool isAsked : {false, true}) {
+            auto body = row[1];
+            auto expected = isAsked ? row[4] : json();
+            if (isAsked)
+                body["reply"] = "it's 1";
+            if (!expected.is_null())
+                expected["reply"] = "it's 1";
+            post(row[0], body);
+            if (!platform.panels.empty()) {
+                const bool isChosen = !row[2].is_null();
+                // Neither a path without a yes nor a yes without a path is a choice.
+                const auto path =
+                    isChosen || isAsked ? std::optional(inFolder(row[2].is_null() ? "x" : row[2])) : std::nullopt;
+                choose(path, isChosen || !isAsked ? ModalResponse::ok : ModalResponse::cancel);
+            }
+            EXPECT_EQ(platform.lines, lines);
+            auto answer = takeAnswer();
+            if (answer.contains("file"))
+                answer["file"] = answer["file"].get<std::string>().size();
+            EXPECT_EQ(answer, expected);
+            EXPECT_EQ(view->scripts, row.size() > 5 ? Texts {row[5]} : Texts {});
+        }
+    }
+    EXPECT_EQ(folder.read("old"), "ABC");
 }
 
 TEST_F(CoordinatorTest, WritesAFileAgainForThePageThatHasItsHandle)
 {
-    const auto path = folder.write("logo.png", "older");
-    Object body {{"filename", "a.png"}, {"data", ",QUJD"}};
-    const auto saved = answers("nativeDownload", body, path);
-    ASSERT_THAT(saved, ElementsAre(testing::HasSubstr(R"("result":"saved","name":"logo.png","file":")")));
-    body["file"] = saved[0].substr(saved[0].find("file\":\"") + 7, 32);
+    auto body = download;
+    body["reply"] = "it's 1";
+    post("nativeDownload", body);
+    choose(folder.write("logo.png", "older"));
+    const auto saved = takeAnswer();
+    body["file"] = saved["file"];
     body["data"] = ",QQ==";
-    EXPECT_EQ(answers("nativeDownload", body), saved);
-    EXPECT_THAT(
-        platform.lines(),
-        ElementsAre("📥 Native download requested: a.png", "✅ Decoded 1 bytes", "✅ File saved to: " + path.string()));
+    EXPECT_THAT(post("nativeDownload", body), testing::Contains("✅ File saved to: " + inFolder("logo.png").string()));
+    EXPECT_EQ(takeAnswer(), saved);
     EXPECT_EQ(folder.read("logo.png"), "A");
 
     // Without the wish for an answer the key is one of those that nobody reads.
-    linesAfter("nativeDownload", body);
-    EXPECT_EQ(platform.panels.size(), 1U);
+    body.erase("reply");
+    post("nativeDownload", body);
     takePanel();
 
     // Neither the handle nor what was asked for before outlives the page.
-    linesAfter("nativeDownload", Object {{"filename", "a"}, {"data", ","}, {"reply", "2"}});
-    view->endPage();
+    body["reply"] = "it's 1";
     body["data"] = ",QUJD";
-    EXPECT_THAT(answers("nativeDownload", body),
-                ElementsAre(answer("failed", "a.png", R"(,"reason":"The page has no such file")")));
+    post("nativeDownload", {{"filename", "a"}, {"data", ","}, {"reply", "2"}});
+    view->endPage();
+    post("nativeDownload", body);
+    EXPECT_EQ(takeAnswer()["reason"], "The page has no such file");
     EXPECT_EQ(folder.read("logo.png"), "A");
     EXPECT_THAT(platform.alerts, IsEmpty());
 }
 
 TEST_F(CoordinatorTest, TellsTheUserWhatWasNotSavedOrOpened)
 {
-    using Texts = std::pair<std::string, std::string>;
-    const auto next = [this] {
-        finish();
-        const auto alert = platform.alerts.empty() ? fake::FakeAlert() : platform.alerts.front();
+    const auto expectAlert = [this](const std::string& message, const std::string& text) {
+        ASSERT_EQ(platform.alerts.size(), 1U);
+        const auto alert = platform.alerts.front();
         platform.alerts.clear();
-        if (alert.answer)
-            alert.answer(alertFirstButtonReturn);
-        return Texts {alert.messageText, alert.informativeText};
+        const fake::Settings settings {
+            {"message", message}, {"text", text}, {"style", "0"}, {"buttons", "OK"}, {"modal", "no"}};
+        EXPECT_EQ(alert.settings, settings);
+        alert.answer(alertFirstButtonReturn);
+        platform.runMainQueue();
     };
     const std::string noFile = "No such file or directory";
-    linesAfter("nativeDownload", file("a", ",QUJD"));
-    choose(folder.path() / "missing" / "logo\n.png");
-    EXPECT_EQ(next(), Texts("“logo?.png” was not saved", noFile));
+    post("nativeDownload", download);
+    choose(inFolder("missing/logo\n.png"));
+    expectAlert("“logo?.png” was not saved", noFile);
 
     const std::string longName(300, 'n');
-    linesAfter("nativeBatchDownload", Object {{"files", Array {file("a", ",QUJD"), Object {}, file(longName, ",")}}});
+    post("nativeBatchDownload", {{"files", {download, json::object(), {{"filename", longName}, {"data", ","}}}}});
     choose(folder.path());
     // What fails while an alert is open waits for the next one, where all of it is together.
     view->dropFiles({"/missing/a.png", "/missing/p.json"});
-    finish();
-    EXPECT_EQ(platform.alerts.size(), 1U);
-    EXPECT_EQ(next(),
-              Texts("Files saved: 1/3", "There is no content that can be read\n" + longName.substr(0, 200) + "…"));
-    EXPECT_EQ(next(),
-              Texts("Not every file was saved or opened",
-                    "“a.png” was not opened: " + noFile + "\n“p.json” was not opened: " + noFile));
-    EXPECT_EQ(next(), Texts());
-}
-
-TEST_F(CoordinatorTest, LimitsTheSavePanelByTheNamesExtension)
-{
-    const std::pair<const char*, const char*> cases[] = {
-        {"Logo.PNG", "image/png"},      {"photo.jpg", "image/jpeg"},
-        {"photo.JPEG", "image/jpeg"},   {"a.b.pdf", "application/pdf"},
-        {"p.json", "application/json"}, {".png", "image/png"},
-        {"notes.txt", nullptr},         {"README", nullptr},
-        {"v1.0/png", nullptr},          {"dot.", nullptr},
-    };
-    for (const auto& [name, types] : cases) {
-        linesAfter("nativeDownload", file(name, ","));
-        Settings settings {{"name", name}, {"create directories", "yes"}};
-        if (types != nullptr)
-            settings["types"] = types;
-        EXPECT_EQ(takePanel().settings, settings);
-    }
-}
-
-TEST_F(CoordinatorTest, EndsSilentlyWhenAPanelIsCancelled)
-{
-    for (const char* message : {"nativeDownload", "nativeFilePicker", "nativeImagePicker"}) {
-        linesAfter(message, file("a.png", ",QUJD"));
-        takePanel().completion(ModalResponse::cancel, folder.path() / "a.png");
-        linesAfter(message, file("a.png", ",QUJD"));
-        takePanel().completion(ModalResponse::ok, std::nullopt);
-        EXPECT_THAT(platform.steps, IsEmpty()) << message;
-    }
-    linesAfter("nativeBatchDownload", Object {{"files", Array {file("a.png", ",QUJD")}}});
-    takePanel().completion(ModalResponse::cancel, folder.path());
-    EXPECT_THAT(platform.steps, IsEmpty());
-    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+    platform.runMainQueue();
+    expectAlert("Files saved: 1/3", "There is no content that can be read\n" + longName.substr(0, 200) + "…");
+    expectAlert("Not every file was saved or opened",
+                "“a.png” was not opened: " + noFile + "\n“p.json” was not opened: " + noFile);
+    EXPECT_THAT(platform.alerts, IsEmpty());
 }
 
 TEST_F(CoordinatorTest, SavesABatchIntoOneFolder)
 {
-    folder.write("old.txt", "a content that is replaced");
-    std::filesystem::create_directory(folder.path() / "sub");
-    std::filesystem::create_directory(folder.path() / "is-a-folder");
     const TemporaryFolder outside;
-    std::filesystem::create_symlink(outside.path(), folder.path() / "link");
-    std::filesystem::create_symlink("sub", folder.path() / "inner-link");
     outside.write("target", "untouched");
-    std::filesystem::create_symlink(outside.path() / "target", folder.path() / "link-to-file");
+    folder.write("old", "a content that is replaced");
+    for (const char* name : {"sub", "is-a-folder"})
+        fs::create_directory(inFolder(name));
+    for (const auto& [name, target] :
+         {std::pair {"link", outside.path()}, {"link-to-file", outside.path() / "target"}, {"inner-link", "sub"}})
+        fs::create_symlink(target, inFolder(name));
+    auto files = R"([
+        {}, {"filename": "no data"}, {"data": ",QUJD"}, {"filename": "no comma", "data": "QUJD"},
+        {"filename": "not base64", "data": ",QUJ"}, {"filename": "same", "data": ",QUJD"},
+        {"filename": "same", "data": ",QQ=="}, {"filename": "sub/file", "data": ",QUJD"},
+        {"filename": "sub/../up-and-down", "data": ",QUJD"}, {"filename": "inner-link/linked", "data": ",QUJD"}
+    ])"_json;
+    for (const char* name : {"missing/file", "../outside", "/absolute", "link/outside", "link-to-file", "is-a-folder"})
+        files.push_back({{"filename", name}, {"data", ",QUJD"}});
+    // The next one has to wait until the first is written.
+    files.insert(files.begin(), json {{"filename", "old"}, {"data", "," + std::string(4 << 20, 'A')}});
+    post("nativeBatchDownload", {{"files", files}});
     const auto leaving = [](const std::string& name) {
         return "❌ Error saving " + name + ": The name leads out of the chosen folder";
     };
-
-    // The next one has to wait until the first is written.
-    const std::string large(3 << 20, '\0');
-    const Array files {
-        file("old.txt", "," + std::string(4 << 20, 'A')),
-        Object {},
-        Object {{"filename", "no data"}},
-        Object {{"data", ",QUJD"}},
-        file("no comma", "QUJD"),
-        file("not base64", ",QUJ"),
-        file("same", ",QUJD"),
-        file("same", ",QQ=="),
-        file("sub/file", ",QUJD"),
-        file("sub/../up-and-down", ",QUJD"),
-        file("inner-link/linked", ",QUJD"),
-        file("missing/file", ",QUJD"),
-        file("../outside", ",QUJD"),
-        file("/absolute", ",QUJD"),
-        file("link/outside", ",QUJD"),
-        file("link-to-file", ",QUJD"),
-        file("is-a-folder", ",QUJD"),
-    };
-    EXPECT_THAT(linesAfter("nativeBatchDownload", Object {{"files", files}}),
-                ElementsAre("📥 Batch download requested: 17 files"));
-    EXPECT_EQ(platform.panels.front().settings,
-              (Settings {{"files", "no"},
-                         {"directories", "yes"},
-                         {"multiple", "no"},
-                         {"create directories", "yes"},
-                         {"message", "Choose a folder to save 17 files"},
-                         {"prompt", "Save Here"}}));
-    EXPECT_THAT(choose(folder.path()),
-                ElementsAre("❌ Error saving missing/file: No such file or directory", leaving("../outside"),
-                            leaving("/absolute"), leaving("link/outside"), leaving("link-to-file"),
-                            "❌ Error saving is-a-folder: Is a directory",
-                            "✅ Saved 6/17 files to: " + folder.path().string()));
-    EXPECT_TRUE(folder.read("old.txt") == large);
+    EXPECT_THAT(
+        choose(folder.path()),
+        ElementsAre("📥 Batch download requested: 17 files", "❌ Error saving missing/file: No such file or directory",
+                    leaving("../outside"), leaving("/absolute"), leaving("link/outside"), leaving("link-to-file"),
+                    "❌ Error saving is-a-folder: Is a directory", "✅ Saved 6/17 files to: " + folder.path().string()));
+    EXPECT_TRUE(folder.read("old") == std::string(3 << 20, '\0'));
     EXPECT_EQ(folder.read("same"), "A");
-    EXPECT_EQ(folder.read("sub/file"), "ABC");
-    EXPECT_EQ(folder.read("sub/linked"), "ABC");
-    EXPECT_EQ(folder.read("up-and-down"), "ABC");
+    for (const char* name : {"sub/file", "sub/linked", "up-and-down"})
+        EXPECT_EQ(folder.read(name), "ABC");
     EXPECT_EQ(outside.read("target"), "untouched");
-    EXPECT_FALSE(std::filesystem::exists(outside.path() / "outside"));
-}
-
-TEST_F(CoordinatorTest, SavesAnEmptyBatch)
-{
-    EXPECT_THAT(linesAfter("nativeBatchDownload", Object {{"files", Array {}}}),
-                ElementsAre("📥 Batch download requested: 0 files"));
-    EXPECT_THAT(choose(folder.path()), ElementsAre("✅ Saved 0/0 files to: " + folder.path().string()));
+    EXPECT_FALSE(fs::exists(outside.path() / "outside"));
 }
 
 TEST_F(CoordinatorTest, HandsAProjectFileToThePageIfItIsText)
 {
-    const auto open = [this](const std::string& content) {
-        view->scripts.clear();
-        linesAfter("nativeFilePicker");
-        return choose(folder.write("project.json", content));
-    };
-    const std::string accepted[] = {
-        "",
-        "not JSON, it's text\\\r\n",
-        "\xEF\xBB\xBF{}",
-        std::string("a\0b", 3),
-        std::string(100'000, '\''),
-        "12345678\x7F 12345678\xC2\x80\xDF\xBF 12345678",
-        "\xE0\xA0\x80\xE0\xBF\xBF\xE1\x80\x80\xEC\xBF\xBF\xED\x80\x80\xED\x9F\xBF\xEE\x80\x80\xEF\xBF\xBF",
-        "\xF0\x90\x80\x80\xF0\xBF\xBF\xBF\xF1\x80\x80\x80\xF3\xBF\xBF\xBF\xF4\x80\x80\x80\xF4\x8F\xBF\xBF",
-    };
-    for (const auto& content : accepted) {
-        open(content);
-        EXPECT_THAT(platform.steps, ElementsAre("evaluate", "log: ✅ File loaded: project.json")) << content;
+    for (const std::string& content : {std::string("a\0b\\\r\n", 6), std::string(100'000, '\''), std::string()}) {
+        post("nativeFilePicker");
+        EXPECT_EQ(choose(folder.write("p", content)).back(), "✅ File loaded: p");
+        EXPECT_EQ(platform.steps.at(1), "evaluate");
         EXPECT_THAT(view->scripts, ElementsAre(scriptForText(fileContentCall, content)));
     }
-    const std::string refused[] = {
-        // Overlong, a surrogate, too high, and bytes that nothing starts with.
-        "\xC1\xBF",
-        "\xE0\x9F\xBF",
-        "\xF0\x8F\xBF\xBF",
-        "\xED\xA0\x80",
-        "\xF4\x90\x80\x80",
-        "\xF5\x80\x80\x80",
-        "\x80",
-        "12345678\xFF",
-        // Cut off by the end or by something else.
-        "\xC3",
-        "\xE2\x82",
-        "\xF1\x80\x80",
-        "\xC3(",
-        "\xC3\xC0",
-        "\xE2(\xA1",
-        "\xE2\x82(",
-        "\xE2\x82\xC0",
-        "\xF1(\x80\x80",
-        "\xF1\x80(\x80",
-        "\xF1\x80\x80(",
-        "\xF1\x80\x80\xC0 and more text",
-    };
-    for (const auto& content : refused) {
-        EXPECT_THAT(open(content), ElementsAre("❌ Error reading file: The file is not valid UTF-8 text")) << content;
-        EXPECT_THAT(view->scripts, IsEmpty());
-    }
+    post("nativeFilePicker");
+    EXPECT_EQ(choose(folder.write("p", "not \xFF")).back(), "❌ Error reading file: The file is not valid UTF-8 text");
+    EXPECT_THAT(view->scripts, IsEmpty());
 }
 
-TEST_F(CoordinatorTest, ReadsToTheEndWhateverSizeAFileHas)
-{
-    // One is said to have a page of memory, the other, which is larger than the first step, nothing at all.
-    linesAfter("nativeFilePicker");
-    EXPECT_THAT(choose("/sys/devices/system/cpu/online"), ElementsAre("✅ File loaded: online"));
-    linesAfter("nativeFilePicker");
-    EXPECT_THAT(choose("/proc/kallsyms"), ElementsAre("✅ File loaded: kallsyms"));
-    EXPECT_THAT(view->scripts,
-                ElementsAre(testing::MatchesRegex(R"(window\.handleNativeFileContent\('[0-9,-]+\\n'\);)"),
-                            testing::SizeIs(testing::Gt(1U << 20))));
-}
-
-TEST_F(CoordinatorTest, ReadsRegularFilesOnly)
+TEST_F(CoordinatorTest, ReadsRegularFilesToTheEndAndNothingElse)
 {
     const auto sparse = [this](const char* name, std::uintmax_t size) {
-        std::filesystem::resize_file(folder.write(name, ""), size);
-        return folder.path() / name;
+        fs::resize_file(folder.write(name, ""), size);
+        return inFolder(name);
     };
-    const struct {
-        std::filesystem::path path;
-        const char* error;
-    } cases[] = {
-        {folder.path() / "missing", "No such file or directory"},
+    const std::pair<fs::path, std::string> cases[] = {
+        {inFolder("missing"), "No such file or directory"},
         {folder.path(), "Is a directory"},
         {folder.makePipe("pipe"), "Not a regular file"},
         {"/dev/zero", "Not a regular file"},
@@ -455,59 +325,44 @@ TEST_F(CoordinatorTest, ReadsRegularFilesOnly)
         {sparse("larger than memory", std::uintmax_t {4} << 40), "File too large"},
     };
     for (const auto& [path, error] : cases) {
-        linesAfter("nativeFilePicker");
-        EXPECT_THAT(choose(path), ElementsAre(std::string("❌ Error reading file: ") + error));
-        linesAfter("nativeImagePicker");
-        EXPECT_THAT(choose(path), ElementsAre(std::string("❌ Error reading image: ") + error));
+        for (const auto& [message, what] :
+             {std::pair {"nativeFilePicker", "file: "}, {"nativeImagePicker", "image: "}}) {
+            post(message);
+            EXPECT_EQ(choose(path).back(), std::string("❌ Error reading ") + what + error);
+        }
     }
-}
-
-TEST_F(CoordinatorTest, HandsAnImageToThePageWithTheTypeOfItsName)
-{
-    const struct {
-        const char* name;
-        const char* mimeType;
-    } cases[] = {
-        {"a.png", "image/png"},   {"Photo.JPG", "image/jpeg"}, {"a.jpeg", "image/jpeg"}, {"a.gif", "image/gif"},
-        {"a.webp", "image/webp"}, {"a.heic", "image/heic"},    {"a.bmp", "image/bmp"},   {"scan.tif", "image/tiff"},
-        {"a.tiff", "image/tiff"}, {"a.jfif", "image/png"},     {"noname", "image/png"},
-    };
-    for (const auto& [name, mimeType] : cases) {
-        const auto path = folder.write(name, "ABC");
-        post("nativeImagePicker");
-        platform.runMainQueue();
-        view->scripts.clear();
-        choose(path);
-        EXPECT_THAT(platform.steps, ElementsAre("evaluate", std::string("log: ✅ Image loaded: ") + name));
-        EXPECT_THAT(view->scripts,
-                    ElementsAre(std::string("window.handleNativeImageContent('data:") + mimeType + ";base64,QUJD');"));
-    }
+    // One is said to have a page of memory, the other, which is larger than the first step, nothing at all.
+    post("nativeFilePicker");
+    choose("/sys/devices/system/cpu/online");
+    EXPECT_THAT(view->scripts,
+                ElementsAre(testing::MatchesRegex(R"(window\.handleNativeFileContent\('[0-9,-]+\\n'\);)")));
+    post("nativeFilePicker");
+    choose("/proc/kallsyms");
+    EXPECT_THAT(view->scripts, ElementsAre(testing::SizeIs(testing::Gt(1U << 20))));
 }
 
 TEST_F(CoordinatorTest, OpensDroppedFilesAsTheirPickersWould)
 {
-    view->dropFiles({folder.write("a.PNG", "ABC"), folder.write("notes.txt", "text"), folder.write("p.json", "{}"),
-                     folder.path() / "gone.png", folder.path() / "gone"});
-    EXPECT_THAT(platform.steps,
-                testing::IsSupersetOf({"log: ✅ Image loaded: a.PNG", "log: ✅ File loaded: p.json",
-                                       "log: ❌ Error reading image: No such file or directory"}));
-    EXPECT_THAT(view->scripts,
-                ElementsAre("window.handleNativeImageContent('data:image/png;base64,QUJD');",
-                            "window.handleNativeFileContent('{}');"));
-}
-
-TEST_F(CoordinatorTest, DescribesThePickersPanels)
-{
-    linesAfter("nativeFilePicker");
-    const Settings common {{"files", "yes"}, {"directories", "no"}, {"multiple", "no"}};
-    auto project = common;
-    project.insert({{"message", "Select a Quillory project file"}, {"types", "application/json"}});
-    EXPECT_EQ(takePanel().settings, project);
-    linesAfter("nativeImagePicker");
-    auto image = common;
-    image.insert({{"message", "Select an image to add to canvas"},
-                  {"types", "image/png image/jpeg image/gif image/webp image/heic image/bmp image/tiff"}});
-    EXPECT_EQ(takePanel().settings, image);
+    const auto types = R"({"a.png": "png", "Photo.JPG": "jpeg", "a.jpeg": "jpeg", "a.gif": "gif", "a.webp": "webp",
+        "a.heic": "heic", "a.bmp": "bmp", "scan.tif": "tiff", "a.tiff": "tiff"})"_json.get<fake::Settings>();
+    for (const auto& [name, type] : types) {
+        view->scripts.clear();
+        const auto path = folder.write(name, "ABC");
+        EXPECT_THAT(platform.stepsOf([&] { view->dropFiles({path}); }),
+                    ElementsAre("evaluate", "log: ✅ Image loaded: " + name));
+        EXPECT_THAT(view->scripts,
+                    ElementsAre("window.handleNativeImageContent('data:image/" + type + ";base64,QUJD');"));
+    }
+    platform.stepsOf([&] {
+        view->dropFiles(
+            {inFolder("gone.png"), folder.write("notes.txt", "text"), folder.write("p.json", "{}"), inFolder("gone")});
+    });
+    EXPECT_THAT(platform.lines,
+                ElementsAre("❌ Error reading image: No such file or directory", "✅ File loaded: p.json"));
+    // What is picked as an image is taken for one.
+    post("nativeImagePicker");
+    choose(folder.write("a.jfif", "ABC"));
+    EXPECT_THAT(view->scripts, ElementsAre("window.handleNativeImageContent('data:image/png;base64,QUJD');"));
 }
 
 TEST_F(CoordinatorTest, LogsHowACallOfThePageEnded)
@@ -515,12 +370,12 @@ TEST_F(CoordinatorTest, LogsHowACallOfThePageEnded)
     coordinator->sendFileContentToPage("x");
     coordinator->sendImageToPage({"image/png", std::make_shared<StringBytes>("x")});
     coordinator->sendPasteContentToPage("x");
-    EXPECT_THAT(platform.lines(), IsEmpty());
-    for (const auto& completion : view->completions)
-        completion(std::nullopt);
-    for (const auto& completion : view->completions)
-        completion("domain 1: message");
-    EXPECT_THAT(platform.lines(),
+    EXPECT_THAT(platform.lines, IsEmpty());
+    for (const auto& error : {std::optional<std::string>(), std::optional<std::string>("domain 1: message")}) {
+        for (const auto& completion : view->completions)
+            completion(error);
+    }
+    EXPECT_THAT(platform.lines,
                 ElementsAre("✅ File content sent to JavaScript", "✅ Image sent to JavaScript",
                             "✅ Paste content sent to JavaScript", "❌ JavaScript error: domain 1: message",
                             "❌ JavaScript error: domain 1: message", "❌ JavaScript paste error: domain 1: message"));
@@ -528,91 +383,72 @@ TEST_F(CoordinatorTest, LogsHowACallOfThePageEnded)
 
 TEST_F(CoordinatorTest, SaysNothingToAPageThatIsGone)
 {
-    linesAfter("nativeFilePicker");
-    const auto path = folder.write("project.json", "{}");
+    post("nativeFilePicker");
     view.reset();
-    EXPECT_THAT(choose(path), ElementsAre("✅ File loaded: project.json"));
+    EXPECT_EQ(choose(folder.write("project.json", "{}")).back(), "✅ File loaded: project.json");
     coordinator->sendPasteContentToPage("x");
-    EXPECT_THAT(platform.steps, ElementsAre("log: ✅ File loaded: project.json"));
+    EXPECT_EQ(platform.steps.back(), "log: ✅ File loaded: project.json");
 }
 
 TEST_F(CoordinatorTest, CopiesUnderBothTypesAfterClearing)
 {
-    platform.generalPasteboard().strings["image"] = "of somebody else";
+    platform.copied["image"] = "of somebody else";
     for (const std::string text : {"", "it's {\"type\": 1}"}) {
-        linesAfter("nativeCopy", Object {{"data", text}});
+        post("nativeCopy", {{"data", text}});
         EXPECT_THAT(platform.steps,
                     ElementsAre("clear pasteboard", "copy as com.quillory.object", "copy as public.utf8-plain-text",
                                 "log: 📋 Copied to native pasteboard"));
-        EXPECT_EQ(platform.generalPasteboard().strings,
-                  (Settings {{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
+        EXPECT_EQ(json(platform.copied), (json {{"com.quillory.object", text}, {"public.utf8-plain-text", text}}));
     }
 }
 
 TEST_F(CoordinatorTest, PastesTheFirstThingThatTheCanvasCanTake)
 {
-    const std::string object = "com.quillory.object";
-    const std::string string = "public.utf8-plain-text";
-    const std::string canvas = R"({"type":"rect","left":1})";
-    const auto image = std::make_shared<StringBytes>("PNG");
-    const std::string pasted = "window.handleNativePasteContent('";
-    const struct {
-        Settings strings;
-        std::shared_ptr<const Bytes> image;
-        const char* line; // null if nothing is pasted
-        std::string script;
-    } cases[] = {
-        {{{object, "own"}, {string, canvas}}, image, "📥 Pasted Quillory object from pasteboard", pasted + "own');"},
-        {{{object, ""}}, image, "📥 Pasted Quillory object from pasteboard", pasted + "');"},
-        {{{string, canvas}}, image, "📥 Pasted JSON object from pasteboard", pasted + canvas + "');"},
-        {{{string, R"("type" "objects")"}},
-         nullptr,
-         "📥 Pasted JSON object from pasteboard",
-         pasted + R"("type" "objects"');)"},
-        {{{string, R"({"Type":1,"left":1})"}},
-         image,
-         "📥 Pasted image from pasteboard",
-         "window.handleNativeImageContent('data:image/png;base64,UE5H');"},
-        {{{string, R"({"type":1,"right":1})"}}, nullptr, nullptr, ""},
-        {{{string, "type left objects"}}, nullptr, nullptr, ""},
-        {{{string, ""}},
-         image,
-         "📥 Pasted image from pasteboard",
-         "window.handleNativeImageContent('data:image/png;base64,UE5H');"},
-        {{}, nullptr, nullptr, ""},
-    };
-    for (const auto& [strings, picture, line, script] : cases) {
-        platform.generalPasteboard().strings = strings;
-        platform.generalPasteboard().image = picture;
-        view->scripts.clear();
-        linesAfter("nativePaste");
-        if (line == nullptr) {
+    // What was copied as an object, as a text and as an image; what is pasted.
+    const auto cases = R"([
+        ["own", "{\"type\":1,\"left\":1}", "PNG", "Quillory object", "window.handleNativePasteContent('own');"],
+        ["", null, "PNG", "Quillory object", "window.handleNativePasteContent('');"],
+        [null, "{\"type\":1,\"left\":1}", "PNG", "JSON object",
+         "window.handleNativePasteContent('{\"type\":1,\"left\":1}');"],
+        [null, "\"type\" \"objects\"", null, "JSON object", "window.handleNativePasteContent('\"type\" \"objects\"');"],
+        [null, "{\"Type\":1,\"left\":1}", "PNG", "image",
+         "window.handleNativeImageContent('data:image/png;base64,UE5H');"],
+        [null, "", "PNG", "image", "window.handleNativeImageContent('data:image/png;base64,UE5H');"],
+        [null, "{\"type\":1,\"right\":1}", null],
+        [null, "type left objects", null],
+        [null, null, null]
+    ])"_json;
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row);
+        platform.copied.clear();
+        if (!row[0].is_null())
+            platform.copied["com.quillory.object"] = row[0];
+        if (!row[1].is_null())
+            platform.copied["public.utf8-plain-text"] = row[1];
+        platform.copiedImage = row[2].is_null() ? nullptr : std::make_shared<StringBytes>(row[2]);
+        post("nativePaste");
+        EXPECT_EQ(view->scripts, row.size() > 3 ? Texts {row[4]} : Texts {});
+        if (row.size() > 3)
+            EXPECT_THAT(platform.steps,
+                        ElementsAre("evaluate", "log: 📥 Pasted " + row[3].get<std::string>() + " from pasteboard"));
+        else
             EXPECT_THAT(platform.steps, IsEmpty());
-        } else {
-            EXPECT_THAT(platform.steps, ElementsAre("evaluate", std::string("log: ") + line));
-            EXPECT_THAT(view->scripts, ElementsAre(script));
-        }
     }
 }
 
 TEST_F(CoordinatorTest, AnswersPastesInTheOrderTheyWereAsked)
 {
-    auto& pasteboard = platform.generalPasteboard();
-    pasteboard.answersLater = true;
-    pasteboard.strings["com.quillory.object"] = "first";
-    post("nativePaste");
-    post("nativePaste");
-    post("nativePaste");
+    for (int i = 0; i < 3; ++i)
+        view->post("nativePaste", std::make_shared<PlainValue>(nullptr));
     // The second one asks only when the first was answered.
     for (const char* text : {"first", "second", "third"}) {
-        ASSERT_EQ(pasteboard.answers.size(), 1U);
-        pasteboard.strings["com.quillory.object"] = text;
-        pasteboard.answerNext();
-        platform.runMainQueue();
+        ASSERT_EQ(platform.queue.size(), 1U);
+        platform.copied["com.quillory.object"] = text;
+        platform.runNext();
+        EXPECT_EQ(view->scripts.back(), std::string("window.handleNativePasteContent('") + text + "');");
+        if (!platform.queue.empty())
+            platform.runNext();
     }
-    EXPECT_THAT(view->scripts,
-                ElementsAre("window.handleNativePasteContent('first');", "window.handleNativePasteContent('second');",
-                            "window.handleNativePasteContent('third');"));
 }
 
 }

@@ -19,10 +19,8 @@ namespace quillory {
 
 namespace {
 
-std::span<const std::byte> bytesOf(const std::string& text)
-{
-    return std::as_bytes(std::span(text));
-}
+namespace fs = std::filesystem;
+using Error = std::optional<std::string>;
 
 // Files of this process cannot grow beyond a size while this object lives.
 class FileSizeLimit {
@@ -42,152 +40,138 @@ private:
     rlimit m_old {};
 };
 
-// The call ends with an error in this thread from now on.
-void takeFromThisThread(std::uint32_t call, std::uint32_t error)
+// Does `work` in a thread in which the call ends with an error.
+template<typename Work> void without(std::uint32_t call, std::uint32_t error, Work work)
 {
-    sock_filter program[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog filter {std::size(program), program};
-    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+    std::thread([&] {
+        sock_filter program[] = {
+            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, call, 0, 1),
+            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | error),
+            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        };
+        const sock_fprog filter {std::size(program), program};
+        prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+        ASSERT_EQ(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter), 0);
+        work();
+    }).join();
 }
 
-}
+class FileWriter : public testing::Test {
+protected:
+    Error write(const std::string& name, const std::string& content) const
+    {
+        return writeFile(path / name, std::as_bytes(std::span(content)));
+    }
 
-TEST(FileWriter, ReplacesTheContentAndKeepsTheFile)
-{
-    const TemporaryFolder folder;
-    const struct {
-        const char* old;
-        std::string content;
-    } cases[] = {{"1", ""}, {"twelve bytes", ""}, {"twelve bytes", "short"}, {"1", "longer than what there was"}};
-    for (const auto& [old, content] : cases) {
-        const auto path = folder.write("file", old);
-        chmod(path.c_str(), 0640);
-        std::filesystem::remove(folder.path() / "hard");
-        std::filesystem::remove(folder.path() / "soft");
-        std::filesystem::create_hard_link(path, folder.path() / "hard");
-        std::filesystem::create_symlink("file", folder.path() / "soft");
-        EXPECT_EQ(writeFile(folder.path() / "soft", bytesOf(content)), std::nullopt);
-        EXPECT_EQ(folder.read("hard"), content);
-        EXPECT_TRUE(std::filesystem::is_symlink(folder.path() / "soft"));
+    Error writeInFolder(const std::string& name, const std::string& content = "content") const
+    {
+        return writeFileInFolder(path, name, std::as_bytes(std::span(content)));
+    }
+
+    mode_t permissions(const std::string& name) const
+    {
         struct stat status { };
-        stat(path.c_str(), &status);
-        EXPECT_EQ(status.st_mode & 0777U, 0640U);
+        stat((path / name).c_str(), &status);
+        return status.st_mode & 0777U;
+    }
+
+    const TemporaryFolder folder;
+    const fs::path path = folder.path();
+};
+
+}
+
+TEST_F(FileWriter, ReplacesTheContentAndKeepsTheFile)
+{
+    fs::create_symlink("file", path / "soft");
+    for (const auto& [old, content] :
+         {std::pair {"1", ""}, {"twelve bytes", ""}, {"twelve bytes", "short"}, {"1", "longer than what there was"}}) {
+        chmod(folder.write("file", old).c_str(), 0640);
+        fs::remove(path / "hard");
+        fs::create_hard_link(path / "file", path / "hard");
+        EXPECT_EQ(write("soft", content), std::nullopt);
+        EXPECT_EQ(folder.read("hard"), content);
+        EXPECT_TRUE(fs::is_symlink(path / "soft"));
+        EXPECT_EQ(permissions("file"), 0640U);
     }
 }
 
-TEST(FileWriter, LeavesTheOldContentWholeWhenTheNewOneDoesNotFit)
+TEST_F(FileWriter, LeavesTheOldContentWholeWhenTheNewOneDoesNotFit)
 {
-    const TemporaryFolder folder;
     folder.write("old", "precious");
+    fs::create_symlink("target", path / "link");
     const std::string large(1 << 20, 'x');
     const FileSizeLimit limit(64 << 10);
-    EXPECT_EQ(writeFile(folder.path() / "old", bytesOf(large)), "File too large");
+    for (const char* name : {"old", "new", "link"})
+        EXPECT_EQ(write(name, large), "File too large");
     EXPECT_EQ(folder.read("old"), "precious");
-    EXPECT_EQ(writeFile(folder.path() / "new", bytesOf(large)), "File too large");
-    EXPECT_FALSE(std::filesystem::exists(folder.path() / "new"));
-    std::filesystem::create_symlink("target", folder.path() / "link");
-    EXPECT_EQ(writeFile(folder.path() / "link", bytesOf(large)), "File too large");
-    EXPECT_TRUE(std::filesystem::is_symlink(folder.path() / "link")) << "it was not made here";
+    EXPECT_FALSE(fs::exists(path / "new"));
+    EXPECT_TRUE(fs::is_symlink(path / "link")) << "it was not made here";
     for (const char* name : {"fits", "link"})
-        EXPECT_EQ(writeFile(folder.path() / name, bytesOf(large).first(64 << 10)), std::nullopt);
+        EXPECT_EQ(write(name, large.substr(0, 64 << 10)), std::nullopt);
     EXPECT_EQ(folder.read("target").size(), 64U << 10);
-}
 
-TEST(FileWriter, LeavesTheOldContentWholeWhenNoDiskHasTheRoom)
-{
-    const TemporaryFolder folder;
-    folder.write("old", "precious");
-    // Never read: that it cannot be stored is known before.
-    const std::string content = "x";
-    const std::span<const std::byte> exbibyte(bytesOf(content).data(), 1UL << 60);
+    // Never read: that no disk can store it is known before.
+    const std::span<const std::byte> exbibyte(std::as_bytes(std::span(large)).data(), 1UL << 60);
     errno = ENOENT; // of an earlier call
-    EXPECT_NE(writeFile(folder.path() / "old", exbibyte), std::nullopt);
+    EXPECT_NE(writeFile(path / "old", exbibyte), std::nullopt);
     EXPECT_EQ(folder.read("old"), "precious");
 }
 
-TEST(FileWriter, SaysWhyItCouldNotWrite)
+TEST_F(FileWriter, SaysWhyItCouldNotWrite)
 {
-    const TemporaryFolder folder;
-    const struct {
-        std::filesystem::path path;
-        const char* error;
-    } cases[] = {
-        {folder.path(), "Is a directory"},
-        {folder.path() / "missing" / "file", "No such file or directory"},
-        {folder.makePipe("pipe"), "No such device or address"},
-        {"/dev/full", "No space left on device"},
-    };
-    for (const auto& [path, error] : cases)
-        EXPECT_EQ(writeFile(path, bytesOf("content")), error) << path;
+    folder.makePipe("pipe");
+    EXPECT_EQ(write("", "content"), "Is a directory");
+    EXPECT_EQ(write("missing/file", "content"), "No such file or directory");
+    EXPECT_EQ(write("pipe", "content"), "No such device or address");
+    EXPECT_EQ(write("/dev/full", "content"), "No space left on device");
 }
 
-TEST(FileWriter, GivesANewFileTheUsualPermissions)
+TEST_F(FileWriter, GivesANewFileTheUsualPermissions)
 {
-    const TemporaryFolder folder;
     const auto mask = umask(002);
-    writeFile(folder.path() / "one", bytesOf("content"));
-    writeFileInFolder(folder.path(), "of-a-batch", bytesOf("content"));
+    write("one", "content");
+    writeInFolder("of-a-batch");
     umask(mask);
-    for (const char* name : {"one", "of-a-batch"}) {
-        struct stat status { };
-        stat((folder.path() / name).c_str(), &status);
-        EXPECT_EQ(status.st_mode & 0777U, 0664U) << name;
-    }
+    EXPECT_EQ(permissions("one"), 0664U);
+    EXPECT_EQ(permissions("of-a-batch"), 0664U);
 }
 
-TEST(FileWriter, StaysInsideTheFolder)
+TEST_F(FileWriter, StaysInsideTheFolder)
 {
-    const TemporaryFolder folder;
-    EXPECT_EQ(writeFileInFolder(folder.path(), "file", bytesOf("content")), std::nullopt);
-    EXPECT_EQ(folder.read("file"), "content");
-    EXPECT_EQ(writeFileInFolder(folder.path(), "../" + folder.path().filename().string() + "/file", bytesOf("other")),
+    EXPECT_EQ(writeInFolder("file"), std::nullopt);
+    EXPECT_EQ(writeInFolder("../" + path.filename().string() + "/file", "other"),
               "The name leads out of the chosen folder");
-    EXPECT_EQ(writeFileInFolder(folder.path() / "missing", "file", bytesOf("x")), "No such file or directory");
-    EXPECT_NE(writeFileInFolder(folder.path(), "", bytesOf("x")), std::nullopt);
-    EXPECT_NE(writeFileInFolder(folder.path(), std::string("file\0x", 6), bytesOf("x")), std::nullopt);
+    EXPECT_EQ(writeFileInFolder(path / "missing", "file", {}), "No such file or directory");
+    EXPECT_NE(writeInFolder(""), std::nullopt);
+    EXPECT_NE(writeInFolder({"file\0x", 6}, "other"), std::nullopt);
     EXPECT_EQ(folder.read("file"), "content");
 }
 
-TEST(FileWriter, StaysInsideTheFolderOnAnOldKernel)
+TEST_F(FileWriter, StaysInsideTheFolderOnAnOldKernel)
 {
-    const TemporaryFolder folder;
-    std::filesystem::create_directory(folder.path() / "sub");
-    std::filesystem::create_symlink("sub/target", folder.path() / "link");
-    const struct {
-        const char* name;
-        std::optional<std::string> error;
-    } cases[] = {
-        {"file", std::nullopt},
-        {"..", "Is a directory"},
-        {"link", "Too many levels of symbolic links"},
-        {"sub/file", "Function not implemented"},
-    };
-    std::thread([&] {
-        takeFromThisThread(SYS_openat2, ENOSYS);
-        for (const auto& [name, error] : cases)
-            EXPECT_EQ(writeFileInFolder(folder.path(), name, bytesOf("content")), error) << name;
-    }).join();
+    fs::create_directory(path / "sub");
+    fs::create_symlink("sub/target", path / "link");
+    without(SYS_openat2, ENOSYS, [&] {
+        EXPECT_EQ(writeInFolder("file"), std::nullopt);
+        EXPECT_EQ(writeInFolder(".."), "Is a directory");
+        EXPECT_EQ(writeInFolder("link"), "Too many levels of symbolic links");
+        EXPECT_EQ(writeInFolder("sub/file"), "Function not implemented");
+    });
     EXPECT_EQ(folder.read("file"), "content");
-    EXPECT_TRUE(std::filesystem::is_empty(folder.path() / "sub"));
+    EXPECT_TRUE(fs::is_empty(path / "sub"));
 }
 
-TEST(FileWriter, ReplacesContentWhereNoSpaceCanBeSetAside)
+TEST_F(FileWriter, ReplacesContentWhereNoSpaceCanBeSetAside)
 {
-    const TemporaryFolder folder;
     folder.write("old", "longer than what comes");
-    std::thread([&] {
-        takeFromThisThread(SYS_fallocate, EOPNOTSUPP);
-        for (const char* name : {"old", "new"})
-            EXPECT_EQ(writeFile(folder.path() / name, bytesOf("content")), std::nullopt) << name;
-    }).join();
-    EXPECT_EQ(folder.read("old"), "content");
-    EXPECT_EQ(folder.read("new"), "content");
+    without(SYS_fallocate, EOPNOTSUPP, [&] {
+        for (const char* name : {"old", "new"}) {
+            EXPECT_EQ(write(name, "content"), std::nullopt);
+            EXPECT_EQ(folder.read(name), "content");
+        }
+    });
 }
 
 }

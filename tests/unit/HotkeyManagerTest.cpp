@@ -8,35 +8,29 @@ namespace quillory {
 
 namespace {
 
-using fake::FakePlatform;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* registered = "Global hotkey Cmd+Shift+E registered";
-constexpr const char* failed = "Failed to create event tap - accessibility permissions may be required";
-constexpr const char* required = "Accessibility permissions required for global hotkey.";
 constexpr std::uint64_t chordFlags = EventFlags::command | EventFlags::shift;
+const std::string registered = "log: Global hotkey Cmd+Shift+E registered";
+const std::string failed = "log: Failed to create event tap - accessibility permissions may be required";
 
 class HotkeyManagerTest : public testing::Test {
 protected:
-    // What happened in the course of `action`.
-    template<typename Action> std::vector<std::string> stepsOf(Action action)
+    fake::Steps stepsOf(void (HotkeyManager::*action)())
     {
-        const auto start = static_cast<std::ptrdiff_t>(platform.steps.size());
-        action();
-        return {platform.steps.begin() + start, platform.steps.end()};
+        return platform.stepsOf([&] { (*manager.*action)(); });
     }
 
     bool swallows(std::int64_t keyCode, std::uint64_t flags)
     {
         const TapEvent event {keyCode, flags};
-        const auto tap = platform.tap.lock();
-        const auto* passed = tap->callback(nullptr, EventType::keyDown, &event, tap->userData);
+        const auto* passed = platform.tap.lock()->send(EventType::keyDown, &event);
         EXPECT_TRUE(passed == nullptr || passed == &event);
         return passed == nullptr;
     }
 
-    FakePlatform platform;
+    fake::FakePlatform platform;
     std::shared_ptr<HotkeyManager> manager = std::make_shared<HotkeyManager>(platform);
 };
 
@@ -45,66 +39,56 @@ protected:
 TEST_F(HotkeyManagerTest, CreatesOneTapOnKeyDownsAndEnablesItOnTheRunLoop)
 {
     platform.tapsAllowed = false;
-    EXPECT_THAT(stepsOf([&] { manager->createEventTap(); }), ElementsAre("make tap", std::string("log: ") + failed));
+    EXPECT_THAT(stepsOf(&HotkeyManager::createEventTap), ElementsAre("make tap on 1024", failed));
     platform.tapsAllowed = true;
-    EXPECT_THAT(stepsOf([&] { manager->createEventTap(); }),
-                ElementsAre("make tap", "add source", "enable tap", std::string("log: ") + registered));
-    EXPECT_EQ(platform.tap.lock()->mask, 0x400U);
-    EXPECT_THAT(stepsOf([&] { manager->createEventTap(); }), IsEmpty());
+    EXPECT_THAT(stepsOf(&HotkeyManager::createEventTap),
+                ElementsAre("make tap on 1024", "add source", "enable tap", registered));
+    EXPECT_THAT(stepsOf(&HotkeyManager::createEventTap), IsEmpty());
 }
 
-TEST_F(HotkeyManagerTest, KeepsATapWithoutASourceSilentUntilCleanup)
+TEST_F(HotkeyManagerTest, CleansUpWhateverThereIs)
 {
+    EXPECT_THAT(stepsOf(&HotkeyManager::cleanup), IsEmpty());
+    manager->startPermissionPolling();
+    manager->createEventTap();
+    EXPECT_THAT(stepsOf(&HotkeyManager::cleanup), ElementsAre("invalidate timer", "disable tap", "remove source"));
+    EXPECT_THAT(stepsOf(&HotkeyManager::cleanup), IsEmpty());
+
+    // A tap without a source stays silent.
     platform.sourcesAllowed = false;
-    EXPECT_THAT(stepsOf([&] { manager->createEventTap(); }), ElementsAre("make tap"));
+    EXPECT_THAT(stepsOf(&HotkeyManager::createEventTap), ElementsAre("make tap on 1024"));
     platform.sourcesAllowed = true;
-    EXPECT_THAT(stepsOf([&] { manager->createEventTap(); }), IsEmpty());
-    EXPECT_FALSE(platform.tap.lock()->enabled);
-    EXPECT_THAT(stepsOf([&] { manager->cleanup(); }), ElementsAre("disable tap"));
+    EXPECT_THAT(stepsOf(&HotkeyManager::createEventTap), IsEmpty());
+    EXPECT_THAT(stepsOf(&HotkeyManager::cleanup), ElementsAre("disable tap"));
     EXPECT_TRUE(platform.tap.expired());
 }
 
 TEST_F(HotkeyManagerTest, TakesTheChordAndNothingElse)
 {
-    const struct {
-        std::int64_t keyCode;
-        std::uint64_t flags;
-        int taken;
-    } cases[] = {
-        {14, chordFlags, 1},
-        {14, chordFlags | EventFlags::capsLock, 1},
-        {14, chordFlags | 0xA00000 | 0xFFFF, 1}, // the numeric pad, function and device bits
-        {14, chordFlags | EventFlags::option, 0},
-        {14, chordFlags | EventFlags::control, 0},
-        {14, EventFlags::command, 0},
-        {14, EventFlags::shift, 0},
-        {13, chordFlags, 0},
-        {15, chordFlags, 0},
-    };
+    manager->createEventTap();
+    EXPECT_TRUE(swallows(14, chordFlags)) << "with nobody to bring to front";
+    platform.runMainQueue();
     int presses = 0;
     manager->bringToFront = [&] { ++presses; };
-    manager->createEventTap();
-    for (const auto& [keyCode, flags, taken] : cases) {
-        SCOPED_TRACE(testing::Message() << keyCode << " with " << flags);
-        presses = 0;
+    // With the numeric pad, function and device bits in the end.
+    for (const auto flags : {chordFlags, chordFlags | EventFlags::capsLock, chordFlags | 0xA00000 | 0xFFFF}) {
         for (int i = 0; i < 2; ++i) // a held key repeats
-            EXPECT_EQ(swallows(keyCode, flags), taken == 1);
-        EXPECT_EQ(presses, 0) << "before its turn of the main queue";
+            EXPECT_TRUE(swallows(14, flags));
+        EXPECT_EQ(std::exchange(presses, 0), 0) << "before its turn of the main queue";
         platform.runMainQueue();
-        EXPECT_EQ(presses, 2 * taken);
+        EXPECT_EQ(std::exchange(presses, 0), 2);
     }
-}
+    for (const auto flags :
+         {chordFlags | EventFlags::option, chordFlags | EventFlags::control, EventFlags::command, EventFlags::shift})
+        EXPECT_FALSE(swallows(14, flags)) << flags;
+    EXPECT_FALSE(swallows(13, chordFlags) || swallows(15, chordFlags));
+    EXPECT_THAT(platform.queue, IsEmpty());
 
-TEST_F(HotkeyManagerTest, SwallowsTheChordWithNobodyToBringToFront)
-{
-    manager->createEventTap();
-    EXPECT_TRUE(swallows(keyCodeE, chordFlags));
-    platform.runMainQueue();
-
-    EXPECT_TRUE(swallows(keyCodeE, chordFlags));
+    EXPECT_TRUE(swallows(14, chordFlags));
     manager->cleanup();
     manager.reset();
     platform.runMainQueue();
+    EXPECT_EQ(presses, 0);
 }
 
 TEST_F(HotkeyManagerTest, PassesOtherEventsAndComesBackAfterATimeout)
@@ -112,143 +96,106 @@ TEST_F(HotkeyManagerTest, PassesOtherEventsAndComesBackAfterATimeout)
     manager->createEventTap();
     const auto tap = platform.tap.lock();
     const TapEvent chord {keyCodeE, chordFlags};
-    const struct {
-        const TapEvent* event;
-        std::uint32_t type;
-        bool enabledAfterwards;
-    } cases[] = {
+    const std::tuple<const TapEvent*, std::uint32_t, bool> cases[] = {
         {&chord, 11, false},
         {&chord, EventType::tapDisabledByUserInput, false},
         {&chord, EventType::tapDisabledByTimeout, true},
-        {nullptr, EventType::tapDisabledByTimeout, true},
-    };
+        {nullptr, EventType::tapDisabledByTimeout, true}};
     for (const auto& [event, type, enabledAfterwards] : cases) {
-        SCOPED_TRACE(type);
         tap->enabled = false;
-        EXPECT_EQ(tap->callback(nullptr, type, event, tap->userData), event);
-        EXPECT_EQ(tap->enabled, enabledAfterwards);
-        EXPECT_THAT(platform.queue, IsEmpty());
+        EXPECT_EQ(tap->send(type, event), event);
+        EXPECT_EQ(tap->enabled, enabledAfterwards) << type;
     }
+    EXPECT_THAT(platform.queue, IsEmpty());
 }
 
 TEST_F(HotkeyManagerTest, ReportsItsStatusInEveryState)
 {
-    // The truth values in order: trusted, tap, source, and of a tap with a source whether it is enabled.
-    const auto reported = [&] {
-        std::string values;
-        for (const auto& step : stepsOf([&] { manager->printStatus(); }))
-            values += step.ends_with(": true") ? 't' : step.ends_with(": false") ? 'f' : '=';
-        return values;
+    // Accessibility, tap, source and, of a tap, whether it is enabled.
+    const auto expectStatus = [&](std::initializer_list<bool> values) {
+        constexpr const char* labels[] = {"Accessibility trusted", "Event tap exists", "RunLoop source exists",
+                                          "Event tap enabled"};
+        fake::Steps lines {"=== HotkeyManager Status ==="};
+        for (const bool value : values)
+            lines.push_back(std::string(labels[lines.size() - 1]) + (value ? ": true" : ": false"));
+        lines.emplace_back("============================");
+        stepsOf(&HotkeyManager::printStatus);
+        EXPECT_EQ(platform.lines, lines);
     };
-    EXPECT_THAT(stepsOf([&] { manager->printStatus(); }),
-                ElementsAre("log: === HotkeyManager Status ===", "log: Accessibility trusted: false",
-                            "log: Event tap exists: false", "log: RunLoop source exists: false",
-                            "log: ============================"));
+    expectStatus({false, false, false});
     platform.trusted = true;
     manager->createEventTap();
-    EXPECT_THAT(stepsOf([&] { manager->printStatus(); }), testing::Contains("log: Event tap enabled: true"));
-    EXPECT_EQ(reported(), "=tttt=");
+    expectStatus({true, true, true, true});
     platform.tap.lock()->enabled = false;
-    EXPECT_EQ(reported(), "=tttf=");
+    expectStatus({true, true, true, false});
     manager->cleanup();
-    EXPECT_EQ(reported(), "=tff=");
     platform.sourcesAllowed = false;
     manager->createEventTap();
-    EXPECT_EQ(reported(), "=ttff=");
+    expectStatus({true, true, false, false});
 }
 
-TEST_F(HotkeyManagerTest, CleansUpWhateverThereIs)
+TEST_F(HotkeyManagerTest, AsksOnceAndPollsWithoutThePermission)
 {
-    EXPECT_THAT(stepsOf([&] { manager->cleanup(); }), IsEmpty());
-
-    manager->startPermissionPolling();
-    manager->createEventTap();
-    EXPECT_THAT(stepsOf([&] { manager->cleanup(); }), ElementsAre("invalidate timer", "disable tap", "remove source"));
-    EXPECT_THAT(stepsOf([&] { manager->cleanup(); }), IsEmpty());
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_THAT(stepsOf(&HotkeyManager::setupHotkey),
+                    testing::IsSupersetOf({"check trust with prompt", "timer every 2000 ms",
+                                           "log: Accessibility permissions required for global hotkey."}));
+        EXPECT_EQ(platform.alerts.size(), i) << "not before its turn, and not again";
+        platform.runMainQueue();
+    }
+    ASSERT_EQ(platform.alerts.size(), 1U);
+    const fake::Settings alert {
+        {"message", "Accessibility Permission Required"},
+        {"text",
+         "Quillory needs Accessibility permission to enable the global hotkey (Cmd+Shift+E).\n\n"
+         "Please enable Quillory in:\nSystem Settings → Privacy & Security → Accessibility"},
+        {"style", "1"},
+        {"buttons", "Open System Settings Later"},
+        {"modal", "yes"}};
+    EXPECT_EQ(platform.alerts[0].settings, alert);
+    // The alert of a manager that has gone by now.
+    manager.reset();
+    for (const int answer : {1001, 0})
+        EXPECT_THAT(platform.stepsOf([&] { platform.alerts[0].answer(answer); }), IsEmpty());
+    EXPECT_THAT(platform.stepsOf([&] { platform.alerts[0].answer(1000); }),
+                ElementsAre("open x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility"));
 }
 
 TEST_F(HotkeyManagerTest, NeedsNeitherAlertNorTimerWithThePermission)
 {
     platform.trusted = true;
-    manager->setupHotkey();
-    platform.runMainQueue();
-    EXPECT_THAT(platform.lines(), ElementsAre(registered));
-    EXPECT_THAT(platform.alerts, IsEmpty());
-    EXPECT_THAT(platform.timers, IsEmpty());
-}
-
-TEST_F(HotkeyManagerTest, AsksOnceAndPollsWithoutThePermission)
-{
-    manager->setupHotkey();
-    EXPECT_EQ(platform.steps.front(), "check trust with prompt");
-    EXPECT_THAT(platform.lines(), ElementsAre(required));
-    ASSERT_EQ(platform.timers.size(), 1U) << "polling starts before the alert is shown";
-    EXPECT_EQ(platform.timers[0]->interval, std::chrono::seconds(2));
-    EXPECT_TRUE(platform.timers[0]->repeats);
-    EXPECT_THAT(platform.alerts, IsEmpty());
-
-    platform.runMainQueue();
-    ASSERT_EQ(platform.alerts.size(), 1U);
-    const auto& alert = platform.alerts[0];
-    EXPECT_EQ(alert.messageText, "Accessibility Permission Required");
-    EXPECT_EQ(alert.informativeText,
-              "Quillory needs Accessibility permission to enable the global hotkey (Cmd+Shift+E).\n\n"
-              "Please enable Quillory in:\nSystem Settings → Privacy & Security → Accessibility");
-    EXPECT_EQ(alert.style, AlertStyle::informational);
-    EXPECT_THAT(alert.buttons, ElementsAre("Open System Settings", "Later"));
-
-    manager->setupHotkey();
-    platform.runMainQueue();
-    EXPECT_EQ(platform.alerts.size(), 1U);
-}
-
-TEST_F(HotkeyManagerTest, OpensTheSettingsForTheFirstButtonOnly)
-{
-    const std::string settings = "open x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility";
-    manager->showPermissionAlert();
-    const auto answer = platform.alerts.at(0).answer;
-    EXPECT_THAT(stepsOf([&] { answer(1001); }), IsEmpty());
-    EXPECT_THAT(stepsOf([&] { answer(0); }), IsEmpty());
-    EXPECT_THAT(stepsOf([&] { answer(1000); }), ElementsAre(settings));
-}
-
-TEST_F(HotkeyManagerTest, ShowsTheAlertThatIsDueOfAManagerThatHasGone)
-{
-    manager->showPermissionAlertIfNeeded();
-    manager.reset();
-    platform.runMainQueue();
-    EXPECT_EQ(platform.alerts.size(), 1U);
+    EXPECT_THAT(stepsOf(&HotkeyManager::setupHotkey),
+                ElementsAre("check trust with prompt", "make tap on 1024", "add source", "enable tap", registered));
+    EXPECT_THAT(platform.queue, IsEmpty());
 }
 
 TEST_F(HotkeyManagerTest, PollsUntilThePermissionIsThere)
 {
+    const auto tick = [this] { return platform.stepsOf(*platform.timers.back().lock()); };
     manager->startPermissionPolling();
     manager->startPermissionPolling();
-    ASSERT_EQ(platform.timers.size(), 2U);
-    EXPECT_FALSE(platform.timers[0]->valid);
+    EXPECT_TRUE(platform.timers.at(0).expired());
     for (int i = 0; i < 2; ++i)
-        EXPECT_THAT(stepsOf(platform.timers[1]->block), ElementsAre("log: Checking accessibility permission: false"));
+        EXPECT_THAT(tick(), ElementsAre("log: Checking accessibility permission: false"));
     platform.trusted = true;
-    EXPECT_THAT(stepsOf([&] { platform.timers[1]->block(); }),
-                ElementsAre("log: Checking accessibility permission: true", "invalidate timer", "make tap",
-                            "add source", "enable tap", std::string("log: ") + registered,
+    EXPECT_THAT(tick(),
+                ElementsAre("log: Checking accessibility permission: true", "invalidate timer", "make tap on 1024",
+                            "add source", "enable tap", registered,
                             "log: Accessibility permission granted - hotkey now active"));
-    EXPECT_FALSE(platform.timers[1]->valid);
+    EXPECT_TRUE(platform.timers.at(1).expired());
 
     manager->cleanup();
     platform.tapsAllowed = false;
     manager->startPermissionPolling();
-    EXPECT_THAT(stepsOf([&] { platform.timers[2]->block(); }), testing::Contains(std::string("log: ") + failed));
-    EXPECT_FALSE(platform.timers[2]->valid) << "even if the tap is refused";
-}
+    EXPECT_THAT(tick(), testing::Contains(failed));
+    EXPECT_TRUE(platform.timers.at(2).expired()) << "even if the tap is refused";
 
-TEST_F(HotkeyManagerTest, IsNotKeptByItsTimer)
-{
+    // The timer does not keep its manager.
     manager->startPermissionPolling();
-    const auto block = platform.timers[0]->block;
+    const auto block = *platform.timers.back().lock();
     manager.reset();
-    EXPECT_FALSE(platform.timers[0]->valid);
-    EXPECT_THAT(stepsOf(block), IsEmpty());
+    EXPECT_TRUE(platform.timers.back().expired());
+    EXPECT_THAT(platform.stepsOf(block), IsEmpty());
 }
 
 }

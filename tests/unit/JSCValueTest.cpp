@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
+#include <nlohmann/json.hpp>
 
 #include "services/StringObject.h"
 
@@ -10,11 +12,7 @@ namespace quillory::gtk {
 
 namespace {
 
-std::string contents(const Bytes* bytes)
-{
-    return bytes == nullptr ? "refused"
-                            : std::string(reinterpret_cast<const char*>(bytes->span().data()), bytes->span().size());
-}
+using namespace nlohmann::literals;
 
 class Engine : public testing::Test {
 protected:
@@ -38,61 +36,19 @@ private:
 
 TEST_F(Engine, DecodesStrictlyWhatFollowsTheFirstComma)
 {
-    const std::pair<std::string, std::string> accepted[] = {
-        {"data:text/plain;base64,QUJD", "ABC"},
-        {"xyz,QUJD", "ABC"},
-        {",QUJD", "ABC"},
-        {",", ""},
-        {"data:application/octet-stream;base64,", ""},
-        {",QQ==", "A"},
-        {",QUI=", "AB"},
-        {",+/+/", "\xFB\xFF\xBF"},
-        {",AAAA", std::string(3, '\0')},
-        // Bits that the last character has and no byte takes are of no account.
-        {",QR==", "A"},
-        {",QUJ=", "AB"},
-    };
+    // Bits that the last character has and no byte takes are of no account.
+    const auto accepted =
+        R"({"data:text/plain;base64,QUJD": "ABC", ",QUJD": "ABC", ",": "", ",QQ==": "A", ",QUI=": "AB",
+        ",fn4+": "~~>", ",Pj8/": ">??", ",QR==": "A", ",QUJ=": "AB"})"_json.get<std::map<std::string, std::string>>();
     for (const auto& [url, bytes] : accepted)
-        EXPECT_EQ(contents(text(url).base64AfterFirstComma().get()), bytes) << url;
-    const std::string refused[] = {
-        "",
-        "data:text/plain;base64",
-        "QUJD",
-        // Everything behind the first comma is payload, a second comma too.
-        "data:;base64,QUJD,QUJD",
-        "data:,;base64,QUJD",
-        // Padding that is missing, too much or in the wrong place.
-        ",QQ",
-        ",QQ=",
-        ",QUI",
-        ",Q===",
-        ",====",
-        ",Q",
-        ",=",
-        ",QUJD====",
-        ",QUI=QUJD",
-        ",QQ==QUJD",
-        ",=QUJ",
-        ",Q=Q=",
-        // Characters that are not in the alphabet, white space among them.
-        ",QUJD\n",
-        ",QUJD\r\n\r\n",
-        ",QU JD",
-        ",QUJD    ",
-        ", QUJD",
-        ",\tQUJDQU",
-        ",QQ= =",
-        ",QQ == ",
-        ",QQ  ==  ",
-        ",QQ==    ",
-        ",QUI=\n\n\n\n",
-        ",-_-_",
-        ",QUJ*",
-        ",Q\xC3\xA4JD",
-        ",QU\xE2\x80\xA8JD",
-        std::string(",QUJD\0\0\0\0", 9),
-        std::string(",QU\0D", 5),
-    };
+        EXPECT_TRUE(std::ranges::equal(text(url).base64AfterFirstComma()->span(), std::as_bytes(std::span(bytes))))
+            << url;
+    // A second comma, padding that is missing, too much or in the wrong place, and characters of no alphabet.
+    const std::vector<std::string> refused =
+        R"(["", "QUJD", "data:;base64,QUJD,QUJD", "data:,;base64,QUJD", ",QQ", ",QQ=",
+        ",QUI", ",Q===", ",====", ",Q", ",=", ",QUJD====", ",QUI=QUJD", ",QQ==QUJD", ",=QUJ", ",Q=Q=", ",QUJD\n",
+        ",QUJD\r\n\r\n", ",QU JD", ",QUJD    ", ", QUJD", ",\tQUJDQU", ",QQ= =", ",QQ == ", ",QQ  ==  ", ",QQ==    ",
+        ",QUI=\n\n\n\n", ",-_-_", ",QUJ*", ",QäJD", ",QU\u2028JD", ",QUJD\u0000\u0000\u0000\u0000", ",QU\u0000D"])"_json;
     for (const auto& url : refused)
         EXPECT_EQ(text(url).base64AfterFirstComma(), nullptr) << url;
 }
@@ -112,93 +68,49 @@ TEST_F(Engine, KeepsDecodedBytesAsLongAsTheyAreHeldAndNoLonger)
 
 TEST_F(Engine, GivesTextsAsUTF8)
 {
-    const struct {
-        const char* script;
-        std::string utf8;
-    } cases[] = {
-        {"''", ""},
-        {"'a\\0b'", std::string("a\0b", 3)},
-        {"'\\u{1F58A}\\uFE0F ä'", "\xF0\x9F\x96\x8A\xEF\xB8\x8F \xC3\xA4"},
-        {"'x\\uD800y'", "x\xEF\xBF\xBDy"},
-    };
-    for (const auto& [script, utf8] : cases)
-        EXPECT_EQ(evaluate(script).text()->utf8(), utf8) << script;
+    EXPECT_EQ(evaluate("''").text()->utf8(), "");
+    EXPECT_EQ(evaluate("'\\u{1F58A} ä'").text()->utf8(), "\xF0\x9F\x96\x8A ä");
+    EXPECT_EQ(evaluate("'a\\0b'").text()->utf8(), std::string("a\0b", 3));
+    EXPECT_EQ(evaluate("'x\\uD800y'").text()->utf8(), "x\xEF\xBF\xBDy");
 }
 
 TEST_F(Engine, TellsTheKindsApart)
 {
-    using enum Value::Kind;
-    const struct {
-        const char* script;
-        Value::Kind kind;
-    } cases[] = {
-        {"null", null},       {"undefined", null},       {"true", boolean},
-        {"1.5", number},      {"NaN", number},           {"'text'", text},
-        {"[]", array},        {"[1, 'a']", array},       {"({})", object},
-        {"new Date()", null}, {"({length: 3})", object},
-    };
-    for (const auto& [script, kind] : cases)
-        EXPECT_EQ(evaluate(script).kind(), kind) << script;
-}
-
-TEST_F(Engine, ReadsTreesThatReferToThemselves)
-{
-    const auto tree = evaluate("const tree = {files: [{filename: 'a'}]}; tree.self = tree; tree");
-    const auto file = readStringObject(*tree.at("self")->at("self")->at("files")->at(0));
-    ASSERT_TRUE(file);
-    EXPECT_EQ(file->at("filename")->utf8(), "a");
-    EXPECT_FALSE(readStringObject(tree));
-}
-
-TEST_F(Engine, ReadsAnObjectOfStringsWholeOrNotAtAll)
-{
-    const struct {
-        const char* script;
-        std::optional<std::size_t> size;
-    } cases[] = {
-        {"({})", 0},
-        {"({a: 'x', 'ключ': 'y'})", 2},
-        {"({a: 'x', b: 1})", std::nullopt},
-        {"({a: 'x', b: null})", std::nullopt},
-        {"({a: 'x', b: undefined})", std::nullopt},
-        {"({a: 'x', b: ['y']})", std::nullopt},
-        {"['x']", std::nullopt},
-        {"'x'", std::nullopt},
-        {"null", std::nullopt},
-    };
-    for (const auto& [script, size] : cases) {
-        const auto object = readStringObject(evaluate(script));
-        EXPECT_EQ(object ? std::optional(object->size()) : std::nullopt, size) << script;
+    const std::vector<std::vector<std::string>> kinds =
+        R"json([["null", "undefined", "new Date()"], ["true"], ["1.5", "NaN"],
+        ["'text'"], ["[]", "[1, 'a']"], ["({})", "({length: 3})"]])json"_json;
+    for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+        for (const auto& script : kinds[kind])
+            EXPECT_EQ(evaluate(script).kind(), static_cast<Value::Kind>(kind)) << script;
     }
 }
 
-TEST_F(Engine, TellsAListOfStringObjects)
+TEST_F(Engine, ReadsObjectsOfStringsWholeOrNotAtAll)
 {
-    const struct {
-        const char* script;
-        bool is;
-    } cases[] = {
-        {"[]", true},
-        {"[{}, {a: 'x', 'ключ': 'y'}]", true},
-        {"[{a: 'x'}, {a: 1}]", false},
-        {"[{a: null}]", false},
-        {"[['x']]", false},
-        {"[[]]", false},
-        {"[null]", false},
-        {"['x']", false},
-        {"[new Date()]", false},
-        {"new Array(2)", false},
-        {"({length: 0})", false},
-    };
-    for (const auto& [script, is] : cases)
-        EXPECT_EQ(evaluate(script).holdsStringObjects(), is) << script;
+    EXPECT_EQ(readStringObject(evaluate("({})"))->size(), 0U);
+    EXPECT_EQ(readStringObject(evaluate("({a: 'x', 'ключ': 'y'})"))->size(), 2U);
+    const std::vector<std::string> others =
+        R"json(["({a: 'x', b: 1})", "({a: 'x', b: null})", "({a: 'x', b: undefined})",
+        "({a: 'x', b: ['y']})", "['x']", "'x'", "null"])json"_json;
+    for (const auto& script : others)
+        EXPECT_FALSE(readStringObject(evaluate(script))) << script;
+    for (const char* script : {"[]", "[{}, {a: 'x', 'ключ': 'y'}]"})
+        EXPECT_TRUE(evaluate(script).holdsStringObjects()) << script;
+    const std::vector<std::string> otherLists =
+        R"json(["[{a: 'x'}, {a: 1}]", "[{a: null}]", "[['x']]", "[[]]", "[null]", "['x']",
+        "[new Date()]", "new Array(2)", "({length: 0})"])json"_json;
+    for (const auto& script : otherLists)
+        EXPECT_FALSE(evaluate(script).holdsStringObjects()) << script;
 }
 
-TEST_F(Engine, ReadsTheHolesOfAListAsNothing)
+TEST_F(Engine, ReadsListsWithHolesAndTreesThatReferToThemselves)
 {
     const auto list = evaluate("new Array(4294967295)");
     EXPECT_EQ(list.size(), 4294967295U);
     EXPECT_EQ(list.at(std::size_t {7})->kind(), Value::Kind::null);
+    const auto tree = evaluate("const tree = {files: [{filename: 'a'}]}; tree.self = tree; tree");
+    EXPECT_EQ(tree.at("self")->at("self")->at("files")->at(0)->at("filename")->text()->utf8(), "a");
+    EXPECT_FALSE(readStringObject(tree));
 }
 
 }

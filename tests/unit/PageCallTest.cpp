@@ -2,16 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "support/StringBytes.h"
+#include "fake/PlainValue.h"
 
 namespace quillory::web {
 
 TEST(PageCall, EscapesWhatASingleQuotedLiteralCannotHold)
 {
-    const struct {
-        std::string text;
-        std::string literal;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"", ""},
         {"it's", R"(it\'s)"},
         {R"(\')", R"(\\\')"},
@@ -20,7 +17,7 @@ TEST(PageCall, EscapesWhatASingleQuotedLiteralCannotHold)
         {"\n\n", R"(\n\n)"},
         {"\"quoted\"\t\x01", "\"quoted\"\t\x01"},
         {"\xE2\x80\xA8 \xF0\x9F\x96\x8A", "\xE2\x80\xA8 \xF0\x9F\x96\x8A"},
-        {std::string("a\0'b", 4), std::string("a\0\\'b", 5)},
+        {{"a\0'b", 4}, {"a\0\\'b", 5}},
     };
     for (const auto& [text, literal] : cases) {
         EXPECT_EQ(scriptForText(fileContentCall, text), "window.handleNativeFileContent('" + literal + "');");
@@ -38,11 +35,20 @@ TEST(PageCall, BuildsAScriptInTheBufferOfItsText)
     EXPECT_TRUE(script.data() == buffer);
 }
 
-TEST(PageCall, BuildsAScriptForAnImageInOneBufferOfItsSize)
+TEST(PageCall, EncodesAnImageInOneBufferOfItsSize)
 {
-    const std::string image(100'000, 'x');
-    const auto script = scriptForDataURL(imageCall, {"image/png", std::make_shared<StringBytes>(image)});
-    EXPECT_EQ(script.size(), script.capacity());
+    std::string all;
+    for (int i = 0; i < 13'000; ++i)
+        all += static_cast<char>(i * 7 + i / 256);
+    for (const std::size_t length : {0U, 1U, 2U, 3U, 4U, 5U, 6143U, 6144U, 6145U, 6146U, 12'287U, 12'288U, 13'000U}) {
+        const auto image = std::make_shared<StringBytes>(all.substr(0, length));
+        const auto script = scriptForDataURL(imageCall, {"image/png", image});
+        EXPECT_EQ(script.size(), script.capacity());
+        const std::string_view head = "window.handleNativeImageContent('data:image/png;base64,";
+        ASSERT_TRUE(script.starts_with(head) && script.ends_with("');"));
+        const auto bytes = fake::decodeBase64(script.substr(head.size(), script.size() - head.size() - 3));
+        EXPECT_TRUE(bytes && std::ranges::equal(bytes->span(), image->span())) << length;
+    }
 }
 
 }

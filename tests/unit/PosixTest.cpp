@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 #include "TemporaryFolder.h"
 #include "platform/posix/InstalledBundle.h"
@@ -16,16 +17,11 @@ namespace quillory {
 
 TEST(StandardLog, KeepsOneEventOnOneLine)
 {
-    const struct {
-        std::string text;
-        std::string line;
-    } cases[] = {
+    const std::pair<std::string, std::string> cases[] = {
         {"✅ Decoded 3 bytes", "✅ Decoded 3 bytes"},
         {"name\nwith\r\n\tlines", R"(name\nwith\r\n\tlines)"},
-        {std::string("nul\0 \x1b[31m \x7f", 12), R"(nul\x00 \x1b[31m \x7f)"},
-        {"next\xC2\x85line \xC2\xA0 ä",
-         R"(next\x85line)"
-         " \xC2\xA0 ä"},
+        {{"nul\0 \x1b[31m \x7f", 12}, R"(nul\x00 \x1b[31m \x7f)"},
+        {"next\xC2\x85line \xC2\xA0 ä", "next\\x85line \xC2\xA0 ä"},
         {"broken \xFF\xE2\x82 path \xED\xA0\x80.", R"(broken \xff\xe2\x82 path \xed\xa0\x80.)"},
     };
     for (const auto& [text, line] : cases)
@@ -86,11 +82,23 @@ TEST(TemporaryDirectory, IsTheFirstThatIsTheUsersOwnAndClosed)
         unsetenv(variable);
 }
 
-TEST(UTF8, LooksNoFurtherThanTheEndItIsGiven)
+TEST(UTF8, FindsTheWellFormedBeginning)
 {
-    const std::string_view text = "a\xE2\x82\xAC";
-    for (const std::size_t length : {0U, 1U, 2U, 3U, 4U})
-        EXPECT_EQ(validUTF8Prefix(text.substr(0, length)), length == 4 ? 4U : std::min<std::size_t>(length, 1));
+    const std::string leads = "a\x7F\x80\xBF\xC0\xC1\xC2\xDF\xE0\xE1\xEC\xED\xEE\xEF\xF0\xF1\xF3\xF4\xF5\xFF";
+    const std::string others = "(\x80\x8F\x90\x9F\xA0\xBF\xC0";
+    for (const char lead : leads) {
+        for (std::size_t i = 0; i < others.size() * others.size() * others.size(); ++i) {
+            const std::string text {lead, others[i % 8], others[i / 8 % 8], others[i / 64]};
+            // The parser of JSON knows it too.
+            std::size_t length = text.size();
+            while (!nlohmann::json::accept('"' + text.substr(0, length) + '"'))
+                --length;
+            EXPECT_EQ(validUTF8Prefix(text), length);
+            EXPECT_EQ(validUTF8Prefix("12345678" + text), length + 8);
+            for (std::size_t end = 0; end < text.size(); ++end)
+                EXPECT_LE(validUTF8Prefix(std::string_view(text).substr(0, end)), std::min(end, length));
+        }
+    }
 }
 
 TEST(InstalledBundle, ReadsStringsOfItsInformationFile)
@@ -101,22 +109,13 @@ TEST(InstalledBundle, ReadsStringsOfItsInformationFile)
     std::filesystem::create_directories(folder.path() / "share" / "quillory");
     EXPECT_EQ(bundle.resourceURL(), folder.path() / "share" / "quillory");
 
-    const struct {
-        const char* json;
-        std::optional<std::string> version;
-    } cases[] = {
-        {R"({"CFBundleVersion": "37"})", "37"},
-        {R"({"CFBundleVersion": 37})", std::nullopt},
-        {R"({"CFBundle": "37"})", std::nullopt},
-        {"[]", std::nullopt},
-        {"{", std::nullopt},
-        {"", std::nullopt},
-    };
     EXPECT_EQ(bundle.infoString("CFBundleVersion"), std::nullopt);
-    for (const auto& [json, version] : cases) {
+    for (const char* json : {R"({"CFBundleVersion": 37})", R"({"CFBundle": "37"})", "[]", "{", ""}) {
         folder.write("share/quillory/Info.json", json);
-        EXPECT_EQ(bundle.infoString("CFBundleVersion"), version) << json;
+        EXPECT_EQ(bundle.infoString("CFBundleVersion"), std::nullopt) << json;
     }
+    folder.write("share/quillory/Info.json", R"({"CFBundleVersion": "37"})");
+    EXPECT_EQ(bundle.infoString("CFBundleVersion"), "37");
 }
 
 }

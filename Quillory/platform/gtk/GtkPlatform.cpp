@@ -143,9 +143,8 @@ HotkeyBackend& GtkPlatform::hotkeyBackend()
             .willDeliverWaylandEvent = setActivationToken,
             .withMainWindow =
                 [this](std::function<void(std::string)> received) {
-                    m_application.whenMainWindowIsShown([received = std::move(received)](GtkWindow* window) {
-                        exportWindow(window, received);
-                    });
+                    m_application.whenMainWindowIsShown(
+                        [received = std::move(received)](GtkWindow* window) { exportWindow(window, received); });
                 },
             .changed = [this] { m_accessibility.changed(); },
         });

@@ -207,7 +207,8 @@ void PortalSession::bindShortcutsOfWindow()
     });
 }
 
-void PortalSession::call(Step step, const char* method, const std::function<GVariant*(GVariantDict& options)>& parameters)
+void PortalSession::call(Step step, const char* method,
+                         const std::function<GVariant*(GVariantDict& options)>& parameters)
 {
     const auto token = sessionToken + std::to_string(++m_requests);
     std::string name = g_dbus_connection_get_unique_name(m_connection.get()) + 1;

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <algorithm>
 #include <deque>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -13,6 +13,7 @@
 namespace quillory::fake {
 
 using Steps = std::vector<std::string>;
+using Settings = std::map<std::string, std::string>;
 
 inline std::string text(Size size)
 {
@@ -32,39 +33,12 @@ private:
     Steps& m_steps;
 };
 
-struct FakeApplication final : Application, Recorder {
-    using Recorder::Recorder;
-    int run(ApplicationDelegate& delegate, const Scene& scene) override
-    {
-        delegate.applicationWillFinishLaunching();
-        if (!terminating) {
-            delegate.applicationDidFinishLaunching();
-            if (whileRunning)
-                whileRunning(delegate, scene);
-        }
-        delegate.applicationWillTerminate();
-        return 0;
-    }
-    void terminate() override
-    {
-        step("terminate");
-        terminating = true;
-    }
-    void activate() override { step("activate"); }
-    void activateIgnoringOtherApps(bool ignoring) override { step(ignoring ? "activate ignoring others" : "activate"); }
-
-    // What happens between the launch and the end of the run.
-    std::function<void(ApplicationDelegate&, const Scene&)> whileRunning;
-    bool terminating = false;
-};
-
 struct FakeWindow final : Window, Recorder {
     using Recorder::Recorder;
     void setTitle(const std::string& title) override { step("title " + title); }
     void setContentView(const FramedView& content) override
     {
-        step("content");
-        view = content;
+        step("content of at least " + text(content.minSize));
         if (const auto* hosted = std::get_if<HostedWebView>(&content.view))
             webView = hosted->makeView();
     }
@@ -82,7 +56,6 @@ struct FakeWindow final : Window, Recorder {
     bool isMiniaturized() const override { return miniaturized; }
     void deminiaturize() override { step("deminiaturize"); }
 
-    std::optional<FramedView> view;
     std::shared_ptr<WebView> webView;
     WindowDelegate* delegate = nullptr;
     bool miniaturized = false;
@@ -90,10 +63,7 @@ struct FakeWindow final : Window, Recorder {
 
 struct FakeConfiguration final : WebViewConfiguration, UserContentController, Recorder {
     using Recorder::Recorder;
-    void setPreference(const std::string& key, bool value) override
-    {
-        step("preference " + key + (value ? " on" : " off"));
-    }
+    void setPreference(const std::string& key, bool value) override { step(key + (value ? " on" : " off")); }
     UserContentController& userContentController() override { return *this; }
     void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler, const std::string& name) override
     {
@@ -132,9 +102,8 @@ struct FakeWebView final : WebView, Recorder {
     void post(const std::string& name, std::shared_ptr<const Value> body)
     {
         auto& handlers = dynamic_cast<FakeConfiguration&>(*configuration).handlers;
-        const auto named = handlers.find(name);
-        (named == handlers.end() ? handlers.begin() : named)
-            ->second->didReceiveScriptMessage(configuration->userContentController(), {name, std::move(body)});
+        const auto& handler = handlers.contains(name) ? handlers[name] : handlers.begin()->second;
+        handler->didReceiveScriptMessage(configuration->userContentController(), {name, std::move(body)});
     }
 
     std::unique_ptr<WebViewConfiguration> configuration;
@@ -144,150 +113,71 @@ struct FakeWebView final : WebView, Recorder {
     std::vector<EvaluationCompletion> completions;
 };
 
-// One panel that is open.
-struct FakePanel {
-    std::map<std::string, std::string> settings;
-    PanelCompletion completion;
-};
-
-// Both kinds of panel.
-class PanelFake final : public SavePanel, public OpenPanel {
-public:
-    explicit PanelFake(std::deque<FakePanel>& shown)
-        : m_shown(shown)
+// A panel of either kind or an alert. Once it is open the platform has a copy.
+struct FakePanel final : SavePanel, OpenPanel, Alert {
+    explicit FakePanel(std::deque<FakePanel>& open)
+        : all(open)
     {
     }
-    void setNameFieldStringValue(const std::string& name) override { m_panel.settings["name"] = name; }
+    void setNameFieldStringValue(const std::string& name) override { settings["name"] = name; }
     void setCanCreateDirectories(bool can) override { set("create directories", can); }
     void setAllowedContentTypes(std::vector<ContentType> types) override
     {
-        auto& list = m_panel.settings["types"];
         for (const auto& type : types)
-            list += (list.empty() ? "" : " ") + type.mimeType;
+            add("types", type.mimeType);
     }
     void setCanChooseFiles(bool can) override { set("files", can); }
     void setCanChooseDirectories(bool can) override { set("directories", can); }
     void setAllowsMultipleSelection(bool allows) override { set("multiple", allows); }
-    void setMessage(const std::string& message) override { m_panel.settings["message"] = message; }
-    void setPrompt(const std::string& prompt) override { m_panel.settings["prompt"] = prompt; }
-    void beginWithCompletionHandler(PanelCompletion completion) override
+    void setMessage(const std::string& message) override { settings["message"] = message; }
+    void setPrompt(const std::string& prompt) override { settings["prompt"] = prompt; }
+    void setMessageText(const std::string& message) override { settings["message"] = message; }
+    void setInformativeText(const std::string& informative) override { settings["text"] = informative; }
+    void setAlertStyle(AlertStyle style) override { settings["style"] = std::to_string(static_cast<int>(style)); }
+    void addButtonWithTitle(const std::string& title) override { add("buttons", title); }
+    void beginWithCompletionHandler(PanelCompletion handler) override
     {
-        m_panel.completion = std::move(completion);
-        m_shown.push_back(std::move(m_panel));
+        completion = std::move(handler);
+        all.push_back(*this);
+    }
+    void runModal(std::function<void(int)> answered) override { open(true, std::move(answered)); }
+    void show(std::function<void(int)> answered) override { open(false, std::move(answered)); }
+    void open(bool modal, std::function<void(int)> answered)
+    {
+        set("modal", modal);
+        answer = std::move(answered);
+        all.push_back(*this);
+    }
+    void set(const char* name, bool value) { settings[name] = value ? "yes" : "no"; }
+    void add(const char* name, const std::string& entry)
+    {
+        settings[name] += settings[name].empty() ? entry : " " + entry;
     }
 
-private:
-    void set(const char* name, bool value) { m_panel.settings[name] = value ? "yes" : "no"; }
-
-    std::deque<FakePanel>& m_shown;
-    FakePanel m_panel;
-};
-
-struct FakePasteboard final : Pasteboard, PasteboardReading, Recorder {
-    using Recorder::Recorder;
-    std::shared_ptr<PasteboardReading> read() override { return {std::shared_ptr<void>(), this}; }
-    void clearContents() override
-    {
-        step("clear pasteboard");
-        strings.clear();
-    }
-    void setString(const TextHandle& string, const std::string& type) override
-    {
-        step("copy as " + type);
-        strings[type] = string->utf8();
-    }
-    void stringForType(const std::string& type, StringCompletion completion) override
-    {
-        answer([this, type, completion = std::move(completion)] {
-            const auto entry = strings.find(type);
-            completion(entry == strings.end() ? std::nullopt : std::optional(entry->second));
-        });
-    }
-    void imageAsPNG(DataCompletion completion) override
-    {
-        answer([this, completion = std::move(completion)] { completion(image); });
-    }
-    void answer(std::function<void()> work)
-    {
-        answers.push_back(std::move(work));
-        if (!answersLater)
-            answerNext();
-    }
-    void answerNext()
-    {
-        const auto work = std::move(answers.front());
-        answers.pop_front();
-        work();
-    }
-
-    std::map<std::string, std::string> strings;
-    std::shared_ptr<const Bytes> image;
-    bool answersLater = false; // when the test says so
-    std::deque<std::function<void()>> answers;
-};
-
-// An alert that is open.
-struct FakeAlert {
-    std::string messageText;
-    std::string informativeText;
-    AlertStyle style = AlertStyle::warning;
-    std::vector<std::string> buttons;
+    std::deque<FakePanel>& all;
+    Settings settings;
+    PanelCompletion completion;
     std::function<void(int)> answer;
 };
 
-class AlertFake final : public Alert, Recorder {
-public:
-    AlertFake(Steps& steps, std::deque<FakeAlert>& shown)
+struct FakeTimer final : Timer, Recorder {
+    FakeTimer(Steps& steps, std::function<void()> work)
         : Recorder(steps)
-        , m_shown(shown)
+        , block(std::make_shared<std::function<void()>>(std::move(work)))
     {
     }
-    void setMessageText(const std::string& message) override { m_alert.messageText = message; }
-    void setInformativeText(const std::string& informative) override { m_alert.informativeText = informative; }
-    void setAlertStyle(AlertStyle style) override { m_alert.style = style; }
-    void addButtonWithTitle(const std::string& title) override { m_alert.buttons.push_back(title); }
-    void runModal(std::function<void(int)> answered) override { open("alert", std::move(answered)); }
-    void show(std::function<void(int)> answered) override { open("alert beside the window", std::move(answered)); }
-
-private:
-    void open(const char* what, std::function<void(int)> answered)
-    {
-        step(what);
-        m_alert.answer = std::move(answered);
-        m_shown.push_back(std::move(m_alert));
-    }
-
-    std::deque<FakeAlert>& m_shown;
-    FakeAlert m_alert;
-};
-
-struct FakeTimer {
-    std::chrono::milliseconds interval {};
-    bool repeats = false;
-    std::function<void()> block;
-    bool valid = true;
-};
-
-struct TimerFake final : Timer, Recorder {
-    TimerFake(Steps& steps, std::shared_ptr<FakeTimer> of)
-        : Recorder(steps)
-        , timer(std::move(of))
-    {
-    }
-    ~TimerFake() override { timer->valid = false; }
     void invalidate() override
     {
         step("invalidate timer");
-        timer->valid = false;
+        block.reset();
     }
 
-    std::shared_ptr<FakeTimer> timer;
+    std::shared_ptr<std::function<void()>> block;
 };
 
 struct FakeTap final : EventTap, Recorder {
-    FakeTap(Steps& steps, std::uint64_t events, EventTapCallback function, void* data)
+    FakeTap(Steps& steps, EventTapCallback function, void* data)
         : Recorder(steps)
-        , mask(events)
         , callback(function)
         , userData(data)
     {
@@ -298,8 +188,11 @@ struct FakeTap final : EventTap, Recorder {
         enabled = enable;
     }
     bool isEnabled() const override { return enabled; }
+    const TapEvent* send(std::uint32_t type, const TapEvent* event) const
+    {
+        return callback(nullptr, type, event, userData);
+    }
 
-    std::uint64_t mask;
     EventTapCallback callback;
     void* userData;
     bool enabled = false;
@@ -316,20 +209,101 @@ struct FakeRunningApplication final : RunningApplication, Recorder {
     void activate() override { step("activate other instance"); }
 };
 
-struct FakePlatform final : Platform, Log, MainQueue, Bundle, Workspace, Accessibility {
+struct FakePlatform : Platform,
+                      Log,
+                      MainQueue,
+                      Bundle,
+                      Application,
+                      Pasteboard,
+                      PasteboardReading,
+                      Workspace,
+                      Accessibility {
     Log& log() override { return *this; }
+    void print(std::string_view line) override
+    {
+        lines.emplace_back(line);
+        steps.push_back("log: " + lines.back());
+    }
+
     MainQueue& mainQueue() override { return *this; }
+    void async(std::function<void()> work) override { queue.push_back(std::move(work)); }
+    void asyncAfter(std::chrono::milliseconds delay, std::function<void()> work) override
+    {
+        steps.push_back("after " + std::to_string(delay.count()) + " ms");
+        async(std::move(work));
+    }
+
     Bundle& mainBundle() override { return *this; }
-    FakeApplication& application() override { return m_application; }
-    FakePasteboard& generalPasteboard() override { return m_pasteboard; }
+    std::optional<std::filesystem::path> resourceURL() const override { return resources; }
+    std::optional<std::string> bundleIdentifier() const override { return infoString("CFBundleIdentifier"); }
+    std::optional<std::string> infoString(const std::string& key) const override
+    {
+        return info.contains(key) ? std::optional(info.at(key)) : std::nullopt;
+    }
+
+    Application& application() override { return *this; }
+    int run(ApplicationDelegate& delegate, const Scene& scene) override
+    {
+        delegate.applicationWillFinishLaunching();
+        if (!terminating) {
+            delegate.applicationDidFinishLaunching();
+            whileRunning(delegate, scene);
+        }
+        delegate.applicationWillTerminate();
+        return 0;
+    }
+    void terminate() override
+    {
+        steps.emplace_back("terminate");
+        terminating = true;
+    }
+    void activate() override { steps.emplace_back("activate"); }
+    void activateIgnoringOtherApps(bool ignoring) override
+    {
+        steps.emplace_back(ignoring ? "activate ignoring others" : "activate");
+    }
+
+    Pasteboard& generalPasteboard() override { return *this; }
+    std::shared_ptr<PasteboardReading> read() override { return {std::shared_ptr<void>(), this}; }
+    void clearContents() override
+    {
+        steps.emplace_back("clear pasteboard");
+        copied.clear();
+    }
+    void setString(const TextHandle& string, const std::string& type) override
+    {
+        steps.push_back("copy as " + type);
+        copied[type] = string->utf8();
+    }
+    void stringForType(const std::string& type, StringCompletion completion) override
+    {
+        async([=, this] { completion(copied.contains(type) ? std::optional(copied[type]) : std::nullopt); });
+    }
+    void imageAsPNG(DataCompletion completion) override
+    {
+        async([=, this] { completion(copiedImage); });
+    }
+
     Workspace& sharedWorkspace() override { return *this; }
+    void openURL(const std::string& url) override { steps.push_back("open " + url); }
+
     Accessibility& accessibility() override { return *this; }
+    bool isProcessTrusted() override { return trusted; }
+    bool isProcessTrustedWithOptions(bool prompt) override
+    {
+        steps.emplace_back(prompt ? "check trust with prompt" : "check trust");
+        return trusted;
+    }
+    void whenTrusted(std::function<void()> function) override { granted = std::move(function); }
+    std::shared_ptr<Alert> makePermissionAlert() override { return makeAlert(); }
+
     std::optional<Screen> mainScreen() override { return screen; }
     std::vector<std::unique_ptr<RunningApplication>> runningApplications(const std::string& identifier) override
     {
         steps.push_back("look for " + identifier);
-        std::vector<std::unique_ptr<RunningApplication>> others(otherInstances);
-        std::ranges::generate(others, [this] { return std::make_unique<FakeRunningApplication>(steps); });
+        std::vector<std::unique_ptr<RunningApplication>> others;
+        while (others.size() < otherInstances)
+            others.push_back(std::make_unique<FakeRunningApplication>(steps));
         return others;
     }
     std::unique_ptr<Window> makeWindow(Size size, unsigned style) override
@@ -347,19 +321,21 @@ struct FakePlatform final : Platform, Log, MainQueue, Bundle, Workspace, Accessi
     {
         return std::make_shared<FakeWebView>(steps, std::move(configuration));
     }
-    std::shared_ptr<SavePanel> makeSavePanel() override { return std::make_shared<PanelFake>(panels); }
-    std::shared_ptr<OpenPanel> makeOpenPanel() override { return std::make_shared<PanelFake>(panels); }
-    std::shared_ptr<Alert> makeAlert() override { return std::make_shared<AlertFake>(steps, alerts); }
+    std::shared_ptr<SavePanel> makeSavePanel() override { return std::make_shared<FakePanel>(panels); }
+    std::shared_ptr<OpenPanel> makeOpenPanel() override { return std::make_shared<FakePanel>(panels); }
+    std::shared_ptr<Alert> makeAlert() override { return std::make_shared<FakePanel>(alerts); }
     std::unique_ptr<Timer> scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                                          std::function<void()> block) override
     {
-        timers.push_back(std::make_shared<FakeTimer>(FakeTimer {interval, repeats, std::move(block)}));
-        return std::make_unique<TimerFake>(steps, timers.back());
+        steps.push_back((repeats ? "timer every " : "timer after ") + std::to_string(interval.count()) + " ms");
+        auto made = std::make_unique<FakeTimer>(steps, std::move(block));
+        timers.push_back(made->block);
+        return made;
     }
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) override
     {
-        steps.emplace_back("make tap");
-        auto made = tapsAllowed ? std::make_shared<FakeTap>(steps, mask, callback, userData) : nullptr;
+        steps.push_back("make tap on " + std::to_string(mask));
+        auto made = tapsAllowed ? std::make_shared<FakeTap>(steps, callback, userData) : nullptr;
         tap = made;
         return made;
     }
@@ -367,47 +343,29 @@ struct FakePlatform final : Platform, Log, MainQueue, Bundle, Workspace, Accessi
     {
         return sourcesAllowed ? std::make_shared<FakeSource>(steps) : nullptr;
     }
-    void print(std::string_view line) override { steps.push_back("log: " + std::string(line)); }
-    void async(std::function<void()> work) override { queue.push_back(std::move(work)); }
-    void asyncAfter(std::chrono::milliseconds delay, std::function<void()> work) override
-    {
-        steps.push_back("after " + std::to_string(delay.count()) + " ms");
-        delayed.push_back(std::move(work));
-    }
-    std::optional<std::filesystem::path> resourceURL() const override { return resources; }
-    std::optional<std::string> bundleIdentifier() const override { return infoString("CFBundleIdentifier"); }
-    std::optional<std::string> infoString(const std::string& key) const override
-    {
-        return info.contains(key) ? std::optional(info.at(key)) : std::nullopt;
-    }
-    void openURL(const std::string& url) override { steps.push_back("open " + url); }
-    bool isProcessTrusted() override { return trusted; }
-    bool isProcessTrustedWithOptions(bool prompt) override
-    {
-        steps.emplace_back(prompt ? "check trust with prompt" : "check trust");
-        return trusted;
-    }
-    void whenTrusted(std::function<void()> function) override { granted = std::move(function); }
-    std::shared_ptr<Alert> makePermissionAlert() override { return makeAlert(); }
 
     // Does all work that is waiting on the main queue, and what that adds to it.
     void runMainQueue()
     {
-        for (; !queue.empty(); queue.pop_front())
-            queue.front()();
+        while (!queue.empty())
+            runNext();
     }
-    // The log lines among the steps.
-    Steps lines() const
+    void runNext()
     {
-        Steps found;
-        for (const auto& step : steps) {
-            if (step.starts_with("log: "))
-                found.push_back(step.substr(5));
-        }
-        return found;
+        std::exchange(queue.front(), {})();
+        queue.pop_front();
+    }
+    // What happens in the course of `action`.
+    template<typename Action> Steps stepsOf(Action action)
+    {
+        steps.clear();
+        lines.clear();
+        action();
+        return steps;
     }
 
     Steps steps;
+    Steps lines; // of the log, among the steps
 
     // What it answers
     std::map<std::string, std::string> info {{"CFBundleIdentifier", "com.quillory.Quillory"}};
@@ -418,19 +376,19 @@ struct FakePlatform final : Platform, Log, MainQueue, Bundle, Workspace, Accessi
     std::function<void()> granted; // what is called when the user gives the permission
     bool tapsAllowed = true;
     bool sourcesAllowed = true;
+    Settings copied; // by type
+    std::shared_ptr<const Bytes> copiedImage;
+    // What happens between the launch and the end of the run.
+    std::function<void(ApplicationDelegate&, const Scene&)> whileRunning = [](auto&, auto&) {};
+    bool terminating = false;
 
     // What it made
     std::vector<FakeWindow*> windows;
     std::deque<FakePanel> panels;
-    std::deque<FakeAlert> alerts;
-    std::vector<std::shared_ptr<FakeTimer>> timers;
+    std::deque<FakePanel> alerts;
+    std::vector<std::weak_ptr<std::function<void()>>> timers;
     std::weak_ptr<FakeTap> tap;
     std::deque<std::function<void()>> queue;
-    std::vector<std::function<void()>> delayed;
-
-private:
-    FakeApplication m_application {steps};
-    FakePasteboard m_pasteboard {steps};
 };
 
 }

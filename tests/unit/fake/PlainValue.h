@@ -1,37 +1,29 @@
 #pragma once
 
 #include <algorithm>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "platform/Value.h"
 #include "support/StringBytes.h"
 
 namespace quillory::fake {
 
-// What a base64 text stands for, bit by bit straight from the definition; none if it is not base64 to the letter.
-inline std::optional<std::string> decodeBase64(std::string_view text)
+// What a base64 text stands for, straight from the definition; null if it is not base64 to the letter.
+inline std::shared_ptr<const Bytes> decodeBase64(std::string_view text)
 {
     constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    if (text.size() % 4 != 0)
-        return std::nullopt;
-    for (int pads = 0; pads < 2 && text.ends_with('='); ++pads)
-        text.remove_suffix(1);
+    const auto letters = text.substr(0, text.find_last_not_of('=') + 1);
+    if (text.size() % 4 != 0 || text.size() > letters.size() + 2
+        || letters.find_first_not_of(alphabet) != std::string_view::npos)
+        return nullptr;
     std::string bytes;
     unsigned bits = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto value = alphabet.find(text[i]);
-        if (value == std::string_view::npos)
-            return std::nullopt;
-        bits = bits << 6 | static_cast<unsigned>(value);
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        bits = bits << 6 | static_cast<unsigned>(alphabet.find(letters[i]));
         if (i % 4 != 0)
             bytes += static_cast<char>(bits >> (6 - i % 4 * 2));
     }
-    return bytes;
+    return std::make_shared<StringBytes>(std::move(bytes));
 }
 
 // A text that is held here.
@@ -45,9 +37,7 @@ public:
     std::shared_ptr<const Bytes> base64AfterFirstComma() const override
     {
         const auto comma = m_text.find(',');
-        auto bytes =
-            comma == std::string::npos ? std::nullopt : decodeBase64(std::string_view(m_text).substr(comma + 1));
-        return bytes ? std::make_shared<StringBytes>(std::move(*bytes)) : nullptr;
+        return comma == std::string::npos ? nullptr : decodeBase64(std::string_view(m_text).substr(comma + 1));
     }
 
 private:
@@ -81,24 +71,23 @@ public:
     }
     bool holdsStringObjects() const override
     {
-        return m_value.is_array() && std::ranges::all_of(m_value, [](const auto& entry) {
-                   return entry.is_object()
-                       && std::ranges::all_of(entry, [](const auto& text) { return text.is_string(); });
-               });
+        return m_value.is_array() && std::ranges::all_of(m_value, holdsTextsOnly);
     }
     std::vector<std::string> keys() const override
     {
         std::vector<std::string> keys;
-        if (m_value.is_object()) {
-            for (const auto& entry : m_value.items())
-                keys.push_back(entry.key());
-        }
+        for (auto entry = m_value.begin(); m_value.is_object() && entry != m_value.end(); ++entry)
+            keys.push_back(entry.key());
         return keys;
     }
     std::unique_ptr<Value> at(const std::string& key) const override
     {
-        return std::make_unique<PlainValue>(m_value.is_object() ? m_value.value(key, nlohmann::json())
-                                                                : nlohmann::json());
+        return std::make_unique<PlainValue>(m_value.is_object() && m_value.contains(key) ? m_value[key] : nullptr);
+    }
+
+    static bool holdsTextsOnly(const nlohmann::json& value)
+    {
+        return value.is_object() && std::ranges::all_of(value, [](const auto& entry) { return entry.is_string(); });
     }
 
 private:
