@@ -47,7 +47,7 @@ StackView hotkeyGroup()
     return {
         .spacing = 4,
         .children = {TextView {localized("Global Hotkey"), {.style = TextStyle::headline}},
-                     BadgeView {.text = "⌘ ⇧ E",
+                     BadgeView {.text = localized("⌘ ⇧ E"),
                                 .accessibleName = localized("Command Shift E"),
                                 .font = {.monospaced = true},
                                 .horizontalPadding = 8,

@@ -25,6 +25,13 @@ inline std::string localized(const char* text, std::string_view value)
     return result;
 }
 
+// Whether the user's language has translations at all; in the C locale it has none.
+inline bool isLocalized()
+{
+    constexpr const char* header = "";
+    return *dgettext(textDomain, header) != '\0';
+}
+
 // Marks a text that goes through `localized` elsewhere, so that the catalogue gets it.
 constexpr const char* localizable(const char* text)
 {

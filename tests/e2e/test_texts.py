@@ -43,7 +43,9 @@ def test_catalogue_has_every_text(template, language):
     assert texts(template) == texts(catalogue)
     assert run("msgattrib", "--untranslated", catalogue) == ""
     # A text with a place for a value keeps it, and a menu item has one key to reach it.
-    for id, text in re.findall(r'^msgid (".*")\nmsgstr (".*")$', run("msgcat", "--no-wrap", catalogue), re.M):
+    content = run("msgcat", "--no-wrap", catalogue)
+    assert not re.search("Cmd|⌘|→", "".join(re.findall(r'^msgstr ((?:".*"\n?)+)', content, re.M))), "of another desktop"
+    for id, text in re.findall(r'^msgid (".*")\nmsgstr (".*")$', content, re.M):
         assert ("{}" in id, "_" in id) == ("{}" in text, "_" in text), text
 
 
@@ -122,6 +124,12 @@ def test_an_icon_that_cannot_be_decoded_is_not_shown(launch, tree, desktop, bus)
     desktop.open_about()
     about = wait_for(lambda: bus.nodes("About Quillory"), "the accessible window")
     assert "Version 1.0 (1)" in names(about, "label") and "Quillory icon" not in names(about, "image")
+
+
+def test_a_language_without_a_catalogue_gets_the_english_one(launch, desktop, bus, locale):
+    launch(env={**bus.ENVIRONMENT, **locale, "LANGUAGE": "es"})
+    desktop.open_about()
+    assert "Super Shift E" in names(wait_for(lambda: bus.nodes("About Quillory"), "the accessible window"), "label")
 
 
 def test_a_locale_with_decimal_commas(launch, desktop, locale):

@@ -26,9 +26,7 @@ PermissionAlert::PermissionAlert(Application& application, HotkeyBackend& backen
 void PermissionAlert::setInformativeText(const std::string& text)
 {
     // In no language at all, alerts are as the program has them.
-    const auto other = localized(withoutSettings);
-    const bool isTranslated = other != withoutSettings;
-    m_alert->setInformativeText(m_backend.canBeTrusted() || !isTranslated ? text : other);
+    m_alert->setInformativeText(m_backend.canBeTrusted() || !isLocalized() ? text : localized(withoutSettings));
 }
 
 void PermissionAlert::begin(bool modal, std::function<void(int answer)> answered)
