@@ -73,22 +73,32 @@ const json download {{"filename", "a.png"}, {"data", ",QUJD"}};
 TEST_F(CoordinatorTest, RefusesBodiesOfAnotherShape)
 {
     auto refused = R"({
-        "download": [null, true, 1, "text", [], {}, {"filename": "a"}, {"data": ",QUJD"},
+        "nativeDownload": [null, true, 1, "text", [], {}, {"filename": "a"}, {"data": ",QUJD"},
                      {"filename": 1, "data": ",QUJD"}, {"filename": "a", "data": null},
                      {"filename": "a", "data": ",QUJD", "size": 1}],
-        "batch download": [null, "text", [], {}, {"file": []}, {"files": "text"}, {"files": {}},
+        "nativeBatchDownload": [null, "text", [], {}, {"file": []}, {"files": "text"}, {"files": {}},
                            {"files": [{"filename": "a", "data": ",QUJD"}, 1]},
                            {"files": [{"filename": "a", "data": ",QUJD", "n": 1}]}],
-        "copy": [null, "text", [], {}, {"text": "x"}, {"data": 1}, {"data": "x", "count": 1}]
+        "nativeCopy": [null, "text", [], {}, {"text": "x"}, {"data": 1}, {"data": "x", "count": 1}]
     })"_json;
-    auto& large = refused["download"].emplace_back(download);
-    while (large.size() < 100'001)
-        large[std::to_string(large.size())] = "";
-    refused["batch download"].push_back({{"files", json(100'001, json::object())}});
+    // One more than there may be.
+    auto keys = download;
+    while (keys.size() < 100'000)
+        keys[std::to_string(keys.size())] = "";
+    json files(100'000, json::object());
+    for (const auto& [message, body] :
+         {std::pair {"nativeDownload", keys}, {"nativeBatchDownload", {{"files", files}}}}) {
+        post(message, body);
+        takePanel();
+    }
+    keys["more"] = "";
+    files.push_back(json::object());
+    refused["nativeDownload"].push_back(keys);
+    refused["nativeBatchDownload"].push_back({{"files", files}});
     for (const auto& [message, kind] : {std::pair {"nativeDownload", "download"},
                                         {"nativeBatchDownload", "batch download"},
                                         {"nativeCopy", "copy"}}) {
-        for (const auto& body : refused[kind]) {
+        for (const auto& body : refused[message]) {
             EXPECT_THAT(post(message, body), ElementsAre(std::string("❌ Invalid ") + kind + " message"));
             EXPECT_THAT(platform.panels, IsEmpty());
         }
@@ -243,20 +253,39 @@ TEST_F(CoordinatorTest, TellsTheUserWhatWasNotSavedOrOpened)
         alert.answer(alertFirstButtonReturn);
         platform.runMainQueue();
     };
-    const std::string noFile = "No such file or directory";
+    const auto saveBatch = [this](const json& files) {
+        post("nativeBatchDownload", {{"files", files}});
+        choose(folder.path());
+    };
+    const std::string noFile = "No such file or directory", noContent = ": There is no content that can be read";
     post("nativeDownload", download);
-    choose(inFolder("missing/logo\n.png"));
-    expectAlert("“logo?.png” was not saved", noFile);
+    choose(inFolder("missing/logo\n\x7F.png"));
+    expectAlert("“logo??.png” was not saved", noFile);
 
-    const std::string longName(300, 'n');
-    post("nativeBatchDownload", {{"files", {download, json::object(), {{"filename", longName}, {"data", ","}}}}});
-    choose(folder.path());
+    // Ten lines at most, and of each 200 bytes, cut between characters.
+    json files(10, {{"filename", "x"}});
+    const std::string longest(200 - noContent.size(), 'n'), letters(199, 'n');
+    std::string list = longest + noContent + "\n" + letters + "…\nn" + longest + noContent;
+    list.replace(list.size() - 1, 1, "…");
+    files[0]["filename"] = longest;
+    files[1]["filename"] = letters + "å";
+    files[2]["filename"] = "n" + longest;
+    for (int i = 0; i < 7; ++i)
+        list += "\nx" + noContent;
+    saveBatch(files);
+    expectAlert("Files saved: 0/10", list);
+    files.push_back({});
+    saveBatch(files);
+
     // What fails while an alert is open waits for the next one, where all of it is together.
-    view->dropFiles({"/missing/a.png", "/missing/p.json"});
+    const std::vector<fs::path> gone(12, "/missing/\xFF\x80.png");
+    view->dropFiles(gone);
     platform.runMainQueue();
-    expectAlert("Files saved: 1/3", "There is no content that can be read\n" + longName.substr(0, 200) + "…");
-    expectAlert("Not every file was saved or opened",
-                "“a.png” was not opened: " + noFile + "\n“p.json” was not opened: " + noFile);
+    expectAlert("Files saved: 0/11", list + "\n…");
+    list.clear();
+    for (int i = 0; i < 10; ++i)
+        list += "“??.png” was not opened: " + noFile + "\n";
+    expectAlert("Not every file was saved or opened", list + "…");
     EXPECT_THAT(platform.alerts, IsEmpty());
 }
 
