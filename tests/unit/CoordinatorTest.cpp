@@ -143,69 +143,62 @@ TEST_F(CoordinatorTest, EndsARequestAsTheUserChooses)
     folder.write("p.json", "it's");
     folder.write("a.PNG", "ABC");
     fs::create_directory(inFolder("sub"));
-    // The message and where the user wants it; what is logged, what the page is answered and what it is given.
+    // The message and where the user wants it; the last line of the log, what the page is answered and what it is
+    // given.
     const auto cases = R"([
-        ["nativeDownload", {"filename": "a", "data": ","}, "empty",
-         ["📥 Native download requested: a", "✅ Decoded 0 bytes", "✅ File saved to: FOLDER/empty"],
-         {"result": "saved", "name": "empty", "file": 32}],
-        ["nativeDownload", {"filename": "a", "data": "x,QUJD", "more": ""}, "old",
-         ["📥 Native download requested: a", "✅ Decoded 3 bytes", "✅ File saved to: FOLDER/old"],
-         {"result": "saved", "name": "old", "file": 32}],
+        ["nativeDownload", {"filename": "a", "data": ","}, "empty", "✅ File saved to: FOLDER/empty", ["saved", "empty"]],
+        ["nativeDownload", {"filename": "a", "data": "x,QUJD", "more": ""}, "old", "✅ File saved to: FOLDER/old",
+         ["saved", "old"]],
         ["nativeDownload", {"filename": "a", "data": ","}, "missing/b",
-         ["📥 Native download requested: a", "✅ Decoded 0 bytes", "❌ Error saving file: No such file or directory"],
-         {"result": "failed", "name": "b", "reason": "No such file or directory"}],
-        ["nativeDownload", {"filename": "a", "data": ","}, null,
-         ["📥 Native download requested: a", "✅ Decoded 0 bytes"], {"result": "cancelled", "name": "a"}],
-        ["nativeDownload", {"filename": "a", "data": "QUJD"}, null,
-         ["📥 Native download requested: a", "❌ Failed to decode data URL"],
-         {"result": "failed", "name": "a", "reason": "Failed to decode data URL"}],
-        ["nativeDownload", {"filename": "a"}, null, ["❌ Invalid download message"],
-         {"result": "failed", "name": "", "reason": "Invalid download message"}],
-        ["nativeBatchDownload", {"files": []}, "sub",
-         ["📥 Batch download requested: 0 files", "✅ Saved 0/0 files to: FOLDER/sub"],
-         {"result": "saved", "name": "sub"}],
+         "❌ Error saving file: No such file or directory", ["failed", "b", "No such file or directory"]],
+        ["nativeDownload", {"filename": "a", "data": ",QQ=="}, null, "✅ Decoded 1 bytes", ["cancelled", "a"]],
+        ["nativeDownload", {"filename": "a", "data": "QUJD"}, null, "❌ Failed to decode data URL",
+         ["failed", "a", "Failed to decode data URL"]],
+        ["nativeDownload", {"filename": "a"}, null, "❌ Invalid download message",
+         ["failed", "", "Invalid download message"]],
+        ["nativeBatchDownload", {"files": []}, "sub", "✅ Saved 0/0 files to: FOLDER/sub", ["saved", "sub"]],
         ["nativeBatchDownload", {"files": [{"filename": "b", "data": ","}, {"filename": "c"}], "n": 1}, "sub",
-         ["📥 Batch download requested: 2 files", "✅ Saved 1/2 files to: FOLDER/sub"],
-         {"result": "failed", "name": "sub", "reason": "c: There is no content that can be read"}],
-        ["nativeBatchDownload", {"files": []}, null, ["📥 Batch download requested: 0 files"],
-         {"result": "cancelled", "name": ""}],
-        ["nativeBatchDownload", {}, null, ["❌ Invalid batch download message"],
-         {"result": "failed", "name": "", "reason": "Invalid batch download message"}],
-        ["nativeFilePicker", {}, "p.json", ["📂 Native file picker requested", "✅ File loaded: p.json"],
-         {"result": "opened", "name": "p.json", "file": 32}, "window.handleNativeFileContent('it\\'s');"],
-        ["nativeFilePicker", {}, "missing/p.json",
-         ["📂 Native file picker requested", "❌ Error reading file: No such file or directory"],
-         {"result": "failed", "name": "p.json", "reason": "No such file or directory"}],
-        ["nativeFilePicker", {}, null, ["📂 Native file picker requested"], {"result": "cancelled", "name": ""}],
-        ["nativeImagePicker", {}, "a.PNG", ["🖼️ Native image picker requested", "✅ Image loaded: a.PNG"],
-         null, "window.handleNativeImageContent('data:image/png;base64,QUJD');"],
-        ["nativeImagePicker", {}, null, ["🖼️ Native image picker requested"], null]
+         "✅ Saved 1/2 files to: FOLDER/sub", ["failed", "sub", "c: There is no content that can be read"]],
+        ["nativeBatchDownload", {"files": []}, null, "📥 Batch download requested: 0 files", ["cancelled", ""]],
+        ["nativeBatchDownload", {}, null, "❌ Invalid batch download message",
+         ["failed", "", "Invalid batch download message"]],
+        ["nativeFilePicker", {}, "p.json", "✅ File loaded: p.json", ["opened", "p.json"],
+         "window.handleNativeFileContent('it\\'s');"],
+        ["nativeFilePicker", {}, "missing/p.json", "❌ Error reading file: No such file or directory",
+         ["failed", "p.json", "No such file or directory"]],
+        ["nativeFilePicker", {}, null, "📂 Native file picker requested", ["cancelled", ""]],
+        ["nativeImagePicker", {}, "a.PNG", "✅ Image loaded: a.PNG", null,
+         "window.handleNativeImageContent('data:image/png;base64,QUJD');"],
+        ["nativeImagePicker", {}, null, "🖼️ Native image picker requested", null]
     ])"_json;
     for (const auto& row : cases) {
-        SCOPED_TRACE(row);
-        Texts lines = row[3];
-        if (const auto place = lines.back().find("FOLDER"); place != std::string::npos)
-            lines.back().replace(place, 6, folder.path());
+        std::string line = row[3];
+        if (const auto place = line.find("FOLDER"); place != std::string::npos)
+            line.replace(place, 6, folder.path());
         for (const bool isAsked : {false, true}) {
+            SCOPED_TRACE(row);
             auto body = row[1];
-            auto expected = isAsked ? row[4] : json();
             if (isAsked)
                 body["reply"] = "it's 1";
-            if (!expected.is_null())
-                expected["reply"] = "it's 1";
             post(row[0], body);
             if (!platform.panels.empty()) {
                 const bool isChosen = !row[2].is_null();
                 // Neither a path without a yes nor a yes without a path is a choice.
-                const auto path =
-                    isChosen || isAsked ? std::optional(inFolder(row[2].is_null() ? "x" : row[2])) : std::nullopt;
-                choose(path, isChosen || !isAsked ? ModalResponse::ok : ModalResponse::cancel);
+                const auto path = isChosen ? inFolder(row[2]) : inFolder("x");
+                choose(isChosen || isAsked ? std::optional(path) : std::nullopt,
+                       isChosen || !isAsked ? ModalResponse::ok : ModalResponse::cancel);
             }
-            EXPECT_EQ(platform.lines, lines);
-            auto answer = takeAnswer();
-            if (answer.contains("file"))
-                answer["file"] = answer["file"].get<std::string>().size();
-            EXPECT_EQ(answer, expected);
+            EXPECT_EQ(platform.lines.back(), line);
+            const auto answer = takeAnswer();
+            const auto expected = isAsked ? row[4] : json();
+            EXPECT_EQ(answer.is_null(), expected.is_null());
+            if (!expected.is_null()) {
+                EXPECT_EQ(answer["reply"], "it's 1");
+                EXPECT_EQ((json {answer["result"], answer["name"]}), (json {expected[0], expected[1]}));
+                EXPECT_EQ(answer.value("reason", json()), expected.size() > 2 ? expected[2] : json());
+                EXPECT_EQ(answer.contains("file"),
+                          row[0] != "nativeBatchDownload" && (expected[0] == "saved" || expected[0] == "opened"));
+            }
             EXPECT_EQ(view->scripts, row.size() > 5 ? Texts {row[5]} : Texts {});
         }
     }

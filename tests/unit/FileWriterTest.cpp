@@ -5,7 +5,6 @@
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 
 #include <cerrno>
@@ -32,8 +31,7 @@ public:
         const rlimit limit {size, m_old.rlim_max};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    FileSizeLimit(FileSizeLimit&&) = delete;
     ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_old); }
 
 private:
@@ -69,11 +67,9 @@ protected:
         return writeFileInFolder(path, name, std::as_bytes(std::span(content)));
     }
 
-    mode_t permissions(const std::string& name) const
+    unsigned permissions(const char* name) const
     {
-        struct stat status { };
-        stat((path / name).c_str(), &status);
-        return status.st_mode & 0777U;
+        return static_cast<unsigned>(fs::status(path / name).permissions());
     }
 
     const TemporaryFolder folder;
@@ -134,8 +130,8 @@ TEST_F(FileWriter, GivesANewFileTheUsualPermissions)
     write("one", "content");
     writeInFolder("of-a-batch");
     umask(mask);
-    EXPECT_EQ(permissions("one"), 0664U);
-    EXPECT_EQ(permissions("of-a-batch"), 0664U);
+    for (const char* name : {"one", "of-a-batch"})
+        EXPECT_EQ(permissions(name), 0664U);
 }
 
 TEST_F(FileWriter, StaysInsideTheFolder)

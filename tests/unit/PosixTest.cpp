@@ -45,34 +45,26 @@ TEST(TemporaryDirectory, IsTheFirstThatIsTheUsersOwnAndClosed)
     fs::create_directory_symlink(runtime, folder.path() / "link");
     const auto lastResort = "/tmp/quillory-" + std::to_string(getuid()) + "/";
 
-    const struct {
-        std::string flatpak, runtime, temporary, found;
-    } cases[] = {
-        {"", runtime, temporary, runtime + "/"},
-        {"", runtime + "/", temporary, runtime + "/"},
-        {"com.quillory.Quillory", runtime, temporary, shared + "/"},
-        {"com.quillory.Another", runtime, temporary, runtime + "/"},
-        {"", "", temporary, temporary + "/"},
-        {"", "/missing", temporary, temporary + "/"},
-        {"", folder.write("file", ""), temporary, temporary + "/"},
-        {"", folder.path() / "link", temporary, temporary + "/"},
-        {"", make("group", 0710), temporary, temporary + "/"},
-        {"", make("all", 0701), temporary, temporary + "/"},
-        {"", make("foreign", 0700, 1), temporary, temporary + "/"},
-        {"", "relative", temporary, temporary + "/"},
-        {"", "", make("sticky", 01777), lastResort},
-        {"", "", "", lastResort},
-    };
-    // Relative to here, it would be one of the user's own.
-    const auto here = fs::current_path();
-    make("relative", 0700);
-    fs::current_path(folder.path());
-    for (const auto& [flatpak, first, second, found] : cases) {
-        setenv("FLATPAK_ID", flatpak.c_str(), 1);
+    const auto found = [](const char* flatpak, const std::string& first, const std::string& second) {
+        setenv("FLATPAK_ID", flatpak, 1);
         setenv("XDG_RUNTIME_DIR", first.c_str(), 1);
         setenv("TMPDIR", second.c_str(), 1);
-        EXPECT_EQ(temporaryDirectory(), found);
-    }
+        return temporaryDirectory();
+    };
+    EXPECT_EQ(found("", runtime, temporary), runtime + "/");
+    EXPECT_EQ(found("", runtime + "/", temporary), runtime + "/");
+    EXPECT_EQ(found("com.quillory.Quillory", runtime, temporary), shared + "/");
+    EXPECT_EQ(found("com.quillory.Another", runtime, temporary), runtime + "/");
+    // Relative to here, the last one would be one of the user's own.
+    const auto here = fs::current_path();
+    fs::current_path(folder.path());
+    make("relative", 0700);
+    for (const std::string& unfit :
+         {std::string(), std::string("/missing"), folder.write("file", "").string(), (folder.path() / "link").string(),
+          make("group", 0710), make("all", 0701), make("foreign", 0700, 1), std::string("relative")})
+        EXPECT_EQ(found("", unfit, temporary), temporary + "/") << unfit;
+    EXPECT_EQ(found("", "", make("sticky", 01777)), lastResort);
+    EXPECT_EQ(found("", "", ""), lastResort);
     fs::current_path(here);
     // Somebody else was faster.
     ASSERT_EQ(chmod(lastResort.c_str(), 0755), 0);

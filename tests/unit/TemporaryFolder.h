@@ -18,8 +18,7 @@ public:
         std::string name = (std::filesystem::temp_directory_path() / "quillory-test-XXXXXX").string();
         m_path = mkdtemp(name.data());
     }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    TemporaryFolder(TemporaryFolder&&) = delete;
     ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
 
     const std::filesystem::path& path() const { return m_path; }
