@@ -16,18 +16,25 @@ const option = (name) => process.argv.find((a) => a.startsWith(`--${name}=`))?.s
 
 async function buildPage(outdir) {
   mkdirSync(outdir, { recursive: true });
-  await build({
-    entryPoints: [join(here, "src/main.ts")],
-    outfile: join(outdir, "editor.js"),
-    bundle: true,
-    minify: true,
-    format: "iife",
-    target: "es2022",
-    external: absent,
-    charset: "utf8",
-    legalComments: "linked",
-    logLevel: "warning",
-  });
+  const scripts = {
+    editor: { entryPoints: [join(here, "src/main.ts")] },
+    pdf: { entryPoints: [join(here, "src/pdf.ts")], globalName: "quilloryPdf" }, // loaded when it is needed
+    encoder: { entryPoints: [join(here, "src/encoder.ts")] }, // a worker
+  };
+  for (const [name, script] of Object.entries(scripts)) {
+    await build({
+      ...script,
+      outfile: join(outdir, `${name}.js`),
+      bundle: true,
+      minify: true,
+      format: "iife",
+      target: "es2022",
+      external: absent,
+      charset: "utf8",
+      legalComments: "linked",
+      logLevel: "warning",
+    });
+  }
   for (const file of ["index.html", "style.css"]) copyFileSync(join(here, file), join(outdir, file));
 }
 

@@ -1,10 +1,10 @@
-// Pictures of pages, drawn by the same code as on the canvas, and the files made of them.
-import { StaticCanvas } from "fabric";
-import { jsPDF } from "jspdf";
+// The files that are made of pages.
+import type { EncoderRequest, EncoderResponse, Kind } from "./encoding";
 import { readAsDataURL } from "./images";
 import { t } from "./language";
 import { fileName, pageFileNames } from "./names";
-import { createObjects } from "./objects";
+import { PagePicture } from "./picture";
+import type * as Pdf from "./pdf";
 import { type PageData, usedAssets } from "./project";
 import type { NamedFile } from "./shell";
 
@@ -14,113 +14,98 @@ export interface ExportOptions {
   /** Pixels per page unit. */
   scale: number;
 }
-/** Called before each page; waits until the window has shown the progress, throws to stop. */
+/** Called as often as there is something to show of what is done, of `total`; throws to stop. */
 export type Step = (done: number, total: number) => Promise<void>;
 
 const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf" } as const;
-const JPEG_QUALITY = 0.95;
-const MAX_SIDE = 16384;
 const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
 const PDF_MIN_SCALE = 2; // 192 pixels an inch, so that paper shows no steps
+/** JPEG files are made of all pixels at once, four bytes each. */
+const MAX_PIXELS = { png: 2 ** 28, jpeg: 2 ** 27 } as const;
 
-/** Draws a page into a canvas of its own; `background` fills in where the page is transparent. */
-export async function drawPage(page: PageData, scale: number, background = ""): Promise<HTMLCanvasElement> {
-  const fitting = Math.min(scale, MAX_SIDE / page.width, MAX_SIDE / page.height);
-  const element = document.createElement("canvas");
-  element.getContext("2d", { willReadFrequently: true }); // drawn where it is encoded: three times as fast as reading back
-  const canvas = new StaticCanvas(element, {
-    width: Math.max(1, Math.round(page.width * fitting)),
-    height: Math.max(1, Math.round(page.height * fitting)),
-    backgroundColor: page.background ?? background,
-    enableRetinaScaling: false,
-    renderOnAddRemove: false,
-  });
-  canvas.add(...(await createObjects(page.objects)));
-  canvas.setZoom(fitting);
-  canvas.renderAll();
-  return canvas.getElement();
+const fittingScale = ({ width, height }: PageData, kind: "png" | "jpeg"): number => Math.sqrt(MAX_PIXELS[kind] / (width * height));
+
+/** Refuses what would not fit into memory before anything is done. */
+function checkSize(page: PageData, { format, scale }: ExportOptions): void {
+  if (format === "pdf") return; // its resolution is ours to choose
+  const fitting = fittingScale(page, format);
+  if (scale <= fitting) return;
+  const [width, height] = [page.width, page.height].map((side) => Math.round(side * scale)) as [number, number];
+  const [fitWidth, fitHeight] = [page.width, page.height].map((side) => Math.floor(side * fitting)) as [number, number];
+  throw new Error(t("A picture of {width} × {height} pixels is too large; {fitWidth} × {fitHeight} would do.", { width, height, fitWidth, fitHeight }));
 }
 
-const toBlob = (canvas: HTMLCanvasElement, type: string): Promise<Blob> =>
-  new Promise((resolve, reject) =>
-    canvas.toBlob((blob) => (blob ? resolve(blob) : reject(new Error(t("The page is too large to export.")))), type, JPEG_QUALITY),
-  );
-
-async function pageFile(page: PageData, { format, scale }: ExportOptions, filename: string): Promise<NamedFile> {
-  const canvas = await drawPage(page, scale, format === "jpeg" ? "#ffffff" : "");
-  const data = await readAsDataURL(await toBlob(canvas, `image/${format}`));
-  canvas.width = canvas.height = 0; // frees the pixels at once
-  return { filename, data };
-}
-
-interface PdfImage {
-  width: number;
-  height: number;
-  bytes: Uint8Array;
-}
-/** jsPDF puts JPEG files into a document as they are; this teaches it the same for pixels that are compressed already. */
-const deflated = new Map<string, PdfImage>();
-Object.assign(jsPDF.API, {
-  processDEFLATED(this: { __addimage__: { arrayBufferToBinaryString(b: Uint8Array): string } }, _: unknown, index: number, alias: string) {
-    const { width, height, bytes } = deflated.get(alias)!;
-    const data = this.__addimage__.arrayBufferToBinaryString(bytes);
-    return { data, index, alias, width, height, colorSpace: "DeviceRGB", bitsPerComponent: 8, filter: "FlateDecode" };
-  },
-});
-
-async function deflate(canvas: HTMLCanvasElement): Promise<PdfImage> {
-  const { width, height } = canvas;
-  const { data } = canvas.getContext("2d")!.getImageData(0, 0, width, height);
-  const rgb = new Uint8Array(width * height * 3);
-  for (let from = 0, to = 0; from < data.length; from += 4) {
-    rgb[to++] = data[from]!;
-    rgb[to++] = data[from + 1]!;
-    rgb[to++] = data[from + 2]!;
+/** A worker compresses one strip while the next is drawn; it ends when the file is made or the work is given up. */
+async function encode(picture: PagePicture, kind: Kind, step: (share: number) => Promise<void>): Promise<Blob> {
+  const { width, height, stripHeight } = picture;
+  const worker = new Worker("encoder.js");
+  const ask = (request: EncoderRequest, moved: Transferable[] = []): Promise<EncoderResponse> =>
+    new Promise((resolve, reject) => {
+      worker.onmessage = ({ data }: MessageEvent<EncoderResponse>) => (data.error ? reject(new Error(data.error)) : resolve(data));
+      worker.onerror = (e) => reject(new Error(e.message));
+      worker.postMessage(request, moved);
+    });
+  try {
+    let taken = ask({ kind, width, height, isOpaque: picture.isOpaque });
+    for (let top = 0; top < height; top += stripHeight) {
+      await step(top / height);
+      const rows = Math.min(stripHeight, height - top);
+      const { data } = picture.draw(top, rows).getContext("2d")!.getImageData(0, 0, width, rows);
+      await taken;
+      taken = ask({ pixels: data.buffer }, [data.buffer]);
+      taken.catch(() => {}); // said where it is waited for
+    }
+    await taken;
+    return (await ask("end")).file!;
+  } finally {
+    worker.terminate();
+    picture.free();
   }
-  const stream = new CompressionStream("deflate");
-  const writer = stream.writable.getWriter();
-  const written = writer.write(rgb).then(() => writer.close());
-  const bytes = new Uint8Array(await new Response(stream.readable).arrayBuffer());
-  await written;
-  return { width, height, bytes };
 }
+
+let pdfScript: Promise<typeof Pdf> | undefined;
+const loadPdf = (): Promise<typeof Pdf> =>
+  (pdfScript ??= new Promise((resolve, reject) => {
+    const script = document.createElement("script");
+    script.src = "pdf.js";
+    script.onload = () => resolve((window as unknown as { quilloryPdf: typeof Pdf }).quilloryPdf);
+    script.onerror = () => {
+      pdfScript = undefined;
+      reject(new Error(t("The file can't be read.")));
+    };
+    document.head.append(script);
+  }));
 
 /** Pages of shapes and text keep every pixel; those with pictures are JPEG, or the file would be far too large. */
-async function pdfFile(pages: readonly PageData[], scale: number, filename: string, step: Step): Promise<NamedFile> {
-  let pdf: jsPDF | undefined;
+async function pdfFile(pages: readonly PageData[], scale: number, step: Step): Promise<Blob> {
+  const { PdfDocument } = await loadPdf();
+  const pdf = new PdfDocument();
   for (const [i, page] of pages.entries()) {
     await step(i, pages.length);
-    const size: [number, number] = [page.width * POINTS_PER_UNIT, page.height * POINTS_PER_UNIT];
-    const orientation = page.width > page.height ? "landscape" : "portrait";
-    if (pdf) pdf.addPage(size, orientation);
-    else pdf = new jsPDF({ unit: "pt", format: size, orientation });
-    const canvas = await drawPage(page, Math.max(scale, PDF_MIN_SCALE), "#ffffff");
-    const alias = `page-${i}`;
-    if (usedAssets(page.objects).size > 0) {
-      const bytes = new Uint8Array(await (await toBlob(canvas, "image/jpeg")).arrayBuffer());
-      pdf.addImage(bytes, "JPEG", 0, 0, ...size, alias);
-    } else {
-      const image = await deflate(canvas);
-      deflated.set(alias, image);
-      pdf.addImage(image.bytes, "DEFLATED", 0, 0, ...size, alias);
-      deflated.delete(alias);
-    }
-    canvas.width = canvas.height = 0;
+    const picture = await PagePicture.of(page, Math.min(Math.max(scale, PDF_MIN_SCALE), fittingScale(page, "jpeg")), "#ffffff");
+    const kind = usedAssets(page.objects).size > 0 ? "jpeg" : "deflated";
+    const file = await encode(picture, kind, (share) => step(i + share, pages.length));
+    const { width, height } = picture;
+    pdf.add(page.width * POINTS_PER_UNIT, page.height * POINTS_PER_UNIT, { kind, width, height, bytes: new Uint8Array(await file.arrayBuffer()) });
   }
-  return { filename, data: await readAsDataURL(pdf!.output("blob")) };
+  return pdf.file();
 }
 
 /** One file for each page, or one PDF file for all. */
 export async function exportPages(
   project: string, pages: readonly PageData[], options: ExportOptions, step: Step,
 ): Promise<NamedFile[]> {
-  const extension = EXTENSION[options.format];
-  if (options.format === "pdf") return [await pdfFile(pages, options.scale, fileName(project, extension), step)];
+  const { format, scale } = options;
+  for (const page of pages) checkSize(page, options);
+  const extension = EXTENSION[format];
+  if (format === "pdf") return [{ filename: fileName(project, extension), data: await readAsDataURL(await pdfFile(pages, scale, step)) }];
   const names = pages.length === 1 ? [fileName(project, extension)] : pageFileNames(project, pages.length, extension);
   const files: NamedFile[] = [];
   for (const [i, page] of pages.entries()) {
     await step(i, pages.length);
-    files.push(await pageFile(page, options, names[i]!));
+    const picture = await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : "");
+    const file = await encode(picture, format, (share) => step(i + share, pages.length));
+    files.push({ filename: names[i]!, data: await readAsDataURL(file) });
   }
   return files;
 }

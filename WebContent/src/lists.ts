@@ -1,8 +1,8 @@
 // The list of objects beside the canvas and the row of pages below it. Both are list boxes for the keyboard.
 import type { Editor } from "./editor";
-import { drawPage } from "./export";
 import { t } from "./language";
 import { nameOf } from "./objects";
+import { PagePicture } from "./picture";
 import type { PageData } from "./project";
 import { $ } from "./ui";
 
@@ -150,7 +150,7 @@ export class Pages {
       if (this.#thumbs.has(page)) continue;
       const scale = Math.min(1, (THUMB_HEIGHT * devicePixelRatio) / page.height);
       const { stage } = this.editor;
-      const thumb = page === this.editor.pageData && stage.isSettled ? stage.canvas.picture(scale) : await drawPage(page, scale);
+      const thumb = page === this.editor.pageData && stage.isSettled ? stage.canvas.picture(scale) : (await PagePicture.of(page, scale)).draw();
       this.#thumbs.set(page, thumb);
       if (this.editor.state.pages[i] === page) this.#list.children[i]?.querySelector(".thumb")?.replaceChildren(thumb);
     }

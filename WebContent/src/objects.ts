@@ -70,8 +70,20 @@ function bakeGroup(group: Group): void {
   group.add(...parts);
 }
 
+const MADE_AT_ONCE = 50;
+const BUSY_FOR = 50; // ms
+
+/** Makes objects of their data; where there are many, the page can do other things in between. */
 export async function createObjects(data: readonly ObjectData[]): Promise<FabricObject[]> {
-  const objects = await util.enlivenObjects<FabricObject>(data.map((d) => structuredClone(d)));
+  const objects: FabricObject[] = [];
+  let start = performance.now();
+  for (let i = 0; i < data.length; i += MADE_AT_ONCE) {
+    if (performance.now() - start > BUSY_FOR) {
+      await new Promise((resolve) => setTimeout(resolve));
+      start = performance.now();
+    }
+    objects.push(...(await util.enlivenObjects<FabricObject>(data.slice(i, i + MADE_AT_ONCE).map((d) => structuredClone(d)))));
+  }
   for (const object of objects) eachLeaf(object, (leaf) => leaf.set({ strokeUniform: true }));
   return objects;
 }

@@ -41,6 +41,7 @@ export function openDialog(dialog: HTMLDialogElement): Promise<string> {
 export class Cancelled extends Error {}
 
 const PROGRESS_AFTER = 500;
+const PAINT_EVERY = 100; // ms: how long a click on Cancel may wait
 const painted = (): Promise<void> =>
   new Promise((resolve) => {
     requestAnimationFrame(() => setTimeout(resolve));
@@ -48,8 +49,8 @@ const painted = (): Promise<void> =>
   });
 
 /**
- * Does work that comes in steps behind a progress bar with a Cancel button. The bar is shown at once where the work
- * is known to be long, else when it has taken half a second.
+ * Does work that comes in steps behind a progress bar with a Cancel button; a step says how many pages are done, and how
+ * much of the next one. The bar is shown at once where the work is known to be long, else when it has taken half a second.
  */
 export async function withProgress<T>(
   label: string, long: boolean, work: (step: (done: number, total: number) => Promise<void>) => Promise<T>,
@@ -57,6 +58,7 @@ export async function withProgress<T>(
   const dialog = $<HTMLDialogElement>("progress");
   const bar = $<HTMLProgressElement>("progress-bar");
   const start = performance.now();
+  let paintedAt = -Infinity;
   let cancel: () => void;
   const cancelled = new Promise<never>((_, reject) => (cancel = () => reject(new Cancelled("Cancelled"))));
   $("progress-text").textContent = label;
@@ -68,10 +70,10 @@ export async function withProgress<T>(
   try {
     const result = work(async (done, total) => {
       if (long || performance.now() - start > PROGRESS_AFTER) show();
-      if (total > 1) {
-        bar.value = done / total;
-        $("progress-text").textContent = t("{label}: page {page} of {total}", { label, page: done + 1, total });
-      }
+      bar.value = done / total;
+      if (total > 1) $("progress-text").textContent = t("{label}: page {page} of {total}", { label, page: Math.floor(done) + 1, total });
+      if (performance.now() - paintedAt < PAINT_EVERY) return;
+      paintedAt = performance.now();
       await Promise.race([painted(), cancelled]); // what is cancelled takes no further step
     });
     return await Promise.race([result, cancelled]);

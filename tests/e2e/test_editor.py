@@ -318,6 +318,10 @@ def test_exports_match_the_canvas(editor, tmp_path):
     double = Image.open(editor.export(tmp_path / "second.png"))
     flat = Image.alpha_composite(Image.new("RGBA", double.size, WHITE), double)
     assert difference(Image.open(tmp_path / "pdf-2.png"), flat) < 0.001, "a page without one: every pixel"
+    lower = [{**o, "top": o["top"] + 1000} for o in (RECT, TEXT)]
+    editor.open(tmp_path / "large.json", project({"objects": lower, "width": 2400, "height": 1800, "background": None}))
+    large = Image.open(editor.export(tmp_path / "third.png"))  # drawn in strips
+    assert large.crop((0, 2000, 600, 2400)).tobytes() == double.tobytes()
 
 
 PART = {**RECT, "left": 0, "top": 0, "width": 1, "height": 1}

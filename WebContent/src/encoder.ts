@@ -1,0 +1,166 @@
+// Makes a file of rows of pixels as they come; runs in a worker, beside the page.
+import type { EncoderRequest, EncoderResponse, PictureInfo } from "./encoding";
+
+const JPEG_QUALITY = 0.95;
+
+interface Encoder {
+  add(pixels: ArrayBufferLike): Promise<void> | void;
+  end(): Promise<Blob>;
+}
+
+/** Rows of red, green, blue and, unless they are opaque, alpha. */
+function* rowsOf(pixels: ArrayBufferLike, { width, isOpaque }: PictureInfo): Generator<Uint8Array> {
+  const rgba = new Uint8Array(pixels);
+  const row = new Uint8Array(width * 3);
+  for (let start = 0; start < rgba.length; start += width * 4) {
+    if (isOpaque) {
+      for (let to = 0, from = start; to < row.length; to += 3, from += 4) {
+        row[to] = rgba[from]!;
+        row[to + 1] = rgba[from + 1]!;
+        row[to + 2] = rgba[from + 2]!;
+      }
+      yield row;
+    } else yield rgba.subarray(start, start + width * 4);
+  }
+}
+
+class Deflated implements Encoder {
+  protected readonly parts: BlobPart[] = [];
+  readonly #stream = new CompressionStream("deflate");
+  readonly #writer = this.#stream.writable.getWriter();
+  readonly #read = this.#collect();
+
+  constructor(protected readonly info: PictureInfo) {}
+
+  protected take(bytes: Uint8Array<ArrayBuffer>): void {
+    this.parts.push(bytes);
+  }
+  async #collect(): Promise<void> {
+    const reader = this.#stream.readable.getReader();
+    for (let { done, value } = await reader.read(); !done; { done, value } = await reader.read()) this.take(value!);
+  }
+
+  protected prepare(pixels: ArrayBufferLike): Uint8Array<ArrayBuffer> {
+    const result = new Uint8Array((pixels.byteLength / 4) * 3);
+    let to = 0;
+    for (const row of rowsOf(pixels, this.info)) {
+      result.set(row, to);
+      to += row.length;
+    }
+    return result;
+  }
+  async add(pixels: ArrayBufferLike): Promise<void> {
+    await this.#writer.write(this.prepare(pixels));
+  }
+  async end(): Promise<Blob> {
+    await this.#writer.close();
+    await this.#read;
+    return new Blob(this.parts);
+  }
+}
+
+const CRC = new Uint32Array(256).map((_, n) => {
+  for (let k = 0; k < 8; k++) n = n & 1 ? 0xedb88320 ^ (n >>> 1) : n >>> 1;
+  return n;
+});
+function crc(bytes: Uint8Array): number {
+  let value = 0xffffffff;
+  for (let i = 0; i < bytes.length; i++) value = CRC[(value ^ bytes[i]!) & 0xff]! ^ (value >>> 8);
+  return ~value >>> 0;
+}
+function chunk(type: string, data: Uint8Array): Uint8Array<ArrayBuffer> {
+  const bytes = new Uint8Array(data.length + 12);
+  const view = new DataView(bytes.buffer);
+  view.setUint32(0, data.length);
+  for (let i = 0; i < 4; i++) bytes[4 + i] = type.charCodeAt(i);
+  bytes.set(data, 8);
+  view.setUint32(data.length + 8, crc(bytes.subarray(4, data.length + 8)));
+  return bytes;
+}
+
+const [SUB, UP] = [1, 2] as const;
+const SAMPLED = 7; // one byte of so many tells which way suits a row
+const size = (difference: number): number => Math.abs((difference << 24) >> 24);
+
+class Png extends Deflated {
+  readonly #pixel: number;
+  /** The row before, after as many zeros as a pixel has bytes. */
+  #above: Uint8Array;
+  #row: Uint8Array;
+
+  constructor(info: PictureInfo) {
+    super(info);
+    this.#pixel = info.isOpaque ? 3 : 4;
+    this.#above = new Uint8Array((info.width + 1) * this.#pixel);
+    this.#row = new Uint8Array(this.#above.length);
+    const header = new DataView(new ArrayBuffer(13));
+    header.setUint32(0, info.width);
+    header.setUint32(4, info.height);
+    header.setUint8(8, 8); // bits
+    header.setUint8(9, info.isOpaque ? 2 : 6);
+    this.parts.push(new Uint8Array([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]), chunk("IHDR", new Uint8Array(header.buffer)));
+  }
+
+  protected override take(bytes: Uint8Array): void {
+    this.parts.push(chunk("IDAT", bytes));
+  }
+
+  /** Each byte as its difference from the one above it or to its left, whichever way looks smaller for the row. */
+  protected override prepare(pixels: ArrayBufferLike): Uint8Array<ArrayBuffer> {
+    const [pixel, rows] = [this.#pixel, pixels.byteLength / 4 / this.info.width];
+    const result = new Uint8Array(rows * (this.info.width * pixel + 1));
+    let to = 0;
+    for (const bytes of rowsOf(pixels, this.info)) {
+      const [row, above] = [this.#row, this.#above];
+      row.set(bytes, pixel);
+      const way = this.#choose();
+      result[to++] = way;
+      if (way === UP) for (let i = pixel; i < row.length; i++) result[to++] = row[i]! - above[i]!;
+      else for (let i = pixel; i < row.length; i++) result[to++] = row[i]! - row[i - pixel]!;
+      [this.#row, this.#above] = [above, row];
+    }
+    return result;
+  }
+
+  #choose(): typeof SUB | typeof UP {
+    const [pixel, row, above] = [this.#pixel, this.#row, this.#above];
+    let balance = 0;
+    for (let i = pixel; i < row.length; i += SAMPLED) balance += size(row[i]! - above[i]!) - size(row[i]! - row[i - pixel]!);
+    return balance <= 0 ? UP : SUB;
+  }
+
+  override async end(): Promise<Blob> {
+    const file = await super.end();
+    return new Blob([file, chunk("IEND", new Uint8Array())], { type: "image/png" });
+  }
+}
+
+class Jpeg implements Encoder {
+  readonly #canvas: OffscreenCanvas;
+  readonly #ctx: OffscreenCanvasRenderingContext2D;
+  #top = 0;
+
+  constructor({ width, height }: PictureInfo) {
+    this.#canvas = new OffscreenCanvas(width, height);
+    this.#ctx = this.#canvas.getContext("2d", { willReadFrequently: true })!;
+  }
+  add(pixels: ArrayBufferLike): void {
+    const strip = new ImageData(new Uint8ClampedArray(pixels as ArrayBuffer), this.#canvas.width);
+    this.#ctx.putImageData(strip, 0, this.#top);
+    this.#top += strip.height;
+  }
+  end(): Promise<Blob> {
+    return this.#canvas.convertToBlob({ type: "image/jpeg", quality: JPEG_QUALITY });
+  }
+}
+
+let encoder: Encoder;
+async function answer(request: EncoderRequest): Promise<EncoderResponse> {
+  if (request === "end") return { file: await encoder.end() };
+  if ("pixels" in request) await encoder.add(request.pixels);
+  else encoder = new { png: Png, jpeg: Jpeg, deflated: Deflated }[request.kind](request);
+  return {};
+}
+onmessage = ({ data }: MessageEvent<EncoderRequest>) => {
+  void answer(data).catch((error) => ({ error: String(error) })).then((response) => postMessage(response));
+};
