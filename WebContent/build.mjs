@@ -7,9 +7,9 @@ import { dirname, join, resolve } from "node:path";
 import { fileURLToPath } from "node:url";
 import { build } from "esbuild";
 
-// What fabric and jsPDF use for things that the page never does (other document formats, running without a browser).
+// What fabric and jsPDF use for things that the page never does (other document formats, gestures, running without a browser).
 // npm installs these optional packages all the same; they stay out of the page.
-const absent = ["canvas", "canvg", "core-js", "dompurify", "html2canvas", "jsdom"];
+const absent = ["canvas", "canvg", "core-js", "dompurify", "html2canvas", "jsdom", "westures"];
 
 const here = dirname(fileURLToPath(import.meta.url));
 const option = (name) => process.argv.find((a) => a.startsWith(`--${name}=`))?.slice(name.length + 3);

@@ -1,8 +1,9 @@
 // The open project: its pages, its history, and everything that can be done to them.
 import { ActiveSelection, type FabricObject, Group, Point } from "fabric";
+import { align, type Axis, distribute, type Side } from "./arrange";
 import { History } from "./history";
 import { images } from "./images";
-import { createImage, createObjects, eachLeaf } from "./objects";
+import { applyLock, createImage, createObjects, createShape, eachLeaf } from "./objects";
 import { type Clipboard, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
 import { Stage, type StageEvents } from "./stage";
 import { CanvasText, type CharacterKey } from "./text";
@@ -175,12 +176,46 @@ export class Editor {
     this.events.selected();
   }
 
+  /** Changes objects by where they are on the page, several as several. */
+  #place(change: (objects: FabricObject[]) => void): void {
+    const { canvas, selection } = this.stage;
+    canvas.discardActiveObject();
+    change(selection);
+    this.stage.select(selection);
+    this.commit();
+  }
+  align(side: Side): void {
+    const { width, height } = this.pageData;
+    this.#place((objects) => align(objects, side, { left: 0, top: 0, width, height }));
+  }
+  distribute(axis: Axis): void {
+    this.#place((objects) => distribute(objects, axis));
+  }
+  flip(key: "flipX" | "flipY"): void {
+    this.changeWhole((o) => o.toggle(key));
+  }
+  /** Switches a property on for all selected objects, or off if all have it. */
+  #switch(key: "locked" | "visible"): void {
+    const { selection } = this.stage;
+    const to = !selection.every((o) => o[key]);
+    this.#place(() => selection.forEach((o) => applyLock(o.set(key, to))));
+  }
+  lock = (): void => this.#switch("locked");
+  hide = (): void => this.#switch("visible");
+  renameObject(object: FabricObject, name: string): void {
+    object.set("name", name);
+    this.commit();
+  }
+
   nudge(x: number, y: number): void {
+    if (this.stage.selection.some((o) => o.locked)) return;
     this.changeWhole((o) => o.set({ left: o.left + x, top: o.top + y }), "nudge");
   }
 
   remove(): void {
-    const { selection, canvas } = this.stage;
+    const { canvas } = this.stage;
+    const selection = this.stage.selection.filter((o) => !o.locked);
+    if (selection.length === 0) return;
     canvas.discardActiveObject();
     canvas.remove(...selection);
     this.commit();
@@ -252,6 +287,13 @@ export class Editor {
     const clipboard = readClipboard(text);
     this.#pastes = text === this.#copied ? this.#pastes + 1 : 1;
     await this.#insert(clipboard, this.#pastes * PASTE_OFFSET);
+  }
+  /** Text of another program. */
+  pasteText(text: string): void {
+    const { width, height } = this.pageData;
+    const box = createShape("Textbox", width / 6, height / 2, (width * 5) / 6, height / 2) as CanvasText;
+    box.set({ text: text.replace(/\r\n?/g, "\n"), left: width / 2, top: height / 2 });
+    this.stage.place(box);
   }
   async duplicate(): Promise<void> {
     await this.#insert({ objects: this.stage.selectedData, assets: {} }, PASTE_OFFSET);

@@ -9,7 +9,7 @@ export type Commands = Record<string, () => unknown>;
 /** Work everywhere, also while a text is typed. */
 const GLOBAL: Record<string, string> = {
   "Ctrl+s": "save", "Ctrl+Shift+s": "save-as", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
-  "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
+  F1: "shortcuts", "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+2": "zoom-selection", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
 };
 /** The command of each key. */
 export const KEYS: Record<string, string> = {
@@ -19,6 +19,8 @@ export const KEYS: Record<string, string> = {
   "Ctrl+g": "group", "Ctrl+Shift+g": "ungroup", Delete: "delete", Backspace: "delete", Escape: "escape",
   "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
   "Ctrl+ArrowUp": "forward", "Ctrl+ArrowDown": "backward", "Ctrl+Shift+ArrowUp": "front", "Ctrl+Shift+ArrowDown": "back",
+  "Ctrl+l": "lock", "Ctrl+h": "hide", F2: "rename", "Shift+h": "flip-x", "Shift+v": "flip-y",
+  "Alt+ArrowLeft": "align-left", "Alt+ArrowRight": "align-right", "Alt+ArrowUp": "align-top", "Alt+ArrowDown": "align-bottom",
   PageUp: "page-previous", PageDown: "page-next",
   v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", l: "tool-Line", t: "tool-Textbox", i: "image",
 };
@@ -39,6 +41,9 @@ const takesText = (target: EventTarget | null): boolean =>
   target instanceof HTMLTextAreaElement || (target instanceof HTMLInputElement && target.type === "text");
 const takesKeys = (target: EventTarget | null): boolean =>
   target instanceof HTMLSelectElement || target instanceof HTMLInputElement;
+
+/** Text for people, as opposed to copied objects, which the shell hands over, and to names of files. */
+const isPlain = (text: string): boolean => text.trim() !== "" && !/^\s*\{[^]*"type"\s*:|^file:\/\//.test(text);
 
 export function listenToKeyboard(editor: Editor, commands: Commands): void {
   const { stage } = editor;
@@ -67,6 +72,7 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
       e.preventDefault(); // or a text that is edited would get the key as well
       return stage.focus();
     }
+    if (keys === "Ctrl+v") return; // comes as an event, with what is on the clipboard
     const command = (typing ? GLOBAL : KEYS)[keys];
     if (command && !(takesKeys(e.target) && keys.length === 1)) {
       e.preventDefault();
@@ -91,7 +97,9 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
     document.addEventListener(name, (e) => {
       if (takesText(e.target) || busy()) return;
       e.preventDefault();
-      commands[name]!();
+      const text = name === "paste" ? (e.clipboardData?.getData("text/plain") ?? "") : "";
+      if (isPlain(text)) editor.pasteText(text);
+      else commands[name]!();
     });
   }
   let pressed = false; // a pointer that starts a selection is not the command

@@ -36,6 +36,7 @@ export function translatePage(keysOf: (command: string) => string | undefined): 
     const keys = e.dataset.command && keysOf(e.dataset.command);
     e.title = keys ? t("{name} ({keys})", { name, keys: showKeys(keys) }) : name;
     if (keys) e.setAttribute("aria-keyshortcuts", keys.replace("Ctrl", "Control"));
+    if (keys) e.dataset.keys = showKeys(keys);
   }
 }
 

@@ -1,4 +1,5 @@
 // The list of objects beside the canvas and the row of pages below it. Both are list boxes for the keyboard.
+import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
 import { t } from "./language";
 import { nameOf } from "./objects";
@@ -32,6 +33,8 @@ function label(text: string): HTMLSpanElement {
 const ROW_HEIGHT = 30; // as in style.css
 const SPARE_ROWS = 4;
 
+const statesOf = (o: FabricObject): Node[] => [...(o.locked ? [icon("lock")] : []), ...(o.visible ? [] : [icon("hide")])];
+
 /** The objects of the page, the front one first. There are elements for the rows in sight only, and for the chosen one. */
 export class Layers {
   readonly #list = $("layers");
@@ -45,8 +48,9 @@ export class Layers {
       const row = (e.target as Element).closest("li");
       if (row) this.#choose(Number(row.dataset.row), e.shiftKey || e.ctrlKey);
     });
-    this.#list.addEventListener("dblclick", () => editor.stage.editText());
+    this.#list.addEventListener("dblclick", () => this.rename());
     this.#list.addEventListener("keydown", (e) => {
+      if (e.target !== this.#list) return;
       const last = editor.stage.objects.length - 1;
       const to = { ArrowDown: this.#cursor + 1, ArrowUp: this.#cursor - 1, Home: 0, End: last }[e.key];
       if (to !== undefined && !e.ctrlKey && !e.altKey) this.#choose(Math.max(0, Math.min(last, to)), e.shiftKey);
@@ -68,9 +72,27 @@ export class Layers {
     else stage.select(stage.canvas.isSelected(object) ? stage.selection.filter((o) => o !== object) : [...stage.selection, object]);
   }
 
+  /** Has the user type another name for the selected object. */
+  rename(): void {
+    const [object] = this.editor.stage.selection;
+    const item = this.#list.querySelector(`[data-row="${this.#cursor}"]`);
+    if (!object || !item) return;
+    const field = document.createElement("input");
+    Object.assign(field, { type: "text", value: nameOf(object), maxLength: 200 });
+    field.setAttribute("aria-label", t("Name of the object"));
+    item.querySelector("span")!.replaceWith(field);
+    field.addEventListener("change", () => this.editor.renameObject(object, field.value.trim()));
+    field.addEventListener("blur", () => {
+      field.remove();
+      this.refresh();
+    });
+    field.select();
+  }
+
   refresh(): void {
     const { objects, selection } = this.editor.stage;
     const [only, another] = selection;
+    if (this.#isRenaming) return;
     this.#height.style.height = `${objects.length * ROW_HEIGHT}px`;
     this.#showRows();
     if (!only || another) return;
@@ -82,7 +104,12 @@ export class Layers {
     this.#showRows();
   }
 
+  get #isRenaming(): boolean {
+    return this.#list.contains(document.activeElement) && document.activeElement !== this.#list;
+  }
+
   #showRows(): void {
+    if (this.#isRenaming) return;
     const { objects, canvas } = this.editor.stage;
     const { scrollTop, clientHeight } = this.#list;
     const first = Math.max(0, Math.floor(scrollTop / ROW_HEIGHT) - SPARE_ROWS);
@@ -91,7 +118,7 @@ export class Layers {
     if (this.#cursor < objects.length) numbers.add(this.#cursor);
     const rows = [...numbers].sort((a, b) => a - b).map((number) => {
       const object = objects.at(-1 - number)!;
-      const row = option(`layer-${number}`, canvas.isSelected(object), icon(object.type.toLowerCase()), label(nameOf(object)));
+      const row = option(`layer-${number}`, canvas.isSelected(object), icon(object.type.toLowerCase()), label(nameOf(object)), ...statesOf(object));
       row.dataset.row = String(number);
       row.style.top = `${number * ROW_HEIGHT}px`;
       row.setAttribute("aria-posinset", String(number + 1));

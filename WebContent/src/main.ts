@@ -1,5 +1,7 @@
 import { Point } from "fabric";
+import { AXES, SIDES } from "./arrange";
 import { Autosave, type Session } from "./autosave";
+import { listenToContextMenu } from "./contextMenu";
 import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
 import { exportPages, type Format } from "./export";
@@ -13,7 +15,9 @@ import { listenToNumberFields } from "./numbers";
 import { SHAPES } from "./objects";
 import { type Project, readProject } from "./project";
 import { ProjectFile } from "./projectFile";
+import { proportions } from "./properties";
 import { hasShell, listenToShell, shell } from "./shell";
+import { showShortcuts } from "./shortcuts";
 import { $, announce, Cancelled, openDialog, tell, tellError, withProgress } from "./ui";
 
 translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
@@ -64,9 +68,9 @@ function updateButtons(): void {
     "page-right": editor.page < editor.state.pages.length - 1,
     group: stage.selection.length > 1,
     ungroup: stage.selection.some((o) => o.isType("Group")),
-    delete: selected,
-    duplicate: selected,
   };
+  for (const command of ["cut", "copy", "duplicate", "delete", "lock", "hide", "rename", "front", "back"]) enabled[command] = selected;
+  for (const axis of AXES) enabled[`distribute-${axis}`] = stage.selection.length > 2;
   for (const [command, on] of Object.entries(enabled)) {
     for (const b of document.querySelectorAll<HTMLButtonElement>(`[data-command="${command}"]`)) b.disabled = !on;
   }
@@ -157,9 +161,19 @@ const tasks: Commands = {
   paste: () => shell.paste(),
   duplicate: () => editor.duplicate(),
   delete: () => editor.remove(),
-  "select-all": () => stage.select([...stage.objects]),
+  "select-all": () => stage.select(stage.objects.filter((o) => !o.locked && o.visible)),
   group: () => editor.group(),
   ungroup: () => editor.ungroup(),
+  lock: editor.lock,
+  hide: editor.hide,
+  rename: () => layers.rename(),
+  "flip-x": () => editor.flip("flipX"),
+  "flip-y": () => editor.flip("flipY"),
+  proportions: () => {
+    proportions.kept = !proportions.kept;
+    $("proportions").setAttribute("aria-pressed", String(proportions.kept));
+  },
+  shortcuts: showShortcuts,
   bold: () => editor.switchStyle("fontWeight", "bold", "normal"),
   italic: () => editor.switchStyle("fontStyle", "italic", "normal"),
   underline: () => editor.switchStyle("underline", true, false),
@@ -169,6 +183,7 @@ const tasks: Commands = {
   back: () => editor.reorder("back"),
   escape: () => (stage.tool ? stage.arm(null) : stage.select([])),
   fit: () => stage.fit(),
+  "zoom-selection": () => stage.fitSelection(),
   "zoom-100": () => stage.zoomTo(1),
   "zoom-in": () => stage.zoomTo(stage.zoom * 1.25),
   "zoom-out": () => stage.zoomTo(stage.zoom / 1.25),
@@ -182,6 +197,8 @@ const tasks: Commands = {
   "tool-select": () => stage.arm(null),
 };
 for (const shape of SHAPES) tasks[`tool-${shape}`] = () => stage.arm(shape);
+for (const side of SIDES) tasks[`align-${side}`] = () => editor.align(side);
+for (const axis of AXES) tasks[`distribute-${axis}`] = () => editor.distribute(axis);
 const commands: Commands = Object.fromEntries(Object.entries(tasks).map(([name, task]) => [name, guarded(task)]));
 
 document.addEventListener("click", (e) => {
@@ -196,6 +213,7 @@ document.addEventListener("click", (e) => {
 });
 listenToKeyboard(editor, commands);
 listenToNumberFields();
+listenToContextMenu(stage, [stage.host, $("layers")]);
 listenToUndoCommands(commands.undo!, commands.redo!);
 
 const nameField = $<HTMLInputElement>("project-name");

@@ -1,10 +1,20 @@
 // Canvas objects: how new ones are made, how they are written down and read back, what they are called.
-import { Ellipse, type FabricObject, Group, Line, Rect, Textbox, util } from "fabric";
+import { Ellipse, FabricObject, Group, Rect, Textbox, util } from "fabric";
 import { AssetImage, images } from "./images";
 import { t } from "./language";
+import { CanvasLine } from "./line";
 import { cleanObject, type ObjectData } from "./project";
 import "./sheets";
 import { CanvasText, keepTopLeft } from "./text";
+
+declare module "fabric" {
+  interface FabricObject {
+    name?: string;
+    /** Stays where it is, and is not selected on the canvas. */
+    locked?: boolean;
+  }
+}
+FabricObject.customProperties = ["name", "locked"];
 
 export const SHAPES = ["Rect", "Ellipse", "Line", "Textbox"] as const;
 export type Shape = (typeof SHAPES)[number];
@@ -24,7 +34,7 @@ export function createShape(shape: Shape, x: number, y: number, x2: number, y2: 
     case "Ellipse":
       return new Ellipse({ ...filled, fill: "#ff9f5a", rx: width / 2, ry: height / 2 });
     case "Line":
-      return new Line([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
+      return new CanvasLine([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
     case "Textbox":
       return new CanvasText(t("Text"), { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
   }
@@ -85,7 +95,15 @@ export async function createObjects(data: readonly ObjectData[]): Promise<Fabric
     objects.push(...(await util.enlivenObjects<FabricObject>(data.slice(i, i + MADE_AT_ONCE).map((d) => structuredClone(d)))));
   }
   for (const object of objects) eachLeaf(object, (leaf) => leaf.set({ strokeUniform: true }));
+  objects.forEach(applyLock);
   return objects;
+}
+
+export function applyLock(object: FabricObject): void {
+  const locked = object.locked === true;
+  object.set({
+    selectable: !locked, evented: !locked, hasControls: !locked, lockMovementX: locked, lockMovementY: locked,
+  });
 }
 
 /** fabric's own description of an object, reduced to what the project format knows. */
@@ -94,6 +112,7 @@ export const describe = (raw: unknown): ObjectData => cleanObject(raw);
 const KIND_NAMES: Record<string, string> = { rect: t("Rectangle"), ellipse: t("Ellipse"), line: t("Line"), image: t("Image") };
 
 export function nameOf(object: FabricObject): string {
+  if (object.name) return object.name;
   if (object instanceof Textbox) return object.text.trim().split("\n")[0]!.slice(0, 40) || t("Empty text");
   if (object instanceof Group) return t("Group of {count}", { count: object.size() });
   return KIND_NAMES[object.type.toLowerCase()] ?? object.type;

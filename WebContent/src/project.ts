@@ -81,11 +81,18 @@ const styles: Check = (v, where) => {
   });
   return runs.length > 0 ? runs : undefined;
 };
+/** Written only where it is not what is usual. */
+const unusual = (usual: unknown, check: Check): Check => (v, where, depth) => (v === usual ? undefined : check(v, where, depth));
+const dashes: Check = (v, where) => {
+  if (v === null) return undefined;
+  return Array.isArray(v) && v.length <= 8 ? v.map((d, i) => size(d, `${where}[${i}]`, 0)) : refuse(where, t("a list"));
+};
 const COMMON: Record<string, Check> = {
   left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
   flipX: bool, flipY: bool, opacity: number(0, 1),
+  name: unusual("", text(200)), locked: unusual(false, bool), visible: unusual(true, bool),
 };
-const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size };
+const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size, strokeDashArray: dashes };
 const PAINT: Record<string, Check> = { ...STROKE, fill: colour };
 const LETTERS: Record<string, Check> = {
   ...PAINT, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
@@ -94,7 +101,7 @@ const LETTERS: Record<string, Check> = {
 const KINDS: Record<Kind, Record<string, Check>> = {
   Rect: { ...PAINT, width: size, height: size, rx: size, ry: size },
   Ellipse: { ...PAINT, rx: size, ry: size },
-  Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number() },
+  Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number(), arrow: unusual(undefined, oneOf("end", "both")) },
   Textbox: {
     ...LETTERS, text: text(1e6), width: size, textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
   },

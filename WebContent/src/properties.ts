@@ -1,6 +1,7 @@
 // What can be read and changed of objects by a field of the inspector.
 import type { FabricObject, Rect } from "fabric";
 import { bakeScale } from "./objects";
+import type { CanvasLine } from "./line";
 import { CanvasText, type CharacterKey } from "./text";
 
 export type Value = string | number | boolean | null;
@@ -24,7 +25,11 @@ const round = (value: unknown): number => Math.round((value as number) * 10) / 1
 const width = (o: FabricObject): number => o.width * o.scaleX;
 const height = (o: FabricObject): number => o.height * o.scaleY;
 
+/** Whether width and height are changed together. */
+export const proportions = { kept: false };
+
 function resize(o: FabricObject, w?: number, h?: number): void {
+  if (proportions.kept && !(o instanceof CanvasText)) [w, h] = [w ?? (h! * width(o)) / height(o), h ?? (w! * height(o)) / width(o)];
   const { left, top } = o;
   const [x, y] = [left - width(o) / 2, top - height(o) / 2];
   if (o instanceof CanvasText) o.set("width", w ?? o.width);
@@ -45,7 +50,11 @@ export const WHOLE: Record<string, Property> = {
 export const OBJECT: Record<string, Property> = {
   opacity: number((o) => o.opacity * 100, (o, v) => void o.set("opacity", v / 100), 0),
 };
+const DASHES: Record<string, number[]> = { dashed: [3, 2], dotted: [1, 1] };
+const dashOf = ({ strokeDashArray: dash }: FabricObject): string => (!dash?.length ? "solid" : dash[0]! > dash[1]! ? "dashed" : "dotted");
+const dash = (o: FabricObject, kind: string): void => void o.set("strokeDashArray", DASHES[kind]?.map((d) => d * o.strokeWidth) ?? null);
 const stroke = letters("stroke");
+const strokeWidth = letters("strokeWidth");
 /** Of every selected object, or of those in a selected group. */
 export const LEAF: Record<string, Property> = {
   fill: letters("fill"),
@@ -56,7 +65,16 @@ export const LEAF: Record<string, Property> = {
       if (v && o.strokeWidth === 0) o.set("strokeWidth", 4);
     },
   },
-  strokeWidth: letters("strokeWidth"),
+  strokeWidth: {
+    get: strokeWidth.get,
+    set: (o, v) => {
+      const kind = dashOf(o);
+      strokeWidth.set(o, v);
+      dash(o, kind);
+    },
+  },
+  dash: single(dashOf, (o, v: string) => dash(o, v)),
+  arrow: single((o) => (o as CanvasLine).arrow ?? "none", (o, v: string) => void o.set("arrow", v === "none" ? undefined : v)),
   radius: number((o) => (o as Rect).rx, (o, v) => void o.set({ rx: v, ry: v })),
   fontFamily: letters("fontFamily"),
   fontSize: letters("fontSize", round),

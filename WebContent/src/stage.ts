@@ -1,5 +1,8 @@
 // The view of one page: a fabric canvas that fills the middle of the window, with zoom, pan and drawing tools.
-import { ActiveSelection, Canvas, type FabricObject, Point, Textbox, util } from "fabric";
+import { ActiveSelection, Canvas, type FabricObject, Point, Rect, Textbox, util } from "fabric";
+import { boxOf } from "./arrange";
+import { Guides } from "./guides";
+import { inSteps } from "./line";
 import { bakeScale, createObjects, createShape, eachLeaf, type Shape } from "./objects";
 import { FormatError, type ObjectData, type PageData } from "./project";
 import { dataOf, identityOf, remember } from "./record";
@@ -148,7 +151,8 @@ export class Stage {
     this.canvas = new PageCanvas(host.appendChild(document.createElement("canvas")), {
       preserveObjectStacking: true,
       controlsAboveOverlay: true,
-      stopContextMenu: true,
+      altActionKey: null,
+      stopContextMenu: false,
       fireMiddleClick: false,
     });
     const { canvas } = this;
@@ -172,7 +176,12 @@ export class Stage {
       if (!this.#loading) events.changed("typing");
       host.focus({ preventScroll: true });
     });
+    new Guides(canvas, () => {
+      const { width, height } = canvas.page;
+      return new Rect({ left: width / 2, top: height / 2, width, height, strokeWidth: 0 });
+    });
     this.#listenForDrawing();
+    this.#listenForMoving();
     this.#listenForPanning();
     new ResizeObserver(() => this.#resize()).observe(host);
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => canvas.useTheme());
@@ -273,9 +282,8 @@ export class Stage {
     for (const o of new Set([...this.selection, ...(this.active ? [this.active] : [])])) {
       o.set({
         borderColor: accent, cornerColor: "#ffffff", cornerStrokeColor: accent, cornerStyle: "circle", cornerSize: 10,
-        transparentCorners: false, borderScaleFactor: 1.5, padding: 0, lockScalingFlip: true,
+        transparentCorners: false, borderScaleFactor: 1.5, padding: 0, lockScalingFlip: true, snapAngle: 15, snapThreshold: 4,
       });
-      if (o.isType("Line")) o.setControlsVisibility({ tl: false, tr: false, bl: false, br: false, mt: false, mb: false });
       if (o instanceof Textbox) o.set({ editingBorderColor: accent, cursorColor: accent });
     }
   }
@@ -348,6 +356,26 @@ export class Stage {
     });
   }
 
+  /** Shift keeps to one axis; with Alt a copy stays where the object was. */
+  #listenForMoving(): void {
+    const { canvas } = this;
+    let left: ObjectData[] | undefined;
+    canvas.on("mouse:down", ({ e, target, transform }) => {
+      left = e.altKey && target && !this.tool && !transform?.corner ? this.selectedData : undefined;
+    });
+    canvas.on("object:moving", ({ e, target, transform }) => {
+      const { original } = transform;
+      if (e.shiftKey) {
+        const across = Math.abs(target.left - original.left) > Math.abs(target.top - original.top);
+        target.set(across ? { top: original.top } : { left: original.left });
+      }
+      if (!left) return;
+      const below = this.objects.indexOf(this.selection[0]!);
+      void createObjects(left).then((copies) => canvas.insertAt(below, ...copies));
+      left = undefined;
+    });
+  }
+
   // ---- zoom and pan ----
 
   get zoom(): number {
@@ -360,6 +388,14 @@ export class Stage {
     const zoom = Math.min((this.canvas.width - 2 * margin) / width, (this.canvas.height - 2 * margin) / height);
     this.#view(zoom, width / 2, height / 2);
     this.#fitted = true;
+  }
+
+  fitSelection(): void {
+    if (!this.active) return this.fit();
+    const { left, top, width, height } = boxOf([this.active]);
+    const zoom = Math.min((this.canvas.width - 2 * MARGIN) / width, (this.canvas.height - 2 * MARGIN) / height);
+    this.#fitted = false;
+    this.#view(zoom, left + width / 2, top + height / 2);
   }
 
   /** Zooms, keeping the middle of the view or the given point of it in place. */
@@ -440,12 +476,8 @@ export class Stage {
 
 /** The end point for a square or circle, or for a line in steps of 45 degrees. */
 function constrain(shape: Shape, start: Point, end: Point): Point {
+  if (shape === "Line") return inSteps(start, end);
   const d = end.subtract(start);
-  if (shape !== "Line") {
-    const side = Math.max(Math.abs(d.x), Math.abs(d.y));
-    return new Point(start.x + Math.sign(d.x) * side, start.y + Math.sign(d.y) * side);
-  }
-  const angle = (Math.round(Math.atan2(d.y, d.x) / (Math.PI / 4)) * Math.PI) / 4;
-  const length = d.distanceFrom(new Point(0, 0));
-  return new Point(start.x + Math.cos(angle) * length, start.y + Math.sin(angle) * length);
+  const side = Math.max(Math.abs(d.x), Math.abs(d.y));
+  return new Point(start.x + Math.sign(d.x) * side, start.y + Math.sign(d.y) * side);
 }

@@ -1,0 +1,43 @@
+// Snapping: what is moved or resized is drawn to the edges and middles of the page and of the other objects, and lines
+// show to which. Ctrl switches it off.
+import type { BasicTransformEvent, Canvas, FabricObject, Rect } from "fabric";
+import { AligningGuidelines } from "fabric/extensions";
+
+type Change = BasicTransformEvent & { target: FabricObject };
+
+export class Guides extends AligningGuidelines {
+  /** The others, as long as one thing is moved. */
+  private others: Set<FabricObject> | undefined;
+  private shown = false;
+
+  constructor(canvas: Canvas, private readonly page: () => Rect) {
+    super(canvas, { margin: 6, width: 1, xSize: 3 });
+  }
+
+  override getObjectsByTarget(target: FabricObject): Set<FabricObject> {
+    return (this.others ??= super.getObjectsByTarget(target).add(this.page()));
+  }
+  override moving(change: Change): void {
+    if (this.applies(change)) super.moving(change);
+  }
+  override scalingOrResizing(change: Change): void {
+    if (this.applies(change)) super.scalingOrResizing(change);
+  }
+  private applies({ e }: Change): boolean {
+    if (e.ctrlKey) this.hide();
+    return !e.ctrlKey;
+  }
+  private hide(): void {
+    this.verticalLines.clear();
+    this.horizontalLines.clear();
+  }
+  override mouseUp(): void {
+    this.others = undefined;
+    super.mouseUp();
+  }
+  /** Without lines there is nothing to clear; what else is drawn on top is others' own. */
+  override beforeRender(): void {
+    if (this.shown) super.beforeRender();
+    this.shown = this.verticalLines.size + this.horizontalLines.size > 0;
+  }
+}

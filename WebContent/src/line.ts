@@ -1,0 +1,81 @@
+// Lines: held by their ends, and with arrowheads.
+import { classRegistry, Control, controlsUtils, Line, Point, type TransformActionHandler } from "fabric";
+
+const HEAD = 3.5; // lengths of an arrowhead in stroke widths
+
+export class CanvasLine extends Line {
+  static override type = "Line";
+  static override customProperties = ["arrow"];
+  declare arrow: "end" | "both" | undefined;
+
+  static override createControls() {
+    return { controls: { start: endControl(0), end: endControl(1) } };
+  }
+
+  private get points(): [Point, Point] {
+    const { x1, y1, x2, y2 } = this.calcLinePoints();
+    return [new Point(x1, y1), new Point(x2, y2)];
+  }
+  /** Where the ends are on the page, or in the group that the line is in. */
+  get ends(): [Point, Point] {
+    const [start, end] = this.points;
+    return [start.transform(this.calcOwnMatrix()), end.transform(this.calcOwnMatrix())];
+  }
+  set ends([a, b]: [Point, Point]) {
+    this.set({ angle: 0, scaleX: 1, scaleY: 1, skewX: 0, skewY: 0, flipX: false, flipY: false });
+    this.set({ x1: a.x, y1: a.y, x2: b.x, y2: b.y });
+    this.setCoords();
+  }
+
+  override _render(ctx: CanvasRenderingContext2D): void {
+    if (!this.arrow || typeof this.stroke !== "string") return super._render(ctx);
+    const [start, end] = this.points;
+    const way = end.subtract(start);
+    const length = Math.hypot(way.x, way.y) || 1;
+    const head = way.scalarMultiply(Math.min(this.arrow === "both" ? 0.5 : 1, (this.strokeWidth * HEAD) / length));
+    const [from, to] = [this.arrow === "both" ? start.add(head) : start, end.subtract(head)];
+    ctx.beginPath();
+    ctx.moveTo(from.x, from.y);
+    ctx.lineTo(to.x, to.y);
+    this._renderStroke(ctx);
+    ctx.fillStyle = this.stroke;
+    drawHead(ctx, to, head);
+    if (this.arrow === "both") drawHead(ctx, from, head.scalarMultiply(-1));
+  }
+}
+classRegistry.setClass(CanvasLine);
+
+function drawHead(ctx: CanvasRenderingContext2D, at: Point, way: Point): void {
+  const side = new Point(-way.y, way.x).scalarMultiply(0.45);
+  ctx.beginPath();
+  for (const p of [at.add(side), at.add(way), at.subtract(side)]) ctx.lineTo(p.x, p.y);
+  ctx.fill();
+}
+
+/** A point in the direction of a multiple of 45 degrees from another. */
+export function inSteps(from: Point, to: Point): Point {
+  const d = to.subtract(from);
+  const angle = (Math.round(Math.atan2(d.y, d.x) / (Math.PI / 4)) * Math.PI) / 4;
+  const length = Math.hypot(d.x, d.y);
+  return new Point(from.x + Math.cos(angle) * length, from.y + Math.sin(angle) * length);
+}
+
+function endControl(index: 0 | 1): Control {
+  const move: TransformActionHandler = (e, { target }, x, y) => {
+    const { ends } = target as CanvasLine;
+    const to = new Point(x, y);
+    ends[index] = e.shiftKey ? inSteps(ends[1 - index]!, to) : to;
+    (target as CanvasLine).ends = ends;
+    return true;
+  };
+  return new Control({
+    cursorStyle: "crosshair",
+    actionName: "end",
+    actionHandler: controlsUtils.wrapWithFireEvent("resizing", move),
+    positionHandler: (_size, _matrix, target) => {
+      const end = (target as CanvasLine).ends[index];
+      const plane = target.group ? end.transform(target.group.calcTransformMatrix()) : end;
+      return plane.transform(target.getViewportTransform());
+    },
+  });
+}
