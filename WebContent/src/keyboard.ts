@@ -22,7 +22,7 @@ export const KEYS: Record<string, string> = {
   "Ctrl+l": "lock", "Ctrl+h": "hide", F2: "rename", "Shift+h": "flip-x", "Shift+v": "flip-y",
   "Alt+ArrowLeft": "align-left", "Alt+ArrowRight": "align-right", "Alt+ArrowUp": "align-top", "Alt+ArrowDown": "align-bottom",
   PageUp: "page-previous", PageDown: "page-next",
-  v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", l: "tool-Line", t: "tool-Textbox", i: "image",
+  v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", s: "tool-Star", p: "tool-draw", l: "tool-Line", t: "tool-Textbox", i: "image",
 };
 /** While a text on the canvas is edited. */
 const TEXT: Record<string, string> = {
@@ -83,7 +83,7 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
     const arrow = ARROWS[e.key];
     const step = e.shiftKey ? 10 : 1;
     if (arrow && !e.ctrlKey && !e.altKey && stage.active) editor.nudge(arrow[0] * step, arrow[1] * step);
-    else if (e.key === "Enter" && stage.tool) stage.placeInMiddle(stage.tool);
+    else if (e.key === "Enter" && stage.tool && stage.tool !== "draw") stage.placeInMiddle(stage.tool);
     else if (e.key === "Enter") stage.editText();
     else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(editor, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();

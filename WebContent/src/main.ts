@@ -195,6 +195,7 @@ const tasks: Commands = {
   "page-previous": () => editor.goTo(editor.page - 1),
   "page-next": () => editor.goTo(editor.page + 1),
   "tool-select": () => stage.arm(null),
+  "tool-draw": () => stage.arm("draw"),
 };
 for (const shape of SHAPES) tasks[`tool-${shape}`] = () => stage.arm(shape);
 for (const side of SIDES) tasks[`align-${side}`] = () => editor.align(side);

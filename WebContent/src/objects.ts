@@ -5,6 +5,7 @@ import { t } from "./language";
 import { CanvasLine } from "./line";
 import { cleanObject, type ObjectData } from "./project";
 import "./sheets";
+import { Star } from "./star";
 import { CanvasText, keepTopLeft } from "./text";
 
 declare module "fabric" {
@@ -16,10 +17,10 @@ declare module "fabric" {
 }
 FabricObject.customProperties = ["name", "locked"];
 
-export const SHAPES = ["Rect", "Ellipse", "Line", "Textbox"] as const;
+export const SHAPES = ["Rect", "Ellipse", "Star", "Line", "Textbox"] as const;
 export type Shape = (typeof SHAPES)[number];
 
-const INK = "#1f2430";
+export const INK = "#1f2430";
 
 /** A new shape spanning the box from one point to another. */
 export function createShape(shape: Shape, x: number, y: number, x2: number, y2: number): FabricObject {
@@ -33,6 +34,8 @@ export function createShape(shape: Shape, x: number, y: number, x2: number, y2: 
       return new Rect({ ...filled, width, height });
     case "Ellipse":
       return new Ellipse({ ...filled, fill: "#ff9f5a", rx: width / 2, ry: height / 2 });
+    case "Star":
+      return new Star({ ...filled, fill: "#ffc93c", width, height, inset: 0.5 });
     case "Line":
       return new CanvasLine([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
     case "Textbox":
@@ -59,7 +62,7 @@ export function bakeScale(object: FabricObject): void {
   if (scaleX === 1 && scaleY === 1) return;
   const unscaled = { scaleX: 1, scaleY: 1 };
   if (object instanceof Ellipse) object.set({ ...unscaled, rx: object.rx * scaleX, ry: object.ry * scaleY });
-  else if (object instanceof Rect) object.set({ ...unscaled, width: object.width * scaleX, height: object.height * scaleY });
+  else if (object instanceof Rect || object instanceof Star) object.set({ ...unscaled, width: object.width * scaleX, height: object.height * scaleY });
   else if (object instanceof CanvasText) keepTopLeft(object, () => scaleText(object, scaleX, scaleY));
   else if (object instanceof Group) bakeGroup(object);
   else return;
@@ -109,7 +112,7 @@ export function applyLock(object: FabricObject): void {
 /** fabric's own description of an object, reduced to what the project format knows. */
 export const describe = (raw: unknown): ObjectData => cleanObject(raw);
 
-const KIND_NAMES: Record<string, string> = { rect: t("Rectangle"), ellipse: t("Ellipse"), line: t("Line"), image: t("Image") };
+const KIND_NAMES: Record<string, string> = { rect: t("Rectangle"), ellipse: t("Ellipse"), star: t("Star"), path: t("Drawing"), line: t("Line"), image: t("Image") };
 
 export function nameOf(object: FabricObject): string {
   if (object.name) return object.name;

@@ -10,7 +10,7 @@ export const MAX_PAGE_SIDE = 8192;
 const MAX_PAGES = 1000;
 const MAX_DEPTH = 32;
 
-export type Kind = "Rect" | "Ellipse" | "Line" | "Textbox" | "Image" | "Group";
+export type Kind = "Rect" | "Ellipse" | "Star" | "Path" | "Line" | "Textbox" | "Image" | "Group";
 export interface ObjectData {
   type: Kind;
   objects?: ObjectData[];
@@ -87,10 +87,32 @@ const dashes: Check = (v, where) => {
   if (v === null) return undefined;
   return Array.isArray(v) && v.length <= 8 ? v.map((d, i) => size(d, `${where}[${i}]`, 0)) : refuse(where, t("a list"));
 };
+const shadow: Check = (v, where) => {
+  if (v === null) return undefined;
+  return isRaw(v) ? pickKeys(v, { color: colour, blur: size, offsetX: number(), offsetY: number() }, where, 0) : refuse(where, t("an object"));
+};
+const COORDS = Object.fromEntries(["x1", "y1", "x2", "y2", "r1", "r2"].map((key) => [key, number(-10, 10)]));
+/** A colour, or several that lead into each other across the box of the object, which is 1 wide and high. */
+const paint: Check = (v, where, depth) => {
+  if (!isRaw(v)) return colour(v, where, depth);
+  const { colorStops: stops, coords } = v;
+  if (!Array.isArray(stops) || stops.length !== 2 || !isRaw(coords)) return refuse(where, t("an object"));
+  return {
+    type: oneOf("linear", "radial")(v.type, `${where}.type`, 0), gradientUnits: "percentage", coords: pickKeys(coords, COORDS, where, 0),
+    colorStops: stops.map((s: unknown, offset) => ({ offset, color: colour(isRaw(s) ? s.color : s, `${where}.colorStops[${offset}]`, 0) ?? "#ffffff" })),
+  };
+};
+/** Steps of an outline: a letter and its numbers. */
+const path: Check = (v, where) => {
+  const isStep = (step: unknown): boolean => Array.isArray(step) && /^[MLQCZ]$/.test(String(step[0])) && step.slice(1).every((n) => Math.abs(n) <= 1e6);
+  return Array.isArray(v) && v.length <= 1e5 && v.every(isStep) ? v : refuse(where, t("a list"));
+};
+export const BLENDS = ["source-over", "multiply", "screen", "overlay", "darken", "lighten", "color-dodge", "color-burn", "difference", "luminosity"];
 const COMMON: Record<string, Check> = {
   left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
   flipX: bool, flipY: bool, opacity: number(0, 1),
-  name: unusual("", text(200)), locked: unusual(false, bool), visible: unusual(true, bool),
+  name: unusual("", text(200)), locked: unusual(false, bool), visible: unusual(true, bool), shadow,
+  globalCompositeOperation: unusual("source-over", oneOf(...BLENDS)),
 };
 const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size, strokeDashArray: dashes };
 const PAINT: Record<string, Check> = { ...STROKE, fill: colour };
@@ -99,16 +121,18 @@ const LETTERS: Record<string, Check> = {
   fontStyle: oneOf("normal", "italic"), underline: bool,
 };
 const KINDS: Record<Kind, Record<string, Check>> = {
-  Rect: { ...PAINT, width: size, height: size, rx: size, ry: size },
-  Ellipse: { ...PAINT, rx: size, ry: size },
+  Rect: { ...PAINT, fill: paint, width: size, height: size, rx: size, ry: size },
+  Ellipse: { ...PAINT, fill: paint, rx: size, ry: size },
+  Star: { ...PAINT, fill: paint, width: size, height: size, corners: number(3, 100), inset: number(0, 0.99) },
+  Path: { ...PAINT, fill: paint, path, strokeLineCap: oneOf("butt", "round", "square"), strokeLineJoin: oneOf("miter", "round", "bevel") },
   Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number(), arrow: unusual(undefined, oneOf("end", "both")) },
   Textbox: {
-    ...LETTERS, text: text(1e6), width: size, textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
+    ...LETTERS, fill: paint, charSpacing: unusual(0, number(-1000, 10_000)), text: text(1e6), width: size, textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
   },
-  Image: { ...STROKE, asset: text(200), width: size, height: size },
+  Image: { ...STROKE, asset: text(200), width: size, height: size, cropX: unusual(0, size), cropY: unusual(0, size) },
   Group: { objects: list, width: size, height: size },
 };
-const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Image: "asset", Group: "objects" };
+const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Path: "path", Image: "asset", Group: "objects" };
 
 const isRaw = (v: unknown): v is Raw => typeof v === "object" && v !== null && !Array.isArray(v);
 

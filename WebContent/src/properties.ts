@@ -2,6 +2,8 @@
 import type { FabricObject, Rect } from "fabric";
 import { bakeScale } from "./objects";
 import type { CanvasLine } from "./line";
+import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf } from "./paint";
+import type { Star } from "./star";
 import { CanvasText, type CharacterKey } from "./text";
 
 export type Value = string | number | boolean | null;
@@ -48,16 +50,31 @@ export const WHOLE: Record<string, Property> = {
 };
 /** Of every selected object. */
 export const OBJECT: Record<string, Property> = {
+  blend: plain("globalCompositeOperation"),
+  shadow: single((o) => shadowOf(o, "color"), (o, v: Value) => setShadow(o, "color", v)),
+  shadowBlur: single((o) => shadowOf(o, "blur"), (o, v: Value) => setShadow(o, "blur", v)),
+  shadowX: single((o) => shadowOf(o, "offsetX"), (o, v: Value) => setShadow(o, "offsetX", v)),
+  shadowY: single((o) => shadowOf(o, "offsetY"), (o, v: Value) => setShadow(o, "offsetY", v)),
   opacity: number((o) => o.opacity * 100, (o, v) => void o.set("opacity", v / 100), 0),
 };
 const DASHES: Record<string, number[]> = { dashed: [3, 2], dotted: [1, 1] };
 const dashOf = ({ strokeDashArray: dash }: FabricObject): string => (!dash?.length ? "solid" : dash[0]! > dash[1]! ? "dashed" : "dotted");
 const dash = (o: FabricObject, kind: string): void => void o.set("strokeDashArray", DASHES[kind]?.map((d) => d * o.strokeWidth) ?? null);
+const fill = letters("fill");
 const stroke = letters("stroke");
 const strokeWidth = letters("strokeWidth");
 /** Of every selected object, or of those in a selected group. */
 export const LEAF: Record<string, Property> = {
-  fill: letters("fill"),
+  fill: {
+    get: (o) => fill.get(o).map((v) => colourAt(v, 0)),
+    set: (o, v: Value) => (kindOf(o) === "plain" ? fill.set(o, v as never) : changeFill(o, { colour: v })),
+  },
+  fillKind: single(kindOf, (o, kind: ReturnType<typeof kindOf>) => changeFill(o, { kind })),
+  fillSecond: single((o) => colourAt(o.fill, 1), (o, second: Value) => changeFill(o, { kind: kindOf(o) === "plain" ? "linear" : kindOf(o), second })),
+  fillAngle: single(angleOf, (o, angle: number) => changeFill(o, { angle })),
+  corners: plain("corners"),
+  inset: number((o) => (o as Star).inset * 100, (o, v) => void o.set("inset", v / 100), 0),
+  letterSpacing: plain("charSpacing"),
   stroke: {
     get: stroke.get,
     set: (o, v) => {

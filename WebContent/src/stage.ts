@@ -1,9 +1,9 @@
 // The view of one page: a fabric canvas that fills the middle of the window, with zoom, pan and drawing tools.
-import { ActiveSelection, Canvas, type FabricObject, Point, Rect, Textbox, util } from "fabric";
+import { ActiveSelection, Canvas, type FabricObject, type Path, PencilBrush, Point, Rect, Textbox, util } from "fabric";
 import { boxOf } from "./arrange";
 import { Guides } from "./guides";
 import { inSteps } from "./line";
-import { bakeScale, createObjects, createShape, eachLeaf, type Shape } from "./objects";
+import { bakeScale, createObjects, createShape, eachLeaf, INK, type Shape } from "./objects";
 import { FormatError, type ObjectData, type PageData } from "./project";
 import { dataOf, identityOf, remember } from "./record";
 import { StillLayers } from "./still";
@@ -143,7 +143,7 @@ export interface StageEvents {
 
 export class Stage {
   readonly canvas: PageCanvas;
-  tool: Shape | null = null;
+  tool: Shape | "draw" | null = null;
   #fitted = true;
   #loading = 0;
 
@@ -295,8 +295,9 @@ export class Stage {
 
   // ---- drawing ----
 
-  arm(tool: Shape | null): void {
+  arm(tool: Stage["tool"]): void {
     this.tool = tool;
+    this.canvas.isDrawingMode = tool === "draw";
     this.canvas.selection = tool === null;
     this.canvas.skipTargetFind = tool !== null;
     this.canvas.defaultCursor = tool ? "crosshair" : "default";
@@ -327,11 +328,17 @@ export class Stage {
 
   #listenForDrawing(): void {
     const { canvas } = this;
+    canvas.freeDrawingBrush = Object.assign(new PencilBrush(canvas), { color: INK, width: 6, decimate: 2 });
+    canvas.on("path:created", ({ path }) => {
+      canvas.remove(path);
+      this.arm(null);
+      this.place((path as Path).set({ fill: null }));
+    });
     let start: Point | null = null;
     let drawn: FabricObject | null = null;
     let tool: Shape | null = null;
     canvas.on("mouse:down", ({ scenePoint }) => {
-      tool = this.tool;
+      tool = this.tool === "draw" ? null : this.tool;
       if (tool) start = scenePoint;
     });
     canvas.on("mouse:move", ({ scenePoint, e }) => {

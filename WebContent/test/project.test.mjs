@@ -7,7 +7,9 @@ const rect = { type: "Rect", left: 10, top: 20, width: 30, height: 40, rx: 2, ry
 const text = { type: "Textbox", left: 0, top: 0, text: "it's \"quoted\" \\ and\nbroken\u2028 語", width: 100, fontFamily: "serif", fontSize: 20, textAlign: "center", styles: [{ start: 0, end: 4, style: { fill: "#ff0000", fontWeight: "bold" } }] };
 const image = { type: "Image", asset: "image-1", left: 1, top: 2, width: 8, height: 8, scaleX: 2, scaleY: 2 };
 const group = { type: "Group", left: 5, top: 5, width: 50, height: 50, objects: [rect, { ...image, asset: "image-2" }] };
-const page = { width: 800, height: 600, background: "#ffffff", objects: [rect, text, image, group] };
+const star = { type: "Star", name: "Sun", locked: true, visible: false, globalCompositeOperation: "multiply", shadow: { color: "#000000", blur: 4, offsetX: 1, offsetY: 2 }, fill: { type: "linear", gradientUnits: "percentage", coords: { x1: 0, y1: 0, x2: 1, y2: 1 }, colorStops: [{ offset: 0, color: "#ff0000" }, { offset: 1, color: "#00ff00" }] }, width: 5, height: 5, corners: 5, inset: 0.5 };
+const path = { type: "Path", strokeDashArray: [3, 2], path: [["M", 0, 0], ["Q", 1, 1, 2, 2], ["Z"]], strokeLineCap: "round" };
+const page = { width: 800, height: 600, background: "#ffffff", objects: [rect, text, image, group, star, path] };
 const project = { name: "Fair", pages: [page, { width: 10, height: 10, background: null, objects: [] }], assets: { "image-1": PNG, "image-2": `${PNG}=` } };
 
 const withObject = (object) => JSON.stringify({ type: "quillory-project", version: 1, name: "", pages: [{ ...page, objects: [object] }], assets: project.assets });
@@ -81,6 +83,8 @@ test("what is no readable project is refused with the reason", () => {
     [withObject({ ...rect, opacity: 2 }), /opacity is not a number from 0 to 1/],
     [withObject({ ...rect, fill: "url(#x)" }), /fill is not a colour/],
     [withObject({ ...rect, flipX: 1 }), /flipX is not true or false/],
+    [withObject({ ...path, path: [["A", 1]] }), /path is not a list/],
+    [withObject({ ...star, fill: { type: "url" } }), /fill is not an object/],
     [withObject({ ...text, text: undefined }), /text is not given/],
     [withObject({ ...text, textAlign: "middle" }), /textAlign is not one of/],
     [withObject({ type: "Image" }), /asset is not given/],
