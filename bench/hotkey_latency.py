@@ -20,7 +20,7 @@ sys.path.insert(0, str(ROOT / "tests" / "e2e"))
 
 from application import Application, InstallTree, Log
 from desktop import Desktop
-from programs import KeyWindow, running
+from programs import KeyWindow
 
 RUNS = 20
 SETTLE_SECONDS = 15  # the web engine has work of its own after the window was used
@@ -64,7 +64,7 @@ def main():
         app = Application(desktop, tree.binary, tree.page_folder)
         try:
             app.log.wait("=" * 28)
-            with running(KeyWindow(desktop)) as program:
+            with KeyWindow(desktop) as program:
                 other = desktop.wait_window(program.TITLE)
                 times = measure_latency(desktop, app.window(), other)
                 print(f"key press to active window, {RUNS} times: median {statistics.median(times):.0f} ms, "

@@ -15,8 +15,7 @@ class AccessibilityBus:
     def __init__(self, desktop):
         desktop.start("/usr/libexec/at-spi-bus-launcher", "--launch-immediately")
         desktop.wait_name("org.a11y.Bus")
-        session = dbus.bus.BusConnection(desktop.env["DBUS_SESSION_BUS_ADDRESS"])
-        launcher = session.get_object("org.a11y.Bus", "/org/a11y/bus")
+        launcher = desktop.dbus.get_object("org.a11y.Bus", "/org/a11y/bus")
         self._bus = dbus.bus.BusConnection(launcher.GetAddress(dbus_interface="org.a11y.Bus"))
 
     def nodes(self, window=None):

@@ -97,8 +97,8 @@ class Application:
     def __init__(self, desktop, binary, page_folder, env=None, arguments=()):
         self.desktop = desktop
         self.page_folder = page_folder
-        self.process = subprocess.Popen([binary, *arguments], env={**desktop.env, **(env or {})},
-                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, stdin=subprocess.DEVNULL)
+        self.process = desktop.start(binary, *arguments, env=env, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                     stderr=subprocess.PIPE)
         self.log = Log(self.process.stdout)
         self.errors = Log(self.process.stderr)
         self.started.append(self)
@@ -129,7 +129,7 @@ class Application:
         """Puts the program back to what it was after its launch: its page is loaded anew and the log begins again."""
         self.desktop.close_other_windows()
         if not self.desktop.windows("Quillory"):
-            Application(self.desktop, self.process.args[0], self.page_folder).wait_exit()
+            self.start_again().wait_exit()
             self.window()
         start = len(self.log.lines)
         self.start_script("location.reload()")
@@ -171,6 +171,10 @@ class Application:
         return self.errors.lines[found[0]:] if found else []
 
     # The process
+
+    def start_again(self, env=None):
+        """Starts the same program once more."""
+        return Application(self.desktop, self.process.args[0], self.page_folder, env)
 
     def window(self):
         return self.desktop.wait_window("Quillory")

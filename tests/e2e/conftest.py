@@ -1,4 +1,3 @@
-import contextlib
 import os
 import pathlib
 import shutil
@@ -9,7 +8,7 @@ import pytest
 from application import Application, InstallTree
 from desktop import Desktop
 from plasma import PlasmaSession
-from programs import Portal, running
+from programs import Portal
 
 
 @pytest.fixture(scope="session")
@@ -47,74 +46,71 @@ def sanitizers_have_nothing_to_say():
 
 
 class Programs:
-    """The programs of a file's tests. What they can have in common they get from `shared`, with its page loaded anew."""
+    """The programs of a file's tests, with one install tree."""
 
     def __init__(self, installed, folder):
         self.installed = installed
-        self.folder = folder
-        self.shared_ones = {}
+        self.tree = InstallTree(installed, folder)
+        self._shared = {}
 
-    def start(self, tree, env, session, ready=True, arguments=()):
-        app = Application(session, tree.binary, tree.page_folder, env, arguments)
-        app.tree = tree
+    def start(self, session, env=None, tree=None, ready=True):
+        tree = tree or self.tree
+        app = Application(session, tree.binary, tree.page_folder, env)
         if ready:
             app.wait_ready()
             # The status report, half a second after the launch: from here on the log is the test's own.
             app.log.wait("=" * 28)
         return app
 
-    @contextlib.contextmanager
-    def shared(self, request, session, env):
-        app = self.shared_ones.get(session)
+    def shared(self, session, env=None):
+        """The program that a session's tests have in common, with its page loaded anew."""
+        app = self._shared.get(session)
         if app and app.process.poll() is None and app.env == env:
             app.load_anew()
         else:
             self.end(session)
-            tree = InstallTree(self.installed, self.folder / f"tree-{len(os.listdir(self.folder))}")
-            app = self.shared_ones[session] = self.start(tree, env, session)
+            app = self._shared[session] = self.start(session, env)
             session.settle(app)
             app.log.lines.clear()
             app.env = env
-        failed = request.session.testsfailed
-        yield app
-        if request.session.testsfailed != failed:
-            self.end(session)
+        return app
 
-    def end(self, session=None):
-        """Ends what is shared in a session, or in all."""
-        for one in [session] if session else list(self.shared_ones):
-            if one in self.shared_ones:
-                self.shared_ones.pop(one).kill()
+    def end(self, session):
+        """Ends what is shared in a session."""
+        if session in self._shared:
+            self._shared.pop(session).kill()
+
+    def end_test(self, failed):
+        """Ends what was started, but for what is shared and was not in a test that failed."""
+        if failed:
+            self._shared.clear()
+        for app in Application.started:
+            if app not in self._shared.values():
+                app.kill()
 
 
 @pytest.fixture(scope="module")
 def programs(installed, tmp_path_factory):
-    programs = Programs(installed, tmp_path_factory.mktemp("trees"))
-    yield programs
-    programs.end()
+    return Programs(installed, tmp_path_factory.mktemp("programs") / "tree")
 
 
 @pytest.fixture(autouse=True)
-def nothing_runs_on(programs):
-    """What a test started ends with it, but for what the file's tests share."""
+def nothing_runs_on(programs, request):
+    failed = request.session.testsfailed
     yield
-    for app in Application.started:
-        if app not in programs.shared_ones.values():
-            app.kill()
+    programs.end_test(request.session.testsfailed != failed)
 
 
 @pytest.fixture
-def app(programs, desktop, request):
+def app(programs, desktop):
     """The program on X11, which the file's tests share."""
-    with programs.shared(request, desktop, None) as app:
-        yield app
+    return programs.shared(desktop)
 
 
 @pytest.fixture
-def shell(programs, desktop, portal, request):
+def shell(programs, desktop, portal):
     """The same with panels that the portal answers."""
-    with programs.shared(request, desktop, Portal.ENVIRONMENT) as app:
-        yield app
+    return programs.shared(desktop, Portal.ENVIRONMENT)
 
 
 @pytest.fixture
@@ -133,10 +129,10 @@ def tree_of_the_editor(installed, tree):
 @pytest.fixture
 def launch(programs, request):
     """Starts a program of the test's own."""
-    def start(tree=None, env=None, ready=True, on=None, arguments=()):
-        on = on or request.getfixturevalue("desktop")
-        programs.end(on)
-        return programs.start(tree or request.getfixturevalue("tree"), env, on, ready, arguments)
+    def start(tree=None, env=None, ready=True, on=None):
+        session = on or request.getfixturevalue("desktop")
+        programs.end(session)
+        return programs.start(session, env, tree, ready)
     return start
 
 
@@ -150,7 +146,7 @@ def locale(tmp_path_factory):
 
 @pytest.fixture(scope="module")
 def portal_of_the_file(desktop):
-    with running(Portal(desktop)) as portal:
+    with Portal(desktop) as portal:
         yield portal
 
 

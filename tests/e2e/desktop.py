@@ -1,10 +1,14 @@
 """Sessions of the tests' own. `Session` is what all have; `Desktop` is one on X11, plasma.py has one on Wayland."""
 import os
+import pathlib
 import re
 import shutil
 import subprocess
 import tempfile
 import time
+
+import dbus
+import dbus.bus
 
 PATIENCE = int(os.environ.get("QUILLORY_PATIENCE", "30"))  # seconds until an event that should come counts as missing
 
@@ -40,6 +44,7 @@ class Session:
         self.runtime = os.path.join(self.home, "run")
         os.mkdir(self.runtime, 0o700)
         self.processes = []
+        self._owner = None  # of the clipboard
         self.env = {k: v for k, v in os.environ.items()
                     if k not in ("WAYLAND_DISPLAY", "TMPDIR", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS")
                     and not k.startswith("XDG_")}
@@ -48,6 +53,7 @@ class Session:
         try:
             self.bus = self.start_bus(os.path.join(self.runtime, "bus"))
             self.env["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime}/bus"
+            self.dbus = dbus.bus.BusConnection(self.env["DBUS_SESSION_BUS_ADDRESS"])
             self._start_display()
         except BaseException:
             self.close()
@@ -87,11 +93,11 @@ class Session:
 
     def start_bus(self, socket, name="*", services="/nonexistent"):
         """A bus on which programs may own a name, or any, and which starts those of a folder."""
-        config = f"{socket}.conf"
-        with open(config, "w", encoding="utf-8") as file:
-            file.write(BUS.format(socket=socket, name=name, services=services))
-        bus = self.start("dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile")
-        wait_for(lambda: os.path.exists(socket), "the bus")
+        config = pathlib.Path(f"{socket}.conf")
+        config.write_text(BUS.format(socket=socket, name=name, services=services), encoding="utf-8")
+        bus = self.start("dbus-daemon", f"--config-file={config}", "--nofork", "--nopidfile", "--print-address",
+                         stdout=subprocess.PIPE)
+        bus.stdout.readline()  # which comes once it listens
         return bus
 
     def start_portal(self, backend, executable, **environment):
@@ -106,7 +112,7 @@ class Session:
         self.wait_name("org.freedesktop.portal.Desktop")
 
     def wait_name(self, name):
-        self.run("gdbus", "wait", "--session", "--timeout", str(PATIENCE), name)
+        wait_for(lambda: self.dbus.name_has_owner(name), name)
 
     def run(self, *command, check=True, **options):
         result = subprocess.run(command, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
@@ -117,6 +123,20 @@ class Session:
 
     def settle(self, app):
         """Waits until a program that was launched is done with what the session asks of it."""
+
+    # Clipboard
+
+    def copy(self, kind, content):
+        """Another program copies."""
+        previous, self._owner = self._owner, self.start(*self.COPY, kind, stdin=subprocess.PIPE)
+        self._owner.stdin.write(content)
+        self._owner.stdin.close()
+        wait_for(lambda: (not previous or previous.poll() is not None) and self.paste(kind) == content, "the clipboard")
+
+    def paste(self, kind):
+        """What another program gets, or None."""
+        result = subprocess.run([*self.PASTE, kind], env=self.env, capture_output=True, timeout=PATIENCE)
+        return result.stdout if result.returncode == 0 else None
 
     # Windows
 
@@ -144,6 +164,9 @@ class Session:
 
 class Desktop(Session):
     """Xvfb and openbox."""
+
+    COPY = ["xclip", "-quiet", "-selection", "clipboard", "-i", "-t"]
+    PASTE = ["xclip", "-selection", "clipboard", "-o", "-t"]
 
     def __init__(self, screen="1280x1024x24", **environment):
         self._screen = screen
@@ -194,12 +217,8 @@ class Desktop(Session):
     def geometry(self, window):
         """Position and size of a window's content: X, Y, WIDTH, HEIGHT."""
         out = self.run("xwininfo", "-id", (self.windows(window) or [window])[0])
-        return {name: int(re.search(pattern + r":\s+(-?\d+)", out).group(1))
-                for name, pattern in (("X", "Absolute upper-left X"), ("Y", "Absolute upper-left Y"),
-                                      ("WIDTH", "Width"), ("HEIGHT", "Height"))}
-
-    def screenshot(self, path):
-        self.run("import", "-window", "root", str(path))
+        values = re.findall(r"(?:Absolute upper-left [XY]|Width|Height):\s+(-?\d+)", out)
+        return dict(zip(("X", "Y", "WIDTH", "HEIGHT"), map(int, values)))
 
     # Keys
 

@@ -2,9 +2,14 @@
 import glob
 import os
 import pathlib
+import re
 import shutil
+import subprocess
 
-from desktop import Session, wait_for
+import dbus
+
+from application import Log
+from desktop import Session
 from wayland_keyboard import WaylandKeyboard
 
 SOCKET = "wayland-quillory"
@@ -23,6 +28,9 @@ ON_WINDOW = LIST + '(function (window) { if (window.internalId == "%s") { %s; } 
 
 
 class PlasmaSession(Session):
+    COPY = ["wl-copy", "--foreground", "--type"]
+    PASTE = ["wl-paste", "--no-newline", "--type"]
+
     def __init__(self, kde_portal=True):
         self._kde_portal = kde_portal
         self._scripts = 0
@@ -36,19 +44,18 @@ class PlasmaSession(Session):
         kwin = os.path.join(self.home, "kwin_wayland")
         shutil.copyfile("/usr/bin/kwin_wayland", kwin)
         os.chmod(kwin, 0o700)
-        self._log = os.path.join(self.home, "kwin.log")
-        with open(self._log, "wb") as log:
-            self.display = self.start(
-                kwin, "--virtual", "--width", "1280", "--height", "1000", "--no-lockscreen", "--socket", SOCKET,
-                stdout=log, stderr=log,
-                env={"KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1", "QT_QPA_PLATFORM": None, "WAYLAND_DISPLAY": None,
-                     "QT_LOGGING_RULES": "kwin_scripting.debug=true;js.debug=true"})
+        self.display = self.start(
+            kwin, "--virtual", "--width", "1280", "--height", "1000", "--no-lockscreen", "--socket", SOCKET,
+            stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+            env={"KWIN_WAYLAND_NO_PERMISSION_CHECKS": "1", "QT_QPA_PLATFORM": None, "WAYLAND_DISPLAY": None,
+                 "QT_LOGGING_RULES": "kwin_scripting.debug=true;js.debug=true"})
+        self._log = Log(self.display.stdout)
         self.wait_name("org.kde.KWin")
         self.wait_name("org.kde.kglobalaccel")
         if self._kde_portal:
             backend, = glob.glob("/usr/lib/*/libexec/xdg-desktop-portal-kde")
             self.start_portal("kde", backend)
-        self._keyboard = WaylandKeyboard(self.runtime, SOCKET)
+        self._keyboard = WaylandKeyboard(os.path.join(self.runtime, SOCKET))
 
     def scale_text(self, factor):
         """For the programs that are started from now on."""
@@ -64,9 +71,6 @@ class PlasmaSession(Session):
 
     def active_window(self):
         return next((window[0] for window in self._windows() if window[1] == "true"), "")
-
-    def is_active(self, window):
-        return next((id for id, active, *_, title in self._windows() if active == "true" and window in (id, title)), None)
 
     def _activate(self, window):
         self._run_script(ON_WINDOW % (window, f"workspace[{ACTIVE}] = window"))
@@ -105,30 +109,17 @@ class PlasmaSession(Session):
         for chord in chords:
             self._keyboard.press(chord)
 
-    def close(self):
-        if hasattr(self, "_keyboard"):
-            self._keyboard.close()
-        super().close()
-
     def _run_script(self, script):
         """Runs a script in KWin and returns the lines that it said."""
         self._scripts += 1
         mark = f"script-{self._scripts}:"
-        path = os.path.join(self.home, f"{self._scripts}.js")
-        with open(path, "w", encoding="utf-8") as file:
-            file.write(f'function say(line) {{ print("{mark}" + line); }}\n{script}\nsay("end");')
-        self._kwin("loadScript", path, mark)
-        self._kwin("start")
-
-        def said():
-            with open(self._log, encoding="utf-8", errors="replace") as log:
-                lines = [line.rstrip("\n").partition(mark)[2] for line in log if mark in line]
-            return lines if "end" in lines else None
-
-        lines = wait_for(said, "KWin's script")
-        self._kwin("unloadScript", mark)
-        return lines[:-1]
-
-    def _kwin(self, method, *arguments):
-        self.run("gdbus", "call", "--session", "-d", "org.kde.KWin", "-o", "/Scripting",
-                 "-m", f"org.kde.kwin.Scripting.{method}", *arguments)
+        path = pathlib.Path(self.home, f"{self._scripts}.js")
+        path.write_text(f'function say(line) {{ print("{mark}" + line); }}\n{script}\nsay("end");', encoding="utf-8")
+        start = len(self._log.lines)
+        scripting = dbus.Interface(self.dbus.get_object("org.kde.KWin", "/Scripting", introspect=False),
+                                   "org.kde.kwin.Scripting")
+        scripting.loadScript(str(path), mark)
+        scripting.start()
+        _, end = self._log.wait(re.compile(f"{mark}end"), start)
+        scripting.unloadScript(mark)
+        return [line.partition(mark)[2] for line in self._log.lines[start:end] if mark in line]

@@ -1,30 +1,31 @@
 """Programs of the tests' own, run beside the one under test."""
 import base64
-import contextlib
 import json
 import os
 import pathlib
 import re
-import signal
 import subprocess
 import sys
 
 import dbus
-import dbus.bus
 
 from application import Log
-from desktop import PATIENCE, wait_for
 
 FOLDER = os.path.dirname(os.path.abspath(__file__))
 
 
 class Program:
-    """A program that prints what happens to it and reads commands."""
+    """A program that prints what happens to it and reads commands; it ends with the block that it is used for."""
 
     def __init__(self, session, *command):
-        self.process = subprocess.Popen([sys.executable, *command], env=session.env, cwd=FOLDER,
-                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.process = session.start(sys.executable, *command, cwd=FOLDER, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.log = Log(self.process.stdout)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.kill()
 
     def tell(self, *command):
         self.process.stdin.write(f"{json.dumps(command)}\n".encode())
@@ -76,8 +77,7 @@ class Portal(Program):
                          "--parameters", json.dumps(parameters))
         self.log.wait('["ready"]')
         self._panels = 0
-        bus = dbus.bus.BusConnection(session.env["DBUS_SESSION_BUS_ADDRESS"])
-        portal = bus.get_object("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", introspect=False)
+        portal = session.dbus.get_object("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", introspect=False)
         self._mock = dbus.Interface(portal, "org.freedesktop.DBus.Mock")
 
     def calls(self):
@@ -139,45 +139,3 @@ class Portal(Program):
     def _emit(self, interface, name, signature, *arguments, **details):
         self._mock.EmitSignalDetailed(interface, name, signature, dbus.Array(arguments, signature="v"),
                                       dbus.Dictionary(details, signature="sv"))
-
-
-class Clipboard:
-    """What another program puts on a session's clipboard, and reads from it."""
-
-    def __init__(self, session):
-        self.env = session.env
-        wayland = "WAYLAND_DISPLAY" in session.env
-        self._copy = ["wl-copy", "--foreground", "--type"] if wayland else ["xclip", "-quiet", "-sel", "clipboard", "-i", "-t"]
-        self._paste = ["wl-paste", "--no-newline", "--type"] if wayland else ["xclip", "-sel", "clipboard", "-o", "-t"]
-        self._owners = []
-
-    def copy(self, kind, content):
-        """Another program copies; returns the process that owns the clipboard from now on."""
-        owner = subprocess.Popen([*self._copy, kind], env=self.env, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
-                                 stderr=subprocess.DEVNULL)
-        owner.stdin.write(content)
-        owner.stdin.close()
-        self._owners.append(owner)
-        wait_for(lambda: self.paste(kind) == content, f"the clipboard to hold {kind}")
-        return owner
-
-    def paste(self, kind):
-        """What another program gets, or None."""
-        result = subprocess.run([*self._paste, kind], env=self.env, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                                timeout=PATIENCE)
-        return result.stdout if result.returncode == 0 else None
-
-    def kill(self):
-        for owner in self._owners:
-            with contextlib.suppress(ProcessLookupError):
-                owner.send_signal(signal.SIGCONT)
-                owner.kill()
-            owner.wait()
-
-
-@contextlib.contextmanager
-def running(program):
-    try:
-        yield program
-    finally:
-        program.kill()

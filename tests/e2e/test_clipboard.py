@@ -9,7 +9,7 @@ import pytest
 from PIL import Image
 
 from desktop import wait_for
-from programs import Clipboard, KeyWindow, running
+from programs import KeyWindow
 
 OBJECT = "application/x-com.quillory.object"
 TEXT = "text/plain;charset=utf-8"
@@ -17,25 +17,11 @@ CANVAS = '{"type":"rect","left":1,"text":"it\'s \\\\ ä 🖊️\\nnew"}'
 
 
 @pytest.fixture
-def clipboard(session):
-    clipboard = Clipboard(session)
-    yield clipboard
-    clipboard.kill()
-
-
-@pytest.fixture
-def clipboard_of_x11(desktop):
-    clipboard = Clipboard(desktop)
-    yield clipboard
-    clipboard.kill()
-
-
-@pytest.fixture
-def place(programs, session, request):
+def place(programs, session):
     """The program with the focus: a compositor gives the clipboard to no other."""
-    with programs.shared(request, session, None) as app:
-        session.focus("Quillory")
-        yield app
+    app = programs.shared(session)
+    session.focus("Quillory")
+    return app
 
 
 def copy(app, text):
@@ -83,72 +69,44 @@ def same_picture(one, other):
     return one.size == other.size and all(abs(a - b) < 24 for a, b in zip(one.tobytes(), other.tobytes()))
 
 
-def test_copy_and_paste(place, clipboard):
+def test_copy_and_paste(place, session):
     for text in ("", CANVAS, "not JSON at all"):
-        clipboard.copy("image/png", b"of another program")
+        session.copy("image/png", b"of another program")
         start = copy(place, text)
         place.log.wait("📋 Copied to native pasteboard", after=start)
-        assert (clipboard.paste(TEXT), clipboard.paste(OBJECT)) == (text.encode(), text.encode())
-        assert clipboard.paste("image/png") is None
+        assert (session.paste(TEXT), session.paste(OBJECT)) == (text.encode(), text.encode())
+        assert session.paste("image/png") is None
         start = len(place.log.lines)
         assert paste(place) == ["Paste", text]
         place.log.wait("✅ Paste content sent to JavaScript", after=start)
         assert place.own_lines(start) == ["📥 Pasted Quillory object from pasteboard", "✅ Paste content sent to JavaScript"]
 
     for kind, line in ((OBJECT, "📥 Pasted Quillory object from pasteboard"), (TEXT, "📥 Pasted JSON object from pasteboard")):
-        clipboard.copy(kind, CANVAS.encode())
+        session.copy(kind, CANVAS.encode())
         start = len(place.log.lines)
         assert paste(place) == ["Paste", CANVAS]
         assert place.own_lines(start)[0] == line
 
     for kind in ("png", "jpeg", "tiff", "bmp", "gif", "webp"):
-        source = picture(kind)
-        clipboard.copy(f"image/{kind}", source)
+        # The usual one is larger than any buffer on the way.
+        source = picture(kind, Image.effect_noise((1000, 800), 100) if kind == "png" else PICTURE)
+        session.copy(f"image/{kind}", source)
         name, url = paste(place)
         assert name == "Image" and url.startswith("data:image/png;base64,")
         pasted = base64.b64decode(url.partition(",")[2], validate=True)
         assert pasted == source if kind == "png" else same_picture(pasted, source), kind
 
     for kind, content in (("image/png", picture("png")[:100]), (TEXT, b'{"Type":1,"left":1}')):
-        clipboard.copy(kind, content)
+        session.copy(kind, content)
         paste_nothing(place)
 
 
-def test_a_large_picture_keeps_its_pixels(place, clipboard):
-    content = picture("png", Image.effect_noise((3840, 2160), 100))
-    (place.page_folder / "screen.png").write_bytes(content)
-    clipboard.copy("image/png", content)
-    # Compared in the page: what a test reports goes through the log.
-    assert place.run_script("""
-        const expected = new Uint8Array(await (await fetch("screen.png")).arrayBuffer());
-        received.length = 0;
-        post("nativePaste", null);
-        while (received.length === 0) await new Promise((resolve) => setTimeout(resolve, 10));
-        const [name, url] = received[0];
-        const pasted = Uint8Array.fromBase64(url.slice("data:image/png;base64,".length));
-        return [name, pasted.length === expected.length && pasted.every((byte, i) => byte === expected[i])];
-    """) == ["Image", True]
-
-
-def test_order_of_preference(app, desktop):
-    png = picture("png")
+def test_the_first_that_can_be_decoded_counts_and_a_silent_owner_holds_nobody_up(app, desktop):
     app.run_script("post('nativeCopy', {data: 'before'})")
-    with running(KeyWindow(desktop)) as other:
-        for contents, expected in (
-                ({OBJECT: b"own", TEXT: CANVAS.encode(), "image/png": png}, ["Paste", "own"]),
-                ({TEXT: CANVAS.encode(), "image/png": png}, ["Paste", CANVAS]),
-                ({TEXT: b'{"Type":"x","left":1}', "image/png": png},
-                 ["Image", "data:image/png;base64," + base64.b64encode(png).decode()])):
-            other.copy(contents)
-            wait_for(lambda: paste(app) == expected, f"{expected[0]} to be pasted")
-        # The first format that can be decoded counts.
-        other.copy({"image/png": b"broken", "image/bmp": picture("bmp")})
-        wait_for(lambda: paste(app)[1] != expected[1], "the other picture to be pasted")
-        assert same_picture(base64.b64decode(paste(app)[1].partition(",")[2]), png)
-
-
-def test_a_silent_owner_holds_nobody_up(app, desktop):
-    with running(KeyWindow(desktop)) as owner:
+    with KeyWindow(desktop) as owner:
+        owner.copy({TEXT: b'{"Type":"x","left":1}', "image/png": b"broken", "image/bmp": picture("bmp")})
+        name, url = wait_for(lambda: (got := paste(app)) != ["Paste", "before"] and got, "what can be decoded")
+        assert name == "Image" and same_picture(base64.b64decode(url.partition(",")[2]), picture("png"))
         owner.copy({OBJECT: b"silent", TEXT: CANVAS.encode(), "image/png": b"broken", "image/bmp": b"broken"})
         wait_for(lambda: paste(app) == ["Paste", "silent"], "the clipboard of the other program")
         owner.process.send_signal(signal.SIGSTOP)
@@ -164,18 +122,18 @@ def test_a_silent_owner_holds_nobody_up(app, desktop):
         assert time.monotonic() - begin < 9
 
 
-def test_the_last_copy_goes_with_the_clipboard(app, clipboard_of_x11):
+def test_the_last_copy_goes_with_the_clipboard(app, desktop):
     app.run_script("post('nativeCopy', {data: 'x'.repeat(100 << 20)})")
     app.log.wait("📋 Copied to native pasteboard")
     before = wait_for(lambda: (size := app.memory("VmRSS")) > 100 << 20 and size, "the copy")
-    clipboard_of_x11.copy("text/plain", b"other")
+    desktop.copy("text/plain", b"other")
     wait_for(lambda: app.memory("VmRSS") < before - (90 << 20), "the memory to be given back")
 
 
-def test_what_is_too_large_counts_as_nothing(app, clipboard_of_x11):
+def test_what_is_too_large_counts_as_nothing(app, desktop):
     for kind, content, said in (
             ("image/png", picture("png", Image.new("1", (10001, 10000))), "a picture of 10001 × 10000 pixels is on the clipboard"),
             ("UTF8_STRING", CANVAS.encode() + b" " * (256 << 20), f"the clipboard has more than 256 MiB of {TEXT}")):
-        clipboard_of_x11.copy(kind, content)
+        desktop.copy(kind, content)
         paste_nothing(app)
         app.errors.wait(f"quillory: {said}, which counts as nothing")

@@ -10,7 +10,6 @@ from PIL import Image
 
 from application import Application, InstallTree
 from desktop import wait_for
-from sandbox import Sandbox
 from test_services import download
 
 # Each takes a URL and gives what it could read of it, or fails.
@@ -206,22 +205,70 @@ def test_other_programs_on_the_bus_can_raise_the_window_and_no_more(app, desktop
     assert app.own_lines() == []
 
 
+APP_ID = "com.quillory.Quillory"
+MANIFEST = pathlib.Path(__file__).parents[2] / f"packaging/flatpak/{APP_ID}.yml"
+RUNTIME = "/run/user/app"
+# What a Flatpak runtime has of its own, and what Flatpak shows of the system.
+SYSTEM_FILES = ["/etc/alternatives", "/etc/fonts", "/etc/ld.so.cache", "/etc/machine-id", "/etc/passwd",
+                "/etc/group", "/var/cache/fontconfig", "/sys/block", "/sys/bus", "/sys/class", "/sys/dev", "/sys/devices"]
+
+
+def confined(desktop, prefix, home, downloads):
+    """The confinement that the Flatpak manifest asks for, made of bubblewrap and the system's own libraries: a read-only
+    system, an empty home, a session bus on which only this program is, and what the manifest asks for."""
+    # Flatpak gives all instances of one application a folder in common, and filters the bus; here it is one of its own.
+    shared = pathlib.Path(desktop.runtime, "app", APP_ID)
+    shared.mkdir(0o700, parents=True)
+    bus = shared.parent / "bus"
+    desktop.start_bus(bus, APP_ID)
+    display = desktop.env["DISPLAY"]
+    socket = "/tmp/.X11-unix/X" + display.lstrip(":")
+    given = {
+        "--socket=wayland": [], "--share=ipc": [],
+        "--socket=fallback-x11": ["--ro-bind", socket, socket],
+        "--device=dri": ["--dev-bind-try", "/dev/dri", "/dev/dri"],
+        "--filesystem=xdg-download": ["--bind", downloads, downloads],
+        "--share=network": ["--share-net"], "--filesystem=home": ["--bind", home, home],
+    }
+    environment = {
+        "HOME": home, "PATH": "/usr/bin", "LANG": "C.UTF-8", "DISPLAY": display, "XDG_RUNTIME_DIR": RUNTIME,
+        "DBUS_SESSION_BUS_ADDRESS": f"unix:path={RUNTIME}/bus", "FLATPAK_ID": APP_ID,
+        "GSETTINGS_BACKEND": "memory", "GTK_A11Y": "none"}
+    arguments = ["--die-with-parent", "--unshare-net", "--unshare-pid", "--unshare-uts",
+                 "--ro-bind", "/usr", "/usr", "--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp",
+                 "--dir", RUNTIME, "--chmod", "0700", RUNTIME,
+                 "--bind", bus, f"{RUNTIME}/bus", "--bind", shared, f"{RUNTIME}/app/{APP_ID}",
+                 "--tmpfs", home, "--ro-bind", prefix, "/app", "--chdir", "/", "--clearenv"]
+    for permission in re.search(r"^finish-args:\n((?:  - .*\n)+)", MANIFEST.read_text(), re.M)[1].replace("  - ", "").split():
+        arguments += given[permission]
+    for name in ("bin", "sbin", "lib", "lib32", "lib64"):
+        if os.path.islink(f"/{name}"):
+            arguments += ["--symlink", os.readlink(f"/{name}"), f"/{name}"]
+    for path in SYSTEM_FILES:
+        arguments += ["--ro-bind-try", path, path]
+    for name, value in environment.items():
+        arguments += ["--setenv", name, value]
+    return [*arguments, "/app/bin/quillory"]
+
+
 def test_confined_as_the_flatpak_asks_it_does_all_of_its_work(programs, desktop, tree):
     programs.end(desktop)
-    sandbox = Sandbox(desktop, tree.prefix)
-    program, *arguments = sandbox.command("/app/bin/quillory")
-    secret = sandbox.home / "secret.txt"
+    home = pathlib.Path(desktop.home)
+    downloads = home / "Downloads"
+    downloads.mkdir()
+    secret = home / "secret.txt"
     secret.write_text("secret")
-    app = Application(desktop, program, tree.page_folder, arguments=arguments)
+    arguments = confined(desktop, tree.prefix, home, downloads)
+    app = Application(desktop, "bwrap", tree.page_folder, arguments=arguments)
     app.wait_ready()
     app.post("nativeDownload", download("picture.png", b"hello"))
-    target = sandbox.downloads / "picture.png"
+    target = downloads / "picture.png"
     desktop.answer_panel("Save", target)
     app.log.wait(f"✅ File saved to: {target}")
     app.post("nativeBatchDownload", {"files": [download(f"{i}.png", b"hello") for i in range(3)]})
-    desktop.answer_panel("Choose a folder to save 3 files", sandbox.downloads)
-    app.log.wait(f"✅ Saved 3/3 files to: {sandbox.downloads}")
-    assert sorted(os.listdir(sandbox.downloads)) == ["0.png", "1.png", "2.png", "picture.png"]
+    desktop.answer_panel("Choose a folder to save 3 files", downloads)
+    app.log.wait(f"✅ Saved 3/3 files to: {downloads}")
+    assert sorted(os.listdir(downloads)) == ["0.png", "1.png", "2.png", "picture.png"]
     app.post("nativeFilePicker", None)
     desktop.answer_panel("Select a Quillory project file", target)
     app.post("nativeCopy", {"data": "copied"})
@@ -231,12 +278,12 @@ def test_confined_as_the_flatpak_asks_it_does_all_of_its_work(programs, desktop,
 
     # The mounts as the running program has them, not as a second sandbox would.
     quillory, = app.children("quillory")
-    assert set(os.listdir(f"/proc/{quillory}/root{sandbox.home}")) <= {".cache", ".config", ".local", "Downloads"}
+    assert set(os.listdir(f"/proc/{quillory}/root{home}")) <= {".cache", ".config", ".local", "Downloads"}
     interfaces = pathlib.Path(f"/proc/{quillory}/net/dev").read_text().splitlines()[2:]
     assert [line.split(":")[0].strip() for line in interfaces] == ["lo"]
     assert app.run_script(f"return fetch('{secret.as_uri()}').then(() => 'read', () => 'refused')") == "refused"
 
     desktop.minimize("Quillory")
-    second = Application(desktop, program, tree.page_folder, arguments=arguments)
+    second = Application(desktop, "bwrap", tree.page_folder, arguments=arguments)
     assert (second.wait_exit(), second.log.lines) == (0, [])
     desktop.wait_window("Quillory")

@@ -1,4 +1,5 @@
 """The hotkey: real key events under X11 and in a Plasma session, and portals that answer as they like."""
+import contextlib
 import ctypes
 import os
 import re
@@ -8,10 +9,10 @@ import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Application, InstallTree, Log
+from application import LAUNCH, STATUS_REPORT, Log
 from desktop import wait_for
 from plasma import ALERT, PlasmaSession
-from programs import KeyWindow, Portal, running
+from programs import KeyWindow, Portal
 
 CHORD = "super+shift+e"
 MODIFIERS = ["Super_L", "Shift_L"]
@@ -24,15 +25,11 @@ GRANTED = ["Checking accessibility permission: true", "Global hotkey Cmd+Shift+E
 WAITING = "Checking accessibility permission: false"
 
 
-def other_window(session):
-    with running(KeyWindow(session)) as program:
-        yield program
-
-
 @pytest.fixture
 def other(desktop, app):
     """Another program's window, which has the focus."""
-    yield from other_window(desktop)
+    with KeyWindow(desktop) as program:
+        yield program
 
 
 def presses_until(session, other, key="k"):
@@ -43,9 +40,10 @@ def presses_until(session, other, key="k"):
     return other.presses()
 
 
-def test_on_wayland_the_chord_is_swallowed_and_the_next_start_registers_it_again(programs, plasma, request):
+def test_on_wayland_the_chord_is_swallowed_and_the_next_start_registers_it_again(programs, plasma):
     for _ in range(2):
-        with programs.shared(request, plasma, None) as app, running(KeyWindow(plasma)) as other:
+        app = programs.shared(plasma)
+        with KeyWindow(plasma) as other:
             plasma.key("shift+e", CHORD)
             plasma.wait_active("Quillory")
             assert presses_until(plasma, other) == ["Shift_L", "E", *MODIFIERS, "k"]
@@ -98,7 +96,7 @@ def test_the_key_stays_in_its_place_in_any_keymap(desktop, launch, keymap, when)
     keymaps = [(["us,gr"], SUPER)] if when == "before the launch" else [
         (["de"], SUPER), (["us", "-variant", "dvorak"], SUPER), (["ru"], SUPER), (["us", "-option", "numpad:mac"], SUPER),
         (["us", "-option", "altwin:meta_win"], SUPER), (["us", "-option", "altwin:swap_lalt_lwin"], ALT)]
-    with running(KeyWindow(desktop)) as other:
+    with KeyWindow(desktop) as other:
         for arguments, modifier in keymaps:
             keymap(*arguments)
             desktop.focus(other.window)
@@ -125,16 +123,15 @@ def test_holding_the_chord_repeats_it(desktop, app, other):
     assert presses_until(desktop, other) == [*MODIFIERS, "k"]
 
 
-def test_a_chord_that_another_program_holds_is_a_failure_and_stays_with_it(desktop, launch, installed, tmp_path):
+def test_a_chord_that_another_program_holds_is_a_failure_and_stays_with_it(desktop, programs, launch, tmp_path):
     first = launch()
-    folder = tmp_path / "temporary"
-    folder.mkdir(0o700)
-    second = launch(InstallTree(installed, tmp_path / "second"), {"XDG_RUNTIME_DIR": str(folder)})
+    tmp_path.chmod(0o700)
+    second = programs.start(desktop, {"XDG_RUNTIME_DIR": str(tmp_path)})
     assert second.own_lines() == [
         "Failed to create event tap - accessibility permissions may be required", "Main window created",
         "=== HotkeyManager Status ===", "Accessibility trusted: true", "Event tap exists: false",
         "RunLoop source exists: false", "============================"]
-    with running(KeyWindow(desktop)):
+    with KeyWindow(desktop):
         desktop.key(CHORD)
         wait_for(lambda: desktop.run("xdotool", "getactivewindow", "getwindowpid", check=False).strip() == str(first.process.pid),
                  "the first program to be active")
@@ -148,12 +145,21 @@ def test_nothing_stays_grabbed(desktop, app, other, end):
     other.log.wait("press E")
 
 
-@pytest.fixture
-def paused_window_manager(desktop):
-    """Nobody moves the focus for as long as the test pauses it, so a press that waits for that goes on waiting."""
-    window_manager = desktop.window_manager
-    yield lambda: window_manager.send_signal(signal.SIGSTOP)
-    window_manager.send_signal(signal.SIGCONT)
+@contextlib.contextmanager
+def stopped_main_thread(pid):
+    """Stops one thread of a process, as a debugger does; a stop signal would stop all of them."""
+    def ptrace(request):
+        if libc.ptrace(request, pid, None, None) == -1:
+            raise OSError(ctypes.get_errno(), "ptrace")
+
+    seize, interrupt, detach, wall = 0x4206, 0x4207, 17, 0x40000000
+    libc = ctypes.CDLL(None, use_errno=True)
+    libc.ptrace.argtypes = [ctypes.c_long, ctypes.c_long, ctypes.c_void_p, ctypes.c_void_p]
+    ptrace(seize)
+    ptrace(interrupt)
+    os.waitpid(pid, wall)
+    yield
+    ptrace(detach)
 
 
 def test_a_busy_program_does_not_hold_up_the_keyboard(desktop, app, other):
@@ -169,46 +175,24 @@ def test_a_busy_program_does_not_hold_up_the_keyboard(desktop, app, other):
     wait_for(lambda: desktop.key(CHORD) or desktop.is_active("Quillory"), "the hotkey to work again")
 
 
-def test_nor_does_one_that_gets_busy_after_the_chord(desktop, app, other, paused_window_manager):
-    with subprocess.Popen(["xev", "-root", "-event", "substructure"], env=desktop.env, stdout=subprocess.PIPE) as spy:
-        try:
-            requests = Log(spy.stdout)
-            desktop.focus(other.window)
-            requests.wait(re.compile("_NET_ACTIVE_WINDOW"))
-            paused_window_manager()
-            seen = len(requests.lines)
-            desktop.run("xdotool", "key", "--delay", "0", CHORD)
-            requests.wait(re.compile("_NET_ACTIVE_WINDOW"), seen)
-            with stopped_main_thread(app.process.pid):
-                start = time.monotonic()
-                desktop.key("k")
-                other.log.wait("press k", timeout=5)
-                assert time.monotonic() - start < 1.3
-        finally:
-            spy.kill()
-
-
-class stopped_main_thread:
-    """Stops one thread of a process, as a debugger does; a stop signal would stop all of them."""
-
-    SEIZE, INTERRUPT, DETACH, WALL = 0x4206, 0x4207, 17, 0x40000000
-
-    def __init__(self, pid):
-        self._pid = pid
-        self._libc = ctypes.CDLL(None, use_errno=True)
-        self._libc.ptrace.argtypes = [ctypes.c_long, ctypes.c_long, ctypes.c_void_p, ctypes.c_void_p]
-
-    def __enter__(self):
-        self._trace(self.SEIZE)
-        self._trace(self.INTERRUPT)
-        os.waitpid(self._pid, self.WALL)
-
-    def __exit__(self, *_):
-        self._trace(self.DETACH)
-
-    def _trace(self, request):
-        if self._libc.ptrace(request, self._pid, None, None) == -1:
-            raise OSError(ctypes.get_errno(), "ptrace")
+def test_nor_does_one_that_gets_busy_after_the_chord(desktop, app, other):
+    spy = desktop.start("xev", "-root", "-event", "substructure", stdout=subprocess.PIPE)
+    requests = Log(spy.stdout)
+    desktop.focus(other.window)
+    requests.wait(re.compile("_NET_ACTIVE_WINDOW"))
+    # Nobody moves the focus for as long as the window manager rests, so a press that waits for that goes on waiting.
+    desktop.window_manager.send_signal(signal.SIGSTOP)
+    try:
+        seen = len(requests.lines)
+        desktop.run("xdotool", "key", "--delay", "0", CHORD)
+        requests.wait(re.compile("_NET_ACTIVE_WINDOW"), seen)
+        with stopped_main_thread(app.process.pid):
+            start = time.monotonic()
+            desktop.key("k")
+            other.log.wait("press k", timeout=5)
+            assert time.monotonic() - start < 1.3
+    finally:
+        desktop.window_manager.send_signal(signal.SIGCONT)
 
 
 # What a desktop's portal may answer
@@ -234,19 +218,22 @@ def start_portal(bare):
 
 
 def comes_with(session, activate):
-    with running(KeyWindow(session)):
+    with KeyWindow(session):
         activate()
         session.wait_active("Quillory")
 
 
-@pytest.mark.parametrize("answer", ["known", "grant"])
-def test_a_grant_at_once(bare, start_portal, launch, answer):
-    portal = start_portal(answer, registry=True)
+def test_a_shortcut_that_the_portal_knows(bare, start_portal, launch):
+    portal = start_portal("known")
     app = launch(on=bare)
-    if answer == "known":
-        assert app.own_lines() == [*LAUNCH, *STATUS_REPORT]
-        assert [call[0] for call in portal.calls() if call[0] != "Register"] == ["CreateSession"], "not asked again"
-        return comes_with(bare, portal.activate)
+    assert app.own_lines() == [*LAUNCH, *STATUS_REPORT]
+    assert [call[0] for call in portal.calls() if call[0] != "Register"] == ["CreateSession"], "not asked again"
+    comes_with(bare, portal.activate)
+
+
+def test_a_grant_at_once(bare, start_portal, launch):
+    portal = start_portal("grant", registry=True)
+    app = launch(on=bare)
     assert app.own_lines() == ["Accessibility permissions required for global hotkey.", "Main window created", *GRANTED,
                                *STATUS_REPORT]
     assert not bare.windows(ALERT)
@@ -254,14 +241,26 @@ def test_a_grant_at_once(bare, start_portal, launch, answer):
     assert register[0] == ["Register", "com.quillory.Quillory"]
     shortcut = [["bring-to-front", {"description": "Bring Quillory to the front", "preferred_trigger": "LOGO+SHIFT+e"}]]
     assert create[1]["shortcuts"] == bind[2] == shortcut
-    with running(KeyWindow(bare)) as other:
+    before = bare.wait_window("Quillory")
+    with KeyWindow(bare) as other:
+        # Neither another program's shortcut nor one that the user has taken away.
         portal.activate(session="/org/freedesktop/portal/desktop/session/1_0/stranger")
+        portal.change_shortcuts()
         portal.activate()
-        bare.wait_active("Quillory")
+        portal.change_shortcuts("bring-to-front")
+        bare.key("k")
+        other.log.wait("press k")
+        portal.activate(other.activation_token())
+        assert bare.wait_active("Quillory") == before, "not taken off the screen on the way"
+        other.log.wait("inactive")
+        # Spent, a token does not help once more.
+        bare.focus(other.TITLE)
+        portal.activate()
+        assert bare.wait_active("Quillory") != before
+        seen = len(other.log.lines)
         assert app.quit() == 0
         portal.wait_call("Close")
-        other.log.wait("active", after=2)
-        assert other.log.lines == ["active", "inactive", "active"]
+        other.log.wait("active", seen)
 
 
 def test_a_grant_given_later(bare, start_portal, launch):
@@ -289,8 +288,8 @@ def test_no_grant(bare, start_portal, launch, answer):
     # The timers rest while the alert is open, and the first would have come after two seconds.
     wait_for(lambda: bare.is_active(ALERT) and time.monotonic() > launched + 3, "the alert to stay")
     assert WAITING not in app.log.lines
-    with running(KeyWindow(bare)):
-        assert Application(bare, app.process.args[0], app.page_folder).wait_exit() == 0
+    with KeyWindow(bare):
+        assert app.start_again().wait_exit() == 0
         bare.wait_active(ALERT)
     bare.dismiss_alert()
     _, place = app.log.wait(WAITING)
@@ -304,18 +303,6 @@ def test_no_grant(bare, start_portal, launch, answer):
     else:
         start_portal("grant")
         app.log.wait(GRANTED[-1])
-
-
-def test_a_grant_taken_back_and_given_again(bare, start_portal, launch):
-    portal = start_portal("grant")
-    launch(on=bare)
-    with running(KeyWindow(bare)) as other:
-        portal.change_shortcuts()
-        portal.activate()
-        portal.change_shortcuts("bring-to-front")
-        portal.activate()
-        bare.wait_active("Quillory")
-        assert other.log.lines == ["active", "inactive"]
 
 
 @pytest.mark.parametrize("first", ["grant", "nothing"])
@@ -332,22 +319,6 @@ def test_a_portal_that_leaves_and_comes_back(bare, start_portal, launch, first):
     if first != "grant":
         app.log.wait(GRANTED[-1], start)
     comes_with(bare, portal.activate)
-
-
-def test_an_activation_token_raises_the_window_as_it_is(bare, start_portal, launch):
-    portal = start_portal("grant")
-    app = launch(on=bare)
-    before = bare.wait_window("Quillory")
-    with running(KeyWindow(bare)) as other:
-        bare.key("k")
-        other.log.wait("press k")
-        portal.activate(other.activation_token())
-        assert bare.wait_active("Quillory") == before, "not taken off the screen on the way"
-        # Spent, a token does not help once more.
-        bare.focus(other.TITLE)
-        portal.activate()
-        assert bare.wait_active("Quillory") != before
-    assert app.process.poll() is None
 
 
 def test_the_settings_are_the_portals_own(bare, start_portal, launch):

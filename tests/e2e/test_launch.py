@@ -10,7 +10,7 @@ import pytest
 
 from application import LAUNCH, STATUS_REPORT, Application, wait_ended
 from desktop import wait_for
-from programs import KeyWindow, running
+from programs import KeyWindow
 
 LAUNCHES = 64
 
@@ -45,12 +45,12 @@ def test_about_window_is_one_and_stays_where_it_was_put(app, desktop):
 
 @pytest.fixture(scope="module")
 def other(session):
-    with running(KeyWindow(session)) as other:
+    with KeyWindow(session) as other:
         yield other
 
 
-def launch_again(session, app):
-    second = Application(session, app.process.args[0], app.page_folder)
+def launch_again(_, app):
+    second = app.start_again()
     assert (second.wait_exit(), second.log.lines, second.own_errors()) == (0, [], [])
 
 
@@ -65,20 +65,19 @@ def bus(session, _):
 
 @pytest.mark.parametrize("way", [launch_again, chord, bus])
 @pytest.mark.parametrize("state", ["behind", "hidden", "minimised"])
-def test_comes_to_front(programs, session, other, request, way, state):
-    with programs.shared(request, session, None) as app:
-        app.run_script("window.mark = 'kept'")
-        place = session.geometry("Quillory")
-        if state == "hidden":
-            session.close_window("Quillory")
-        elif state == "minimised":
-            session.minimize("Quillory")
-        session.focus(other.TITLE)
-        way(session, app)
-        session.wait_active("Quillory")
-        wait_for(lambda: session.geometry("Quillory") == place, "the window to be where it was")
-        assert app.run_script("return window.mark") == "kept"
-        assert app.own_lines() == []
+def test_comes_to_front(programs, session, other, way, state):
+    app = programs.shared(session)
+    app.run_script("window.mark = 'kept'")
+    place = session.geometry("Quillory")
+    if state == "hidden":
+        session.close_window("Quillory")
+    elif state == "minimised":
+        session.minimize("Quillory")
+    session.focus(other.TITLE)
+    way(session, app)
+    session.wait_active("Quillory")
+    wait_for(lambda: session.geometry("Quillory") == place, "the window to be where it was")
+    assert (app.run_script("return window.mark"), app.own_lines()) == ("kept", [])
 
 
 @pytest.mark.parametrize("how", [signal.SIGTERM, signal.SIGINT, signal.SIGHUP, "menu key"])
@@ -119,7 +118,7 @@ def test_without_a_session_bus(launch, desktop):
     gone = {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={desktop.runtime}/gone"}
     app = launch(env=gone)
     assert app.own_lines() == LAUNCH + STATUS_REPORT
-    second = Application(desktop, app.process.args[0], app.page_folder, gone)
+    second = app.start_again(gone)
     assert (second.wait_exit(), second.log.lines) == (0, [])
     assert app.quit() == 0
 

@@ -10,7 +10,7 @@ import re
 import pytest
 
 from desktop import wait_for
-from programs import KeyWindow, running
+from programs import KeyWindow
 
 ROUNDS = int(os.environ.get("QUILLORY_ROUNDS", "1"))
 SIZE = 100 << 20
@@ -24,54 +24,6 @@ def descriptors(app):
     folder = f"/proc/{app.process.pid}/fd"
     files = [os.readlink(f"{folder}/{name}") for name in os.listdir(folder)]
     return len([file for file in files if not file.startswith(("/proc/", "/sys/"))])
-
-
-def messages(app, count):
-    """Posts many messages in one turn; returns the lines that are to come of them."""
-    app.run_script(f"""
-        for (let i = 0; i < {count}; i += 4) {{
-            post("nativeDownload", {{filename: String(i), data: ""}});
-            post("nativeCopy", {{data: String(i)}});
-            post("nativeBatchDownload", {{files: [i]}});
-            post("nativeCopy", null);
-        }}""")
-    return [line for i in range(0, count, 4) for line in (
-        f"📥 Native download requested: {i}", "❌ Failed to decode data URL", "📋 Copied to native pasteboard",
-        "❌ Invalid batch download message", "❌ Invalid copy message")]
-
-
-def panels(app, portal, folder, count):
-    """Asks for many panels at once and answers them in their order."""
-    app.run_script(f"""
-        const data = "," + btoa("x".repeat(1 << 20));
-        for (let i = 0; i < {count}; ++i)
-            post("nativeDownload", {{filename: `${{i}}.bin`, data}});""")
-    asked = [portal.wait_panel() for _ in range(count)]
-    assert [panel["options"]["current_name"] for panel in asked] == [f"{i}.bin" for i in range(count)]
-    start = len(app.log.lines)
-    for panel in asked:
-        portal.answer(panel, folder / panel["options"]["current_name"])
-    app.log.wait(f"✅ File saved to: {folder}/{count - 1}.bin", start)
-    assert app.own_lines(start) == [f"✅ File saved to: {folder}/{i}.bin" for i in range(count)]
-    assert all((folder / f"{i}.bin").read_bytes() == b"x" * (1 << 20) for i in range(count))
-
-
-def pastes(app, count):
-    """Pastes many small texts, a hundred at a time, each hundred with a text of its own."""
-    start = len(app.log.lines)
-    texts = app.run_script(f"""
-        received.length = 0;
-        for (let i = 0; i < {count // 100}; ++i) {{
-            post("nativeCopy", {{data: String(i)}});
-            for (let j = 0; j < 100; ++j)
-                post("nativePaste", null);
-            while (received.length < 100 * (i + 1))
-                await new Promise((resolve) => setTimeout(resolve));
-        }}
-        return received.splice(0).map(([, text]) => Number(text));""")
-    assert texts == [i // 100 for i in range(count)]
-    wait_for(lambda: app.own_lines(start).count("✅ Paste content sent to JavaScript") == count, "the last paste")
-    assert app.own_lines(start).count("📥 Pasted Quillory object from pasteboard") == count
 
 
 def use(app, portal, desktop, folder):
@@ -91,53 +43,49 @@ def use(app, portal, desktop, folder):
     app.run_script("while (received.length < 3) await new Promise((resolve) => setTimeout(resolve, 5));")
 
 
-def test_much_at_once_and_for_long(shell, portal, desktop, tmp_path):
-    def much():
-        start = len(shell.log.lines)
-        assert messages(shell, 1000) == shell.own_lines(start)
-        panels(shell, portal, tmp_path, 50)
-        pastes(shell, 2000)
-        (tmp_path / "a.json").write_bytes(b" " * (1 << 18))
-        for _ in range(10 * ROUNDS):
-            use(shell, portal, desktop, tmp_path)
-
-    much()
+def test_used_for_long(shell, portal, desktop, tmp_path):
+    (tmp_path / "a.json").write_bytes(b" " * (1 << 18))
+    for _ in range(3):
+        use(shell, portal, desktop, tmp_path)
     before = descriptors(shell)
-    much()
+    for _ in range(10 * ROUNDS):
+        use(shell, portal, desktop, tmp_path)
     wait_for(lambda: descriptors(shell) == before, "all files to be closed")
 
 
-GARBAGE = [("nativeDownload", "{filename: 1}", "❌ Invalid download message"),
-           ("nativeBatchDownload", "{files: [[[]], {}]}", "❌ Invalid batch download message"),
-           ("nativeCopy", "'x'.repeat(1000)", "❌ Invalid copy message")]
+MESSAGES = [("nativeDownload", "{filename: 1}", ["❌ Invalid download message"]),
+            ("nativeDownload", "{filename: 'name', data: ''}", ["📥 Native download requested: name", "❌ Failed to decode data URL"]),
+            ("nativeBatchDownload", "{files: [[[]], {}]}", ["❌ Invalid batch download message"]),
+            ("nativeCopy", "{data: 'text'}", ["📋 Copied to native pasteboard"]),
+            ("nativeCopy", "'x'.repeat(1000)", ["❌ Invalid copy message"])]
 
 
-def test_page_that_posts_garbage(app, desktop):
-    """The window can be used meanwhile, and each message is one right line."""
+def test_page_that_posts_as_fast_as_it_can(app, desktop):
+    """The window can be used meanwhile, and each message is answered in its order."""
     (app.page_folder / "enough.txt").unlink(missing_ok=True)
     start = len(app.log.lines)
     script = app.start_script(f"""
-        const garbage = [{", ".join(f"['{name}', {body}]" for name, body, _ in GARBAGE)}];
+        const messages = [{", ".join(f"['{name}', {body}]" for name, body, _ in MESSAGES)}];
         let enough = false;
         const timer = setInterval(() => fetch("enough.txt").then(() => {{ enough = true; }}, () => {{}}), 50);
         const {{port1, port2}} = new MessageChannel();
-        let posted = 0;
-        while (!enough) {{
+        let rounds = 0;
+        for (; !enough; ++rounds) {{
             for (let i = 0; i < 1000; ++i)
-                post(...garbage[posted++ % garbage.length]);
+                post(...messages[i % messages.length]);
             await new Promise((resolve) => {{ port1.onmessage = resolve; port2.postMessage(null); }});
         }}
         clearInterval(timer);
-        return posted;""")
-    app.log.wait(GARBAGE[0][2], start)
+        return rounds;""")
+    app.log.wait(MESSAGES[0][2][0], start)
     desktop.open_about()
     desktop.close_window("About Quillory")
-    with running(KeyWindow(desktop)):
+    with KeyWindow(desktop):
         desktop.key("super+shift+e")
         desktop.wait_active("Quillory")
     (app.page_folder / "enough.txt").write_text("")
-    posted = app.result(script)
-    assert app.own_lines(start) == [GARBAGE[i % len(GARBAGE)][2] for i in range(posted)]
+    rounds = app.result(script)
+    assert app.own_lines(start) == [line for *_, lines in MESSAGES for line in lines] * (200 * rounds)
 
 
 @pytest.fixture
@@ -184,8 +132,8 @@ def test_page_that_is_loaded_anew_gets_no_part_of_a_text(shell, portal, project)
 def test_a_missing_function_is_one_short_line(shell, portal, project):
     shell.run_script("delete window.handleNativeFileContent; post('nativeFilePicker', null)")
     portal.choose(project)
-    line, _ = shell.log.wait(re.compile("^❌ JavaScript error: "), timeout=120)
-    assert "handleNativeFileContent" in line and len(line) < 1000
+    line, _ = shell.log.wait(re.compile("^❌ JavaScript error: .*handleNativeFileContent"), timeout=120)
+    assert len(line) < 1000
     assert shell.run_script("return Object.getOwnPropertyNames(window).filter((name) => name.startsWith('__'))") == []
 
 

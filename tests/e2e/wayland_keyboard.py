@@ -1,81 +1,48 @@
-"""A keyboard for a KWin session: real key events through its fake-input protocol.
-
-The few messages needed are written in the Wayland wire format, so no client library is involved.
-"""
-import os
+"""A keyboard for a KWin session: real key events through its fake-input protocol, in the Wayland wire format."""
 import socket
 import struct
 
 KEY_CODES = {"super": 125, "shift": 42, "ctrl": 29, "alt": 56, "e": 18, "k": 37, "w": 17, "Return": 28, "Tab": 15, "Escape": 1}
-
 DISPLAY, REGISTRY, CALLBACK, FAKE_INPUT = 1, 2, 3, 4  # object ids; each callback ends before the next is made
-SYNC, GET_REGISTRY, BIND = 0, 1, 0
-AUTHENTICATE, KEYBOARD_KEY = 0, 10
-INTERFACE, VERSION = "org_kde_kwin_fake_input", 4
+SYNC, GET_REGISTRY, BIND, AUTHENTICATE, KEYBOARD_KEY = 0, 1, 0, 0, 10  # what is asked of them
 
 
-def _text(value):
+def text(value):
     data = value.encode() + b"\0"
-    return struct.pack("=I", len(data)) + data.ljust((len(data) + 3) // 4 * 4, b"\0")
+    return struct.pack("=I", len(data)) + data + bytes(-len(data) % 4)
 
 
 class WaylandKeyboard:
-    def __init__(self, runtime_dir, display):
+    def __init__(self, display):
         self._socket = socket.socket(socket.AF_UNIX)
         self._socket.settimeout(10)
-        self._socket.connect(os.path.join(runtime_dir, display))
+        self._socket.connect(display)
         self._stream = self._socket.makefile("rb")
-        self._send(DISPLAY, GET_REGISTRY, struct.pack("=I", REGISTRY))
-        name = self._find_interface()
-        self._send(REGISTRY, BIND,
-                   struct.pack("=I", name) + _text(INTERFACE) + struct.pack("=II", VERSION, FAKE_INPUT))
-        self._send(FAKE_INPUT, AUTHENTICATE, _text("tests") + _text("tests"))
-        self._round_trip()
+        interface = text("org_kde_kwin_fake_input")
+        names = [body[:4] for body in self._ask(DISPLAY, GET_REGISTRY, struct.pack("=I", REGISTRY)) if interface in body]
+        self._ask(REGISTRY, BIND, names[0] + interface + struct.pack("=II", 4, FAKE_INPUT))
+        self._ask(FAKE_INPUT, AUTHENTICATE, text("tests") + text("tests"))
 
     def close(self):
         self._stream.close()
         self._socket.close()
 
-    def down(self, key):
-        self._key(key, 1)
-
-    def up(self, key):
-        self._key(key, 0)
-
     def press(self, chord):
         """Presses and releases keys such as "super+shift+e"; returns once KWin has taken them in."""
-        keys = chord.split("+")
-        for key in keys:
-            self.down(key)
-        for key in reversed(keys):
-            self.up(key)
+        keys = [KEY_CODES[key] for key in chord.split("+")]
+        for key, state in [*((key, 1) for key in keys), *((key, 0) for key in reversed(keys))]:
+            self._ask(FAKE_INPUT, KEYBOARD_KEY, struct.pack("=II", key, state))
 
-    def _key(self, key, state):
-        self._send(FAKE_INPUT, KEYBOARD_KEY, struct.pack("=II", KEY_CODES[key], state))
-        self._round_trip()
-
-    def _send(self, receiver, opcode, body):
-        self._socket.sendall(struct.pack("=II", receiver, len(body) + 8 << 16 | opcode) + body)
-
-    def _events_until_synced(self):
-        self._send(DISPLAY, SYNC, struct.pack("=I", CALLBACK))
+    def _ask(self, receiver, opcode, body):
+        """Returns the events that come until the request has been done."""
+        for message in ((receiver, opcode, body), (DISPLAY, SYNC, struct.pack("=I", CALLBACK))):
+            self._socket.sendall(struct.pack("=IHH", message[0], message[1], len(message[2]) + 8) + message[2])
+        events = []
         while True:
-            sender, size_and_opcode = struct.unpack("=II", self._stream.read(8))
-            body = self._stream.read((size_and_opcode >> 16) - 8)
+            sender, opcode, size = struct.unpack("=IHH", self._stream.read(8))
+            body = self._stream.read(size - 8)
             if sender == CALLBACK:
-                return
-            if sender == DISPLAY and size_and_opcode & 0xFFFF == 0:
+                return events
+            if sender == DISPLAY and opcode == 0:
                 raise RuntimeError(f"KWin refused: {body!r}")
-            yield sender, size_and_opcode & 0xFFFF, body
-
-    def _round_trip(self):
-        for _ in self._events_until_synced():
-            pass
-
-    def _find_interface(self):
-        wanted = _text(INTERFACE)
-        found = [body for sender, opcode, body in self._events_until_synced()
-                 if sender == REGISTRY and opcode == 0 and body[4:4 + len(wanted)] == wanted]
-        if not found:
-            raise RuntimeError("KWin offers no fake input")
-        return struct.unpack_from("=I", found[0])[0]
+            events.append(body)
