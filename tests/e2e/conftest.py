@@ -40,6 +40,8 @@ def session(request):
 def sanitizers_have_nothing_to_say():
     """Holds for every program that a file's tests start, whatever they are about (see tests/sanitizers)."""
     yield
+    for app in Application.started:
+        app.kill()
     reports = [line for app in Application.started for line in app.sanitizer_reports()]
     Application.started.clear()
     assert not reports, "\n".join(reports)

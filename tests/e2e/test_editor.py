@@ -85,10 +85,7 @@ class Editor:
 
     def download(self, path):
         """Answers the save panel of what was just asked for."""
-        start = len(self.log.lines)
-        self.desktop.answer_panel("Save", path)
-        self.log.wait(f"✅ File saved to: {path}", after=start)
-        self.desktop.wait_active(self.window)
+        self.pick("Save", path, f"✅ File saved to: {path}")
         return path
 
     def save(self, path):
