@@ -2,9 +2,10 @@
 import { ActiveSelection, type FabricObject, Group, Point } from "fabric";
 import { align, type Axis, distribute, type Side } from "./arrange";
 import { History } from "./history";
-import { images } from "./images";
+import { drawnBox } from "./bounds";
+import { AssetImage, images } from "./images";
 import { applyLock, createImage, createObjects, createShape, eachLeaf } from "./objects";
-import { type Clipboard, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
+import { type Clipboard, MAX_PAGE_SIDE, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
 import { Stage, type StageEvents } from "./stage";
 import { CanvasText, type CharacterKey } from "./text";
 
@@ -130,12 +131,22 @@ export class Editor {
     const pages = this.state.pages.filter((_, i) => i !== this.page);
     if (pages.length > 0) await this.#setPages(pages, Math.min(this.page, pages.length - 1));
   }
-  async movePage(by: number): Promise<void> {
-    const to = this.page + by;
-    if (!this.state.pages[to]) return;
-    const pages = this.state.pages.filter((_, i) => i !== this.page);
-    pages.splice(to, 0, this.pageData);
+  movePage = (by: number): Promise<void> => this.takePage(this.page, this.page + by);
+  async takePage(from: number, to: number): Promise<void> {
+    const page = this.state.pages[from];
+    if (!page || !this.state.pages[to]) return;
+    const pages = this.state.pages.filter((_, i) => i !== from);
+    pages.splice(to, 0, page);
     await this.#setPages(pages, to);
+  }
+  /** What is selected, as a page of its own that is as large. */
+  get selectionAsPage(): PageData | undefined {
+    const { active, selectedData } = this.stage;
+    if (!active) return undefined;
+    const { left, top, right, bottom } = drawnBox(active, active.calcTransformMatrix());
+    const side = (length: number) => Math.min(MAX_PAGE_SIDE, Math.max(1, Math.ceil(length)));
+    const objects = selectedData.map((o) => ({ ...o, left: ((o.left as number) ?? 0) - left, top: ((o.top as number) ?? 0) - top }));
+    return { width: side(right - left), height: side(bottom - top), background: this.pageData.background, objects };
   }
   setPageFormat(format: Partial<PageData>): void {
     this.stage.setFormat({ ...this.pageData, ...format });
@@ -230,6 +241,15 @@ export class Editor {
     }
     if (where === "forward" || where === "backward") this.#step(selection, where === "forward" ? 1 : -1);
     this.#changed();
+  }
+  /** Takes an object to a place in the pile. */
+  takeObject(object: FabricObject, to: number): void {
+    this.stage.canvas.moveObjectTo(object, to);
+    this.#changed();
+  }
+  crop(): void {
+    const { active } = this.stage;
+    if (active instanceof AssetImage && !active.locked) active.crop();
   }
   /** Moves objects one place up or down; those that touch the end of the pile stay. */
   #step(selection: FabricObject[], by: number): void {

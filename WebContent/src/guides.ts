@@ -2,6 +2,7 @@
 // show to which. Ctrl switches it off.
 import type { BasicTransformEvent, Canvas, FabricObject, Rect } from "fabric";
 import { AligningGuidelines } from "fabric/extensions";
+import { AssetImage } from "./images";
 
 type Change = BasicTransformEvent & { target: FabricObject };
 
@@ -23,9 +24,10 @@ export class Guides extends AligningGuidelines {
   override scalingOrResizing(change: Change): void {
     if (this.applies(change)) super.scalingOrResizing(change);
   }
-  private applies({ e }: Change): boolean {
-    if (e.ctrlKey) this.hide();
-    return !e.ctrlKey;
+  private applies({ e, target }: Change): boolean {
+    const free = e.ctrlKey || (target instanceof AssetImage && target.isCropping);
+    if (free) this.hide();
+    return !free;
   }
   private hide(): void {
     this.verticalLines.clear();

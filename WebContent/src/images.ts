@@ -1,5 +1,6 @@
 // The images of the project: each file is kept once, decoded once, and named by the objects that show it.
-import { classRegistry, FabricImage } from "fabric";
+import { classRegistry, FabricImage, type ObjectEvents } from "fabric";
+import { enterCropMode } from "fabric/extensions";
 import { t } from "./language";
 import { type Assets, imageType } from "./project";
 
@@ -67,6 +68,23 @@ export const images = new ImageStore();
 export class AssetImage extends FabricImage {
   static override type = "Image";
   declare asset: string;
+  #cropping = false;
+
+  // eslint-disable-next-line @typescript-eslint/no-explicit-any
+  constructor(...options: any[]) {
+    super(...(options as [HTMLImageElement]));
+    this.once("mousedblclick", enterCropMode); // which then listens for its end, and for the next time
+    this.on("mousedblclick", () => (this.#cropping = !this.#cropping));
+    this.on("deselected", () => this.#cropping && this.crop());
+  }
+  /** Whether the pointer moves what is shown of the image, not the image. */
+  get isCropping(): boolean {
+    return this.#cropping;
+  }
+  /** Begins or ends cropping, as a double click does. */
+  crop(): void {
+    this.fire("mousedblclick", { target: this } as unknown as ObjectEvents["mousedblclick"]);
+  }
 
   static override async fromObject(data: Record<string, unknown>): Promise<AssetImage> {
     const { type: _, ...options } = data;

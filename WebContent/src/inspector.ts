@@ -6,6 +6,7 @@ import { t } from "./language";
 import { eachLeaf } from "./objects";
 import { fieldNumber, isNumberField, showNumber } from "./numbers";
 import { LEAF, OBJECT, type Property, type Value, WHOLE } from "./properties";
+import { showSwatches } from "./swatches";
 import { $ } from "./ui";
 
 /** Families commonly installed; those that are not are left out. The generic ones always work. */
@@ -114,6 +115,7 @@ export class Inspector {
       if (value !== undefined) this.#show(field, values.size > 1 ? undefined : value);
     }
     this.#showPage();
+    if (leaves.length > 0) showSwatches(this.editor, (prop, colour) => (this.#apply(prop, colour), this.refresh()));
   }
 
   /** Shows a value, or, given none, that the selected objects have different ones. */

@@ -19,7 +19,7 @@ export const KEYS: Record<string, string> = {
   "Ctrl+g": "group", "Ctrl+Shift+g": "ungroup", Delete: "delete", Backspace: "delete", Escape: "escape",
   "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
   "Ctrl+ArrowUp": "forward", "Ctrl+ArrowDown": "backward", "Ctrl+Shift+ArrowUp": "front", "Ctrl+Shift+ArrowDown": "back",
-  "Ctrl+l": "lock", "Ctrl+h": "hide", F2: "rename", "Shift+h": "flip-x", "Shift+v": "flip-y",
+  "Ctrl+l": "lock", "Ctrl+h": "hide", F2: "rename", c: "crop", "Shift+h": "flip-x", "Shift+v": "flip-y",
   "Alt+ArrowLeft": "align-left", "Alt+ArrowRight": "align-right", "Alt+ArrowUp": "align-top", "Alt+ArrowDown": "align-bottom",
   PageUp: "page-previous", PageDown: "page-next",
   v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", s: "tool-Star", p: "tool-draw", l: "tool-Line", t: "tool-Textbox", i: "image",

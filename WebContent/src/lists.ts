@@ -1,5 +1,6 @@
 // The list of objects beside the canvas and the row of pages below it. Both are list boxes for the keyboard.
 import type { FabricObject } from "fabric";
+import { listenToDragging } from "./dragging";
 import type { Editor } from "./editor";
 import { t } from "./language";
 import { nameOf } from "./objects";
@@ -49,6 +50,14 @@ export class Layers {
       if (row) this.#choose(Number(row.dataset.row), e.shiftKey || e.ctrlKey);
     });
     this.#list.addEventListener("dblclick", () => this.rename());
+    const rowAt = (e: MouseEvent): number => {
+      const y = e.clientY - this.#list.getBoundingClientRect().top + this.#list.scrollTop;
+      return Math.max(0, Math.min(editor.stage.objects.length, Math.round(y / ROW_HEIGHT)));
+    };
+    listenToDragging(this.#list, rowAt, (from, to) => {
+      const { objects } = editor.stage;
+      editor.takeObject(objects.at(-1 - from)!, objects.length - 1 - to);
+    });
     this.#list.addEventListener("keydown", (e) => {
       if (e.target !== this.#list) return;
       const last = editor.stage.objects.length - 1;
@@ -144,6 +153,11 @@ export class Pages {
       const item = (e.target as Element).closest("li");
       if (item) void editor.goTo([...this.#list.children].indexOf(item));
     });
+    const pageAt = (e: MouseEvent): number => {
+      const boxes = [...this.#list.children].map((item) => item.getBoundingClientRect());
+      return boxes.filter((box) => box.left + box.width / 2 < e.clientX).length;
+    };
+    listenToDragging(this.#list, pageAt, (from, to) => void editor.takePage(from, to));
     this.#list.addEventListener("keydown", (e) => {
       const to = { ArrowLeft: editor.page - 1, ArrowRight: editor.page + 1, Home: 0, End: editor.state.pages.length - 1 }[e.key];
       if (to === undefined || e.ctrlKey || e.altKey) return;
@@ -163,7 +177,10 @@ export class Pages {
       if (thumb) frame.append(thumb);
       return option(`page-${i}`, i === this.editor.page, frame, String(i + 1));
     });
-    items.forEach((item, i) => item.setAttribute("aria-label", t("Page {number}", { number: i + 1 })));
+    items.forEach((item, i) => {
+      item.dataset.row = String(i);
+      item.setAttribute("aria-label", t("Page {number}", { number: i + 1 }));
+    });
     this.#list.replaceChildren(...items);
     this.#list.setAttribute("aria-activedescendant", `page-${this.editor.page}`);
     items[this.editor.page]?.scrollIntoView({ block: "nearest", inline: "nearest" });

@@ -88,12 +88,16 @@ const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule(
 async function exportProject(): Promise<void> {
   editor.commit();
   $<HTMLButtonElement>("export-ok").disabled = !hasShell();
+  const selection = editor.selectionAsPage;
+  $<HTMLInputElement>("export-selection").disabled = !selection;
+  if (!selection && $<HTMLInputElement>("export-selection").checked) $("export").querySelector<HTMLInputElement>('[value="this"]')!.checked = true;
   const answer = openDialog($<HTMLDialogElement>("export"));
   $("export").querySelector<HTMLInputElement>(":checked")?.focus();
   if ((await answer) !== "export") return;
   const form = new FormData($<HTMLFormElement>("export-form"));
   const options = { format: form.get("format") as Format, scale: Number(form.get("scale")) };
-  const chosen = form.get("pages") === "all" ? editor.state.pages : [editor.pageData];
+  const which = { all: editor.state.pages, this: [editor.pageData], selection: [selection ?? editor.pageData] }[String(form.get("pages"))]!;
+  const chosen = form.has("transparent") ? which.map((page) => ({ ...page, background: null })) : which;
   const pixels = chosen.reduce((sum, p) => sum + p.width * p.height * options.scale ** 2, 0);
   const files = await withProgress(t("Exporting"), pixels > 6e6, (step) =>
     exportPages(editor.state.name, chosen, options, step),
@@ -173,6 +177,7 @@ const tasks: Commands = {
     proportions.kept = !proportions.kept;
     $("proportions").setAttribute("aria-pressed", String(proportions.kept));
   },
+  crop: () => editor.crop(),
   shortcuts: showShortcuts,
   bold: () => editor.switchStyle("fontWeight", "bold", "normal"),
   italic: () => editor.switchStyle("fontStyle", "italic", "normal"),

@@ -1,10 +1,10 @@
 // What can be read and changed of objects by a field of the inspector.
-import type { FabricObject, Rect } from "fabric";
+import type { FabricImage, FabricObject, Rect } from "fabric";
 import { bakeScale } from "./objects";
 import type { CanvasLine } from "./line";
 import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf } from "./paint";
 import type { Star } from "./star";
-import { CanvasText, type CharacterKey } from "./text";
+import { CanvasText, type CharacterKey, keepTopLeft } from "./text";
 
 export type Value = string | number | boolean | null;
 export interface Property {
@@ -60,6 +60,14 @@ export const OBJECT: Record<string, Property> = {
 const DASHES: Record<string, number[]> = { dashed: [3, 2], dotted: [1, 1] };
 const dashOf = ({ strokeDashArray: dash }: FabricObject): string => (!dash?.length ? "solid" : dash[0]! > dash[1]! ? "dashed" : "dotted");
 const dash = (o: FabricObject, kind: string): void => void o.set("strokeDashArray", DASHES[kind]?.map((d) => d * o.strokeWidth) ?? null);
+/** The part of an image that is shown: its beginning and its size, in pixels of the image. */
+const crop = (key: "cropX" | "cropY" | "width" | "height"): Property =>
+  number((o) => (o as FabricImage)[key], (o, v) => {
+    const image = o as FabricImage;
+    const { width: w, height: h } = image.getOriginalSize();
+    const most = { cropX: w - image.width, cropY: h - image.height, width: w - image.cropX, height: h - image.cropY }[key];
+    keepTopLeft(o, () => o.set(key, Math.max(key.startsWith("crop") ? 0 : 1, Math.min(v, most))));
+  });
 const fill = letters("fill");
 const stroke = letters("stroke");
 const strokeWidth = letters("strokeWidth");
@@ -75,6 +83,7 @@ export const LEAF: Record<string, Property> = {
   corners: plain("corners"),
   inset: number((o) => (o as Star).inset * 100, (o, v) => void o.set("inset", v / 100), 0),
   letterSpacing: plain("charSpacing"),
+  ...Object.fromEntries((["cropX", "cropY", "width", "height"] as const).map((key) => [key, crop(key)])),
   stroke: {
     get: stroke.get,
     set: (o, v) => {

@@ -1,0 +1,38 @@
+// The colours that the document uses already, to be picked again.
+import type { Editor } from "./editor";
+import type { ObjectData, PageData } from "./project";
+
+const SHOWN = 12;
+const ofPages = new WeakMap<PageData, Map<string, number>>();
+
+/** How often each colour is used on a page. */
+function coloursOf(page: PageData): Map<string, number> {
+  const known = ofPages.get(page);
+  if (known) return known;
+  const counts = new Map<string, number>();
+  const count = (o: ObjectData): void => {
+    for (const colour of [o.fill, o.stroke]) if (typeof colour === "string") counts.set(colour, (counts.get(colour) ?? 0) + 1);
+    o.objects?.forEach(count);
+  };
+  page.objects.forEach(count);
+  ofPages.set(page, counts);
+  return counts;
+}
+
+/** Shows the most used colours in the rows that are made for them; a press gives one to the row's property. */
+export function showSwatches(editor: Editor, pick: (prop: string, colour: string) => void): void {
+  const counts = new Map<string, number>();
+  for (const page of editor.state.pages) for (const [colour, n] of coloursOf(page)) counts.set(colour, (counts.get(colour) ?? 0) + n);
+  const colours = [...counts].sort((a, b) => b[1] - a[1]).slice(0, SHOWN).map(([colour]) => colour);
+  for (const row of document.querySelectorAll<HTMLElement>("[data-swatches]")) {
+    if (row.dataset.shown === colours.join()) continue;
+    row.dataset.shown = colours.join();
+    row.replaceChildren(...colours.map((colour) => {
+      const button = Object.assign(document.createElement("button"), { type: "button", title: colour });
+      button.setAttribute("aria-label", colour);
+      button.style.setProperty("--colour", colour);
+      button.addEventListener("click", () => pick(row.dataset.swatches!, colour));
+      return button;
+    }));
+  }
+}
