@@ -144,14 +144,14 @@ TEST_F(HotkeyManagerTest, AsksOnceAndPollsWithoutThePermission)
         platform.runMainQueue();
     }
     ASSERT_EQ(platform.alerts.size(), 1U);
-    const fake::Settings alert {
+    const nlohmann::json alert {
         {"message", "Accessibility Permission Required"},
         {"text",
          "Quillory needs Accessibility permission to enable the global hotkey (Cmd+Shift+E).\n\n"
          "Please enable Quillory in:\nSystem Settings → Privacy & Security → Accessibility"},
-        {"style", "1"},
-        {"buttons", "Open System Settings Later"},
-        {"modal", "yes"}};
+        {"style", 1},
+        {"buttons", {"Open System Settings", "Later"}},
+        {"modal", true}};
     EXPECT_EQ(platform.alerts[0].settings, alert);
     // The alert of a manager that has gone by now.
     manager.reset();

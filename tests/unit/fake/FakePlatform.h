@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,7 +14,6 @@
 namespace quillory::fake {
 
 using Steps = std::vector<std::string>;
-using Settings = std::map<std::string, std::string>;
 
 inline std::string text(Size size)
 {
@@ -120,21 +120,21 @@ struct FakePanel final : SavePanel, OpenPanel, Alert {
     {
     }
     void setNameFieldStringValue(const std::string& name) override { settings["name"] = name; }
-    void setCanCreateDirectories(bool can) override { set("create directories", can); }
+    void setCanCreateDirectories(bool can) override { settings["create directories"] = can; }
     void setAllowedContentTypes(std::vector<ContentType> types) override
     {
         for (const auto& type : types)
-            add("types", type.mimeType);
+            settings["types"].push_back(type.mimeType);
     }
-    void setCanChooseFiles(bool can) override { set("files", can); }
-    void setCanChooseDirectories(bool can) override { set("directories", can); }
-    void setAllowsMultipleSelection(bool allows) override { set("multiple", allows); }
+    void setCanChooseFiles(bool can) override { settings["files"] = can; }
+    void setCanChooseDirectories(bool can) override { settings["directories"] = can; }
+    void setAllowsMultipleSelection(bool allows) override { settings["multiple"] = allows; }
     void setMessage(const std::string& message) override { settings["message"] = message; }
     void setPrompt(const std::string& prompt) override { settings["prompt"] = prompt; }
     void setMessageText(const std::string& message) override { settings["message"] = message; }
     void setInformativeText(const std::string& informative) override { settings["text"] = informative; }
-    void setAlertStyle(AlertStyle style) override { settings["style"] = std::to_string(static_cast<int>(style)); }
-    void addButtonWithTitle(const std::string& title) override { add("buttons", title); }
+    void setAlertStyle(AlertStyle style) override { settings["style"] = style; }
+    void addButtonWithTitle(const std::string& title) override { settings["buttons"].push_back(title); }
     void beginWithCompletionHandler(PanelCompletion handler) override
     {
         completion = std::move(handler);
@@ -144,18 +144,13 @@ struct FakePanel final : SavePanel, OpenPanel, Alert {
     void show(std::function<void(int)> answered) override { open(false, std::move(answered)); }
     void open(bool modal, std::function<void(int)> answered)
     {
-        set("modal", modal);
+        settings["modal"] = modal;
         answer = std::move(answered);
         all.push_back(*this);
     }
-    void set(const char* name, bool value) { settings[name] = value ? "yes" : "no"; }
-    void add(const char* name, const std::string& entry)
-    {
-        settings[name] += settings[name].empty() ? entry : " " + entry;
-    }
 
     std::deque<FakePanel>& all;
-    Settings settings;
+    nlohmann::json settings;
     PanelCompletion completion;
     std::function<void(int)> answer;
 };
@@ -376,7 +371,7 @@ struct FakePlatform : Platform,
     std::function<void()> granted; // what is called when the user gives the permission
     bool tapsAllowed = true;
     bool sourcesAllowed = true;
-    Settings copied; // by type
+    std::map<std::string, std::string> copied; // by type
     std::shared_ptr<const Bytes> copiedImage;
     // What happens between the launch and the end of the run.
     std::function<void(ApplicationDelegate&, const Scene&)> whileRunning = [](auto&, auto&) {};
