@@ -169,6 +169,7 @@ export class Editor {
   #changed(tag?: string): void {
     const { active, canvas } = this.stage;
     if (active instanceof ActiveSelection) active.triggerLayout();
+    this.stage.groupAround?.triggerLayout();
     active?.setCoords();
     canvas.requestRenderAll();
     this.commit(tag);
@@ -224,11 +225,20 @@ export class Editor {
   }
 
   remove(): void {
-    const { canvas } = this.stage;
+    const { canvas, groupAround } = this.stage;
+    if (groupAround && groupAround.size() > this.stage.edited.length) return this.#removeParts(groupAround);
     const selection = this.stage.selection.filter((o) => !o.locked);
     if (selection.length === 0) return;
     canvas.discardActiveObject();
     canvas.remove(...selection);
+    this.commit();
+  }
+
+  #removeParts(group: Group): void {
+    const parts = this.stage.edited;
+    this.stage.canvas.discardActiveObject();
+    group.remove(...parts);
+    this.stage.select([group]);
     this.commit();
   }
 

@@ -43,7 +43,7 @@ export class Inspector {
 
   /** The objects that a property belongs to. */
   #targets(prop: string, leaves: readonly FabricObject[]): [Property, readonly FabricObject[]] {
-    const { active, selection } = this.editor.stage;
+    const { active, edited: selection } = this.editor.stage;
     if (WHOLE[prop]) return [WHOLE[prop], active ? [active] : []];
     if (OBJECT[prop]) return [OBJECT[prop], selection];
     const kinds = this.#panel.querySelector(`[data-prop="${prop}"]`)!.closest<HTMLElement>("[data-for]")!.dataset.for!.split(" ");
@@ -51,7 +51,7 @@ export class Inspector {
   }
   #leaves(): FabricObject[] {
     const leaves: FabricObject[] = [];
-    for (const o of this.editor.stage.selection) eachLeaf(o, (leaf) => leaves.push(leaf));
+    for (const o of this.editor.stage.edited) eachLeaf(o, (leaf) => leaves.push(leaf));
     return leaves;
   }
 
@@ -95,7 +95,7 @@ export class Inspector {
   }
 
   refresh(): void {
-    const { selection } = this.editor.stage;
+    const { edited: selection } = this.editor.stage;
     const leaves = this.#leaves();
     const kinds = new Set<string>(selection.length ? ["any"] : ["page"]);
     for (const leaf of leaves) kinds.add(typeOf(leaf));

@@ -84,7 +84,7 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
     const step = e.shiftKey ? 10 : 1;
     if (arrow && !e.ctrlKey && !e.altKey && stage.active) editor.nudge(arrow[0] * step, arrow[1] * step);
     else if (e.key === "Enter" && stage.tool && stage.tool !== "draw") stage.placeInMiddle(stage.tool);
-    else if (e.key === "Enter") stage.editText();
+    else if (e.key === "Enter") stage.active?.isType("Group") ? stage.enterGroup() : stage.editText();
     else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(editor, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
   });
@@ -114,7 +114,8 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
 
 /** Selects the next object on the canvas; at the last one it leaves the Tab key to the page. */
 function selectNext({ stage }: Editor, by: 1 | -1): boolean {
-  const { objects, selection } = stage;
+  const { edited: selection, groupAround } = stage;
+  const objects = groupAround?.getObjects() ?? stage.objects;
   const at = selection.length > 0 ? objects.indexOf(selection.at(-1)!) : by > 0 ? -1 : objects.length;
   const next = objects[at + by];
   if (!next) return false;

@@ -15,6 +15,7 @@ declare module "fabric" {
     locked?: boolean;
   }
 }
+Group.ownDefaults.subTargetCheck = true; // a double click is to know what in the group it is on
 FabricObject.customProperties = ["name", "locked"];
 
 export const SHAPES = ["Rect", "Ellipse", "Star", "Line", "Textbox"] as const;

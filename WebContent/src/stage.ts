@@ -1,5 +1,5 @@
 // The view of one page: a fabric canvas that fills the middle of the window, with zoom, pan and drawing tools.
-import { ActiveSelection, Canvas, type FabricObject, type Path, PencilBrush, Point, Rect, Textbox, util } from "fabric";
+import { ActiveSelection, Canvas, type FabricObject, Group, type Path, PencilBrush, Point, Rect, Textbox, util } from "fabric";
 import { boxOf } from "./arrange";
 import { Guides } from "./guides";
 import { inSteps } from "./line";
@@ -14,6 +14,10 @@ const MIN_ZOOM = 0.02;
 const MAX_ZOOM = 16;
 
 type PageFormat = Omit<PageData, "objects">;
+
+/** The group that an object is edited in, or several are. */
+const groupAround = (active: FabricObject | undefined): Group | undefined =>
+  (active instanceof ActiveSelection ? active.getObjects()[0] : active)?.parent as Group | undefined;
 
 /**
  * Draws the page below its objects and dims what lies outside of it. While something is dragged or a text is edited, what
@@ -59,9 +63,13 @@ class PageCanvas extends Canvas {
   dataOf(object: FabricObject): ObjectData {
     return dataOf(object, this.isSelected(object), () => this._toObject(object, "toObject", []));
   }
+  /** Whether an object is selected, or something in it. */
   isSelected(object: FabricObject): boolean {
     const active = this._activeObject;
-    return active !== undefined && (object === active || object.group === active);
+    if (!active || object === active || object.group === active) return active !== undefined;
+    let around = groupAround(active);
+    while (around && around !== object) around = around.parent as Group | undefined;
+    return around !== undefined;
   }
 
   /** Puts these objects on the canvas, in this order; those that are on it already stay. */
@@ -145,6 +153,7 @@ export class Stage {
   readonly canvas: PageCanvas;
   tool: Shape | "draw" | null = null;
   #fitted = true;
+  readonly #entered = new Set<Group>();
   #loading = 0;
 
   constructor(readonly host: HTMLElement, private readonly events: StageEvents) {
@@ -159,14 +168,17 @@ export class Stage {
     for (const name of ["selection:created", "selection:updated", "selection:cleared"] as const) {
       canvas.on(name, () => {
         this.#styleControls();
+        queueMicrotask(() => this.#leaveGroups());
         if (!this.#loading) events.selected();
       });
     }
+    canvas.on("mouse:dblclick", ({ target, subTargets }) => this.#enter(target, subTargets?.[0]));
     for (const name of ["object:moving", "object:scaling", "object:rotating", "object:resizing"] as const) {
       canvas.on(name, () => events.moving());
     }
     canvas.on("object:modified", ({ target }) => {
       bakeScale(target);
+      groupAround(target)?.triggerLayout();
       events.changed();
     });
     canvas.on("text:changed", () => events.changed("typing"));
@@ -255,6 +267,15 @@ export class Stage {
   get selectedIdentities(): Set<object> {
     return new Set([...this.#shown()].filter(([, o]) => this.canvas.isSelected(o)).map(([data]) => identityOf(data)));
   }
+  /** What is edited in a group, or else what is selected. */
+  get edited(): FabricObject[] {
+    const { active } = this;
+    if (!active || !groupAround(active)) return this.selection;
+    return active instanceof ActiveSelection ? active.getObjects() : [active];
+  }
+  get groupAround(): Group | undefined {
+    return groupAround(this.active);
+  }
   /** The one thing that is moved and resized: an object, or several as a whole. */
   get active(): FabricObject | undefined {
     return this.canvas.getActiveObject();
@@ -277,9 +298,29 @@ export class Stage {
     this.events.selected();
   }
 
+  /** Has the parts of a group selected one by one, until something outside of it is. */
+  #enter(group: FabricObject | undefined, part: FabricObject | undefined): void {
+    if (!(group instanceof Group) || group instanceof ActiveSelection || group.interactive || group.locked) return;
+    group.set({ interactive: true });
+    this.#entered.add(group);
+    const first = part ?? group.getObjects()[0];
+    if (first) this.canvas.setActiveObject(first);
+    this.canvas.requestRenderAll();
+  }
+  enterGroup(): void {
+    this.#enter(this.active, undefined);
+  }
+  #leaveGroups(): void {
+    for (const group of this.#entered) {
+      if (this.canvas.isSelected(group) && group !== this.active) continue;
+      group.set({ interactive: false });
+      this.#entered.delete(group);
+    }
+  }
+
   #styleControls(): void {
     const accent = getComputedStyle(document.documentElement).getPropertyValue("--accent");
-    for (const o of new Set([...this.selection, ...(this.active ? [this.active] : [])])) {
+    for (const o of new Set([...this.edited, ...(this.active ? [this.active] : [])])) {
       o.set({
         borderColor: accent, cornerColor: "#ffffff", cornerStrokeColor: accent, cornerStyle: "circle", cornerSize: 10,
         transparentCorners: false, borderScaleFactor: 1.5, padding: 0, lockScalingFlip: true, snapAngle: 15, snapThreshold: 4,
