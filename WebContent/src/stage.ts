@@ -198,6 +198,7 @@ export class Stage {
     new ResizeObserver(() => this.#resize()).observe(host);
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => canvas.useTheme());
     canvas.useTheme();
+    window.addEventListener("load", () => canvas.useTheme()); // the style sheet may come after the script
   }
 
   // ---- the page ----
