@@ -7,6 +7,7 @@ import { AssetImage, images } from "./images";
 import { applyLock, createImage, createObjects, createShape, eachLeaf } from "./objects";
 import { type Clipboard, MAX_PAGE_SIDE, type ObjectData, type PageData, type Project, readClipboard, writeClipboard } from "./project";
 import { Stage, type StageEvents } from "./stage";
+import { looksLikeSvg, readSvg } from "./svg";
 import { CanvasText, type CharacterKey } from "./text";
 
 export interface DocumentState {
@@ -304,6 +305,12 @@ export class Editor {
     this.stage.place(image);
   }
 
+  /** The objects of an SVG drawing, as a group. */
+  async addSvg(source: string): Promise<void> {
+    this.stage.place(...(await createObjects(await readSvg(source, this.pageData))));
+    this.group();
+  }
+
   // ---- copy and paste ----
 
   /** The selected objects as text, or undefined if nothing is selected. */
@@ -319,7 +326,8 @@ export class Editor {
     await this.#insert(clipboard, this.#pastes * PASTE_OFFSET);
   }
   /** Text of another program. */
-  pasteText(text: string): void {
+  pasteText(text: string): void | Promise<void> {
+    if (looksLikeSvg(text)) return this.addSvg(text);
     const { width, height } = this.pageData;
     const box = createShape("Textbox", width / 6, height / 2, (width * 5) / 6, height / 2) as CanvasText;
     box.set({ text: text.replace(/\r\n?/g, "\n"), left: width / 2, top: height / 2 });

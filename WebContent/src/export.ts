@@ -7,8 +7,9 @@ import { PagePicture } from "./picture";
 import type * as Pdf from "./pdf";
 import { type PageData, usedAssets } from "./project";
 import type { NamedFile } from "./shell";
+import { writeSvg } from "./svg";
 
-export type Format = "png" | "jpeg" | "pdf";
+export type Format = "png" | "jpeg" | "pdf" | "svg";
 export interface ExportOptions {
   format: Format;
   /** Pixels per page unit. */
@@ -17,7 +18,7 @@ export interface ExportOptions {
 /** Called as often as there is something to show of what is done, of `total`; throws to stop. */
 export type Step = (done: number, total: number) => Promise<void>;
 
-const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf" } as const;
+const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf", svg: "svg" } as const;
 const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
 const PDF_MIN_SCALE = 2; // 192 pixels an inch, so that paper shows no steps
 /** JPEG files are made of all pixels at once, four bytes each. */
@@ -27,7 +28,7 @@ const fittingScale = ({ width, height }: PageData, kind: "png" | "jpeg"): number
 
 /** Refuses what would not fit into memory before anything is done. */
 function checkSize(page: PageData, { format, scale }: ExportOptions): void {
-  if (format === "pdf") return; // its resolution is ours to choose
+  if (format === "pdf" || format === "svg") return; // its resolution is ours to choose
   const fitting = fittingScale(page, format);
   if (scale <= fitting) return;
   const [width, height] = [page.width, page.height].map((side) => Math.round(side * scale)) as [number, number];
@@ -103,8 +104,9 @@ export async function exportPages(
   const files: NamedFile[] = [];
   for (const [i, page] of pages.entries()) {
     await step(i, pages.length);
-    const picture = await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : "");
-    const file = await encode(picture, format, (share) => step(i + share, pages.length));
+    const share = (done: number): Promise<void> => step(i + done, pages.length);
+    const file = format === "svg" ? await writeSvg(page)
+      : await encode(await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : ""), format, share);
     files.push({ filename: names[i]!, data: await readAsDataURL(file) });
   }
   return files;

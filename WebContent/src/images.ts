@@ -90,6 +90,9 @@ export class AssetImage extends FabricImage {
     const { type: _, ...options } = data;
     return new AssetImage(images.element(data.asset as string), options);
   }
+  override getSvgSrc(): string {
+    return images.assets[this.asset] ?? "";
+  }
   override getSrc(): string {
     return ""; // toObject asks for it; the data stays in the store
   }

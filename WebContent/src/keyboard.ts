@@ -2,7 +2,7 @@
 import type { Editor } from "./editor";
 import { t } from "./language";
 import { nameOf } from "./objects";
-import { $, announce } from "./ui";
+import { $, announce, tellError } from "./ui";
 
 export type Commands = Record<string, () => unknown>;
 
@@ -98,7 +98,7 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
       if (takesText(e.target) || busy()) return;
       e.preventDefault();
       const text = name === "paste" ? (e.clipboardData?.getData("text/plain") ?? "") : "";
-      if (isPlain(text)) editor.pasteText(text);
+      if (isPlain(text)) Promise.resolve(editor.pasteText(text)).catch(tellError);
       else commands[name]!();
     });
   }

@@ -27,13 +27,27 @@ export class CanvasLine extends Line {
     this.setCoords();
   }
 
-  override _render(ctx: CanvasRenderingContext2D): void {
-    if (!this.arrow || typeof this.stroke !== "string") return super._render(ctx);
+  /** Where the line ends and its heads begin, and a head's length and direction. */
+  private get shaft(): { from: Point; to: Point; head: Point } {
     const [start, end] = this.points;
     const way = end.subtract(start);
-    const length = Math.hypot(way.x, way.y) || 1;
-    const head = way.scalarMultiply(Math.min(this.arrow === "both" ? 0.5 : 1, (this.strokeWidth * HEAD) / length));
-    const [from, to] = [this.arrow === "both" ? start.add(head) : start, end.subtract(head)];
+    const share = (this.strokeWidth * HEAD) / (Math.hypot(way.x, way.y) || 1);
+    const head = way.scalarMultiply(Math.min(this.arrow === "both" ? 0.5 : 1, share));
+    return { from: this.arrow === "both" ? start.add(head) : start, to: end.subtract(head), head };
+  }
+  override _toSVG(): string[] {
+    if (!this.arrow) return super._toSVG();
+    const { from, to, head } = this.shaft;
+    const heads = [headAt(to, head), ...(this.arrow === "both" ? [headAt(from, head.scalarMultiply(-1))] : [])];
+    return [
+      "<g>\n", "<line ", "COMMON_PARTS", `x1="${from.x}" y1="${from.y}" x2="${to.x}" y2="${to.y}" />\n`,
+      ...heads.map((points) => `<polygon fill="${String(this.stroke)}" points="${points.map((p) => `${p.x},${p.y}`).join(" ")}" />\n`), "</g>\n",
+    ];
+  }
+
+  override _render(ctx: CanvasRenderingContext2D): void {
+    if (!this.arrow || typeof this.stroke !== "string") return super._render(ctx);
+    const { from, to, head } = this.shaft;
     ctx.beginPath();
     ctx.moveTo(from.x, from.y);
     ctx.lineTo(to.x, to.y);
@@ -45,10 +59,13 @@ export class CanvasLine extends Line {
 }
 classRegistry.setClass(CanvasLine);
 
-function drawHead(ctx: CanvasRenderingContext2D, at: Point, way: Point): void {
+function headAt(at: Point, way: Point): Point[] {
   const side = new Point(-way.y, way.x).scalarMultiply(0.45);
+  return [at.add(side), at.add(way), at.subtract(side)];
+}
+function drawHead(ctx: CanvasRenderingContext2D, at: Point, way: Point): void {
   ctx.beginPath();
-  for (const p of [at.add(side), at.add(way), at.subtract(side)]) ctx.lineTo(p.x, p.y);
+  for (const p of headAt(at, way)) ctx.lineTo(p.x, p.y);
   ctx.fill();
 }
 

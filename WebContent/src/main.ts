@@ -229,6 +229,7 @@ nameField.addEventListener("input", () => editor.rename(nameField.value));
 
 async function drop(file: File, at?: Point): Promise<void> {
   if (/^image\/(?!svg)/.test(file.type)) await editor.addImage(await readAsDataURL(file), at);
+  else if (file.type.startsWith("image/svg")) await editor.addSvg(await file.text());
   else if (/\.json$/i.test(file.name)) {
     await projectFile.replace(async () => readProject(await file.text()));
   } else throw new Error(t("“{name}” is neither an image nor a project.", { name: file.name }));
