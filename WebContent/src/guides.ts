@@ -1,6 +1,6 @@
 // Snapping: what is moved or resized is drawn to the edges and middles of the page and of the other objects, and lines
 // show to which. Ctrl switches it off.
-import type { BasicTransformEvent, Canvas, FabricObject, Rect } from "fabric";
+import type { BasicTransformEvent, Canvas, FabricObject, Point, Rect } from "fabric";
 import { AligningGuidelines } from "fabric/extensions";
 import { AssetImage } from "./images";
 
@@ -9,6 +9,7 @@ type Change = BasicTransformEvent & { target: FabricObject };
 export class Guides extends AligningGuidelines {
   /** The others, as long as one thing is moved. */
   private others: Set<FabricObject> | undefined;
+  private readonly points = new Map<FabricObject, Point[]>();
   private shown = false;
 
   constructor(canvas: Canvas, private readonly page: () => Rect) {
@@ -17,6 +18,11 @@ export class Guides extends AligningGuidelines {
 
   override getObjectsByTarget(target: FabricObject): Set<FabricObject> {
     return (this.others ??= super.getObjectsByTarget(target).add(this.page()));
+  }
+  override getCaCheMapValue(object: FabricObject): Point[] {
+    const points = this.points.get(object) ?? [...object.getCoords(), object.getCenterPoint()];
+    this.points.set(object, points);
+    return points;
   }
   override moving(change: Change): void {
     if (this.applies(change)) super.moving(change);
@@ -35,6 +41,7 @@ export class Guides extends AligningGuidelines {
   }
   override mouseUp(): void {
     this.others = undefined;
+    this.points.clear();
     super.mouseUp();
   }
   /** Without lines there is nothing to clear; what else is drawn on top is others' own. */

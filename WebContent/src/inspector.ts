@@ -42,16 +42,16 @@ export class Inspector {
   }
 
   /** The objects that a property belongs to. */
-  #targets(prop: string, leaves: readonly FabricObject[]): [Property, readonly FabricObject[]] {
-    const { active, edited: selection } = this.editor.stage;
+  #targets(prop: string, selection: readonly FabricObject[], leaves: readonly FabricObject[]): [Property, readonly FabricObject[]] {
+    const { active } = this.editor.stage;
     if (WHOLE[prop]) return [WHOLE[prop], active ? [active] : []];
     if (OBJECT[prop]) return [OBJECT[prop], selection];
     const kinds = this.#panel.querySelector(`[data-prop="${prop}"]`)!.closest<HTMLElement>("[data-for]")!.dataset.for!.split(" ");
     return [LEAF[prop]!, leaves.filter((leaf) => kinds.includes(typeOf(leaf)))];
   }
-  #leaves(): FabricObject[] {
+  #leaves(selection: readonly FabricObject[]): FabricObject[] {
     const leaves: FabricObject[] = [];
-    for (const o of this.editor.stage.edited) eachLeaf(o, (leaf) => leaves.push(leaf));
+    for (const o of selection) eachLeaf(o, (leaf) => leaves.push(leaf));
     return leaves;
   }
 
@@ -85,7 +85,8 @@ export class Inspector {
 
   #apply(prop: string, value: Value | undefined): void {
     if (value === undefined) return;
-    const [property, targets] = this.#targets(prop, this.#leaves());
+    const { edited } = this.editor.stage;
+    const [property, targets] = this.#targets(prop, edited, this.#leaves(edited));
     const edit = () => targets.forEach((o) => {
       property.set(o, value as never);
       o.setCoords();
@@ -96,7 +97,7 @@ export class Inspector {
 
   refresh(): void {
     const { edited: selection } = this.editor.stage;
-    const leaves = this.#leaves();
+    const leaves = this.#leaves(selection);
     const kinds = new Set<string>(selection.length ? ["any"] : ["page"]);
     for (const leaf of leaves) kinds.add(typeOf(leaf));
     if (selection.length > 1) kinds.add("several");
@@ -105,7 +106,7 @@ export class Inspector {
       section.hidden = !section.dataset.for!.split(" ").some((kind) => kinds.has(kind));
     }
     for (const field of this.#fields) {
-      const [property, targets] = this.#targets(field.dataset.prop!, leaves);
+      const [property, targets] = this.#targets(field.dataset.prop!, selection, leaves);
       const values = new Set<Value>();
       for (const o of targets) {
         for (const value of property.get(o)) values.add(value);

@@ -260,7 +260,11 @@ export class Stage {
   }
   /** The selected objects from back to front. */
   get selection(): FabricObject[] {
-    return this.objects.filter((o) => this.canvas.isSelected(o));
+    const { active } = this;
+    if (!active || (active instanceof ActiveSelection && !this.groupAround)) return active ? this.objects.filter((o) => this.canvas.isSelected(o)) : [];
+    let outermost = this.groupAround ?? active;
+    while (outermost.parent) outermost = outermost.parent as Group;
+    return [outermost];
   }
   get selectedData(): ObjectData[] {
     return this.selection.map((o) => this.canvas.dataOf(o));
