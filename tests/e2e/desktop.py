@@ -44,7 +44,6 @@ class Session:
         self.runtime = os.path.join(self.home, "run")
         os.mkdir(self.runtime, 0o700)
         self.processes = []
-        self._owner = None  # of the clipboard
         self.env = {k: v for k, v in os.environ.items()
                     if k not in ("WAYLAND_DISPLAY", "TMPDIR", "DISPLAY", "DBUS_SESSION_BUS_ADDRESS")
                     and not k.startswith("XDG_")}
@@ -128,10 +127,12 @@ class Session:
 
     def copy(self, kind, content):
         """Another program copies."""
-        previous, self._owner = self._owner, self.start(*self.COPY, kind, stdin=subprocess.PIPE)
-        self._owner.stdin.write(content)
-        self._owner.stdin.close()
-        wait_for(lambda: (not previous or previous.poll() is not None) and self.paste(kind) == content, "the clipboard")
+        owner = self.start(*self.COPY, kind, stdin=subprocess.PIPE, stderr=subprocess.PIPE)
+        owner.stdin.write(content)
+        owner.stdin.close()
+        if self.COPY[0] == "xclip":
+            owner.stderr.readline()  # once it owns the clipboard: whoever reads the last one's now may wait for ever
+        wait_for(lambda: self.paste(kind) == content, "the clipboard")
 
     def paste(self, kind):
         """What another program gets, or None."""

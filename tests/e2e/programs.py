@@ -77,7 +77,8 @@ class Portal(Program):
                          "--parameters", json.dumps(parameters))
         self.log.wait('["ready"]')
         self._panels = 0
-        portal = session.dbus.get_object("org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop", introspect=False)
+        name = "org.freedesktop.portal.Desktop"
+        portal = session.dbus.get_object(name, "/org/freedesktop/portal/desktop", introspect=False)
         self._mock = dbus.Interface(portal, "org.freedesktop.DBus.Mock")
 
     def calls(self):

@@ -15,10 +15,14 @@ from test_services import download
 # Each takes a URL and gives what it could read of it, or fails.
 READERS = {
     "file.txt": """async (url) => (await fetch(url)).text()""",
-    "file.png": """async (url) => { const image = new Image(); image.src = url; await image.decode(); return `${image.width}`; }""",
+    "file.png": """async (url) => {
+        const image = Object.assign(new Image(), {src: url});
+        await image.decode();
+        return `${image.width}`;
+    }""",
     "worker.txt": """(url) => new Promise((resolve, reject) => {
-        const code = `fetch(${JSON.stringify(new URL(url, location.href))}).then(async (file) => postMessage(await file.text()),
-                                                                                 () => postMessage(null))`;
+        const code = `fetch(${JSON.stringify(new URL(url, location.href))}).then((file) => file.text())
+                          .then(postMessage, () => postMessage(null))`;
         const worker = new Worker(URL.createObjectURL(new Blob([code])));
         worker.onmessage = ({data}) => data === null ? reject("refused") : resolve(data);
     })""",
@@ -38,7 +42,8 @@ def spellings(folder, secret):
         f"x%5c..%5c..%5c{name}", f"{folder.as_uri()}/../{name}", f"{folder.as_uri()}/x/../../{name}",
         f"{folder.as_uri()}%2f..%2f{name}", f"{folder.as_uri()}-sibling/{name}", f"{folder.as_uri()[:-1]}{name}",
         "file:///etc/hostname",
-        *(spelling for code in range(0x80) for spelling in (f"..%{code:02x}/{name}", f"%{code:02X}/../../{name}", f"..%{code:02x}{name}")),
+        *(f"{spelling}{name}" for code in range(0x80)
+          for spelling in (f"..%{code:02x}/", f"%{code:02X}/../../", f"..%{code:02x}")),
     ]
 
 
@@ -213,8 +218,10 @@ SYSTEM_FILES = ["/etc/alternatives", "/etc/fonts", "/etc/ld.so.cache", "/etc/mac
 
 
 def confined(desktop, prefix, home, downloads):
-    """The confinement that the Flatpak manifest asks for, made of bubblewrap and the system's own libraries: a read-only
-    system, an empty home, a session bus on which only this program is, and what the manifest asks for."""
+    """The confinement that the Flatpak manifest asks for, made of bubblewrap and the system's own libraries.
+
+    A read-only system, an empty home, a session bus on which only this program is, and what the manifest asks for.
+    """
     # Flatpak gives all instances of one application a folder in common, and filters the bus; here it is one of its own.
     shared = pathlib.Path(desktop.runtime, "app", APP_ID)
     shared.mkdir(0o700, parents=True)
@@ -238,7 +245,8 @@ def confined(desktop, prefix, home, downloads):
                  "--dir", RUNTIME, "--chmod", "0700", RUNTIME,
                  "--bind", bus, f"{RUNTIME}/bus", "--bind", shared, f"{RUNTIME}/app/{APP_ID}",
                  "--tmpfs", home, "--ro-bind", prefix, "/app", "--chdir", "/", "--clearenv"]
-    for permission in re.search(r"^finish-args:\n((?:  - .*\n)+)", MANIFEST.read_text(), re.M)[1].replace("  - ", "").split():
+    permissions = re.search(r"^finish-args:\n((?:  - .*\n)+)", MANIFEST.read_text(), re.M)[1]
+    for permission in permissions.replace("  - ", "").split():
         arguments += given[permission]
     for name in ("bin", "sbin", "lib", "lib32", "lib64"):
         if os.path.islink(f"/{name}"):

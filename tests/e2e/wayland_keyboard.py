@@ -19,8 +19,9 @@ class WaylandKeyboard:
         self._socket.connect(display)
         self._stream = self._socket.makefile("rb")
         interface = text("org_kde_kwin_fake_input")
-        names = [body[:4] for body in self._ask(DISPLAY, GET_REGISTRY, struct.pack("=I", REGISTRY)) if interface in body]
-        self._ask(REGISTRY, BIND, names[0] + interface + struct.pack("=II", 4, FAKE_INPUT))
+        offered = self._ask(DISPLAY, GET_REGISTRY, struct.pack("=I", REGISTRY))
+        name = next(body[:4] for body in offered if interface in body)
+        self._ask(REGISTRY, BIND, name + interface + struct.pack("=II", 4, FAKE_INPUT))
         self._ask(FAKE_INPUT, AUTHENTICATE, text("tests") + text("tests"))
 
     def close(self):
