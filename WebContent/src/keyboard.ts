@@ -9,7 +9,7 @@ export type Commands = Record<string, () => unknown>;
 /** Work everywhere, also while a text is typed. */
 const GLOBAL: Record<string, string> = {
   "Ctrl+s": "save", "Ctrl+Shift+s": "save-as", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
-  F1: "shortcuts", "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+2": "zoom-selection", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
+  F1: "shortcuts", "Ctrl+r": "rulers", "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+2": "zoom-selection", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
 };
 /** The command of each key. */
 export const KEYS: Record<string, string> = {

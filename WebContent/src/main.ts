@@ -17,6 +17,7 @@ import { type Project, readProject } from "./project";
 import { ProjectFile } from "./projectFile";
 import { proportions } from "./properties";
 import { hasShell, listenToShell, shell } from "./shell";
+import { Rulers } from "./rulers";
 import { showShortcuts } from "./shortcuts";
 import { $, announce, Cancelled, openDialog, tell, tellError, withProgress } from "./ui";
 
@@ -31,7 +32,10 @@ const editor: Editor = new Editor($("stage"), {
     updateButtons();
   },
   moving: () => inspector.refresh(),
-  zoomed: () => ($("zoom-level").textContent = `${Math.round(editor?.stage.zoom * 100)} %`),
+  zoomed: () => {
+    $("zoom-level").textContent = `${Math.round(editor?.stage.zoom * 100)} %`;
+    rulers.draw();
+  },
   toolChanged: () => {
     for (const button of document.querySelectorAll<HTMLElement>("[data-tool]")) {
       button.setAttribute("aria-pressed", String(button.dataset.tool === (editor.stage.tool ?? "select")));
@@ -39,6 +43,7 @@ const editor: Editor = new Editor($("stage"), {
   },
 });
 const { stage } = editor;
+const rulers = new Rulers(stage);
 const inspector = new Inspector(editor);
 const layers = new Layers(editor);
 const pages = new Pages(editor);
@@ -178,6 +183,7 @@ const tasks: Commands = {
     $("proportions").setAttribute("aria-pressed", String(proportions.kept));
   },
   crop: () => editor.crop(),
+  rulers: () => rulers.switch(),
   shortcuts: showShortcuts,
   bold: () => editor.switchStyle("fontWeight", "bold", "normal"),
   italic: () => editor.switchStyle("fontStyle", "italic", "normal"),

@@ -6,7 +6,7 @@ import { $, openDialog } from "./ui";
 /** What no button or menu item names. */
 const NAMES: Record<string, string> = {
   "save-as": t("Save under another name"), "select-all": t("Select all"), escape: t("Select nothing"), "page-previous": t("Previous page"),
-  "page-next": t("Next page"), "zoom-selection": t("Zoom to selection"),
+  "page-next": t("Next page"), "zoom-selection": t("Zoom to selection"), rulers: t("Rulers: pixels, millimetres, none"),
 };
 
 function nameOf(command: string): string {
