@@ -55,6 +55,10 @@ public:
     virtual std::shared_ptr<OpenPanel> makeOpenPanel() = 0;
     virtual std::shared_ptr<Alert> makeAlert() = 0;
 
+    // Does `work` on another thread, where it must touch nothing else, and then `done` on the main thread; returns at
+    // once. One after the other, in the order given. What is under way when the application ends is not waited for.
+    virtual void inBackground(std::function<void()> work, std::function<void()> done) = 0;
+
     virtual std::unique_ptr<Timer> scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                                                  std::function<void()> block) = 0;
 

@@ -12,6 +12,8 @@ class Bytes {
 public:
     virtual ~Bytes() = default;
     virtual std::span<const std::byte> span() const = 0;
+    // Nobody will read what is before `end` again: memory can be given back already.
+    virtual void forgetBefore(std::size_t end) const { static_cast<void>(end); }
 };
 
 // A handle on a text of the page. It may be hundreds of MiB long and stays wherever the engine keeps

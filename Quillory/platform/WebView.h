@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Value.h"
@@ -49,6 +50,15 @@ public:
     virtual ~NavigationDelegate() = default;
 };
 
+// A call of a function of the page with one text in apostrophes, which is written piece by piece: a long one is never
+// there as a whole script.
+struct Script {
+    std::string_view head; // to the first apostrophe, with it
+    // Appends the next piece (UTF-8), which has no escape and no character cut in two. False after the last.
+    std::function<bool(std::string& literal)> appendNext;
+    std::string_view tail; // from the last apostrophe on, with it
+};
+
 // One web page and the process it runs in. Main thread only.
 class WebView {
 public:
@@ -72,9 +82,9 @@ public:
     // Told when the page ends because another document takes its place, the same one anew or its process is gone.
     virtual void setPageEndHandler(std::function<void()> handler) = 0;
 
-    // Runs `script` (UTF-8) in the page. `completion` is called exactly once, on a later turn of the
+    // Runs `script` in the page, after those before it. `completion` is called exactly once, on a later turn of the
     // main thread, also when the page's process has died.
-    virtual void evaluateJavaScript(std::string script, EvaluationCompletion completion) = 0;
+    virtual void evaluateJavaScript(Script script, EvaluationCompletion completion) = 0;
 };
 
 }

@@ -3,15 +3,11 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
-#include <span>
-#include <string_view>
 
 namespace quillory {
 
 namespace {
 
-constexpr std::string_view scheme = "data:";
-constexpr std::string_view encodingMark = ";base64,";
 constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 // The two characters for each value of 12 bits.
@@ -28,6 +24,8 @@ char* encodeGroup(std::uint32_t group, char* out)
     std::memcpy(out, characterPairs[group >> 12].data(), 2);
     std::memcpy(out + 2, characterPairs[group & 0xFFF].data(), 2);
     return out + 4;
+}
+
 }
 
 void appendBase64(std::string& text, std::span<const std::byte> bytes)
@@ -53,24 +51,14 @@ void appendBase64(std::string& text, std::span<const std::byte> bytes)
     text.append(buffer.data(), 4);
 }
 
-}
-
 std::shared_ptr<const Bytes> decodeDataURLPayload(const Text& dataURL)
 {
     return dataURL.base64AfterFirstComma();
 }
 
-std::size_t DataURL::textLength() const
+std::string DataURL::head() const
 {
-    return scheme.size() + mimeType.size() + encodingMark.size() + (bytes->span().size() + 2) / 3 * 4;
-}
-
-void DataURL::appendTo(std::string& text) const
-{
-    text += scheme;
-    text += mimeType;
-    text += encodingMark;
-    appendBase64(text, bytes->span());
+    return "data:" + mimeType + ";base64,";
 }
 
 }

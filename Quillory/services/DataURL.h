@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "platform/Text.h"
@@ -18,9 +19,12 @@ struct DataURL {
     std::string mimeType;
     std::shared_ptr<const Bytes> bytes;
 
-    std::size_t textLength() const;
-    // "data:" MIME type ";base64," payload, without line breaks.
-    void appendTo(std::string& text) const;
+    // What comes before the payload: "data:" MIME type ";base64,".
+    std::string head() const;
 };
+
+// Without line breaks. The texts for the pieces of something make one text if all but the last have a
+// multiple of three bytes.
+void appendBase64(std::string& text, std::span<const std::byte> bytes);
 
 }

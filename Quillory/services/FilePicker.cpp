@@ -8,7 +8,7 @@ namespace quillory {
 
 namespace {
 
-std::variant<std::string, ReadError> readText(const std::filesystem::path& path)
+FileContent readText(const std::filesystem::path& path)
 {
     auto content = readFile(path);
     if (const auto* text = std::get_if<std::string>(&content); text != nullptr && !isValidUTF8(*text))
@@ -35,16 +35,19 @@ void showFilePicker(const ServiceContext& context, const Reply& reply)
 
 void openProjectFile(const ServiceContext& context, const std::filesystem::path& file, const Reply& reply)
 {
-    auto content = readText(file);
-    if (const auto* error = std::get_if<ReadError>(&content)) {
-        context.platform.log().print("❌ Error reading file: " + error->description);
-        context.failures->notOpened(file.filename(), error->description);
-        return reply.failed(file.filename(), error->description);
-    }
-    reply.opened(file);
-    if (const auto receiver = context.page.lock())
-        receiver->sendFileContentToPage(std::get<std::string>(std::move(content)));
-    context.platform.log().print("✅ File loaded: " + file.filename().string());
+    const auto content = std::make_shared<FileContent>();
+    context.platform.inBackground([=] { *content = readText(file); },
+                                  [=] {
+                                      if (const auto* error = std::get_if<ReadError>(content.get())) {
+                                          context.platform.log().print("❌ Error reading file: " + error->description);
+                                          context.failures->notOpened(file.filename(), error->description);
+                                          return reply.failed(file.filename(), error->description);
+                                      }
+                                      reply.opened(file);
+                                      if (const auto receiver = context.page.lock())
+                                          receiver->sendFileContentToPage(std::get<std::string>(std::move(*content)));
+                                      context.platform.log().print("✅ File loaded: " + file.filename().string());
+                                  });
 }
 
 }

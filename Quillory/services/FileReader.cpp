@@ -18,25 +18,16 @@ namespace {
 constexpr std::size_t tooLarge = std::size_t {1} << 30; // bytes
 constexpr std::size_t smallestStep = std::size_t {64} << 10; // bytes
 
-// A text becomes a script in the buffer that it was read into: room for the rest of the script and for as
-// many escapes as usual. It takes memory only when it is used.
-std::size_t roomFor(std::size_t size)
-{
-    return 128 + size / 4;
-}
-
 ReadError failure(int error)
 {
     return ReadError {std::generic_category().message(error)};
 }
 
 // `expected` is what the file system says that there is.
-std::variant<std::string, ReadError> readToEnd(int file, std::size_t expected)
+FileContent readToEnd(int file, std::size_t expected)
 {
-    std::string content;
-    content.reserve(expected + roomFor(expected));
     // One more, to meet the end.
-    content.resize(expected + 1);
+    std::string content(expected + 1, '\0');
     std::size_t length = 0;
     while (length < tooLarge) {
         if (length == content.size())
@@ -55,9 +46,15 @@ std::variant<std::string, ReadError> readToEnd(int file, std::size_t expected)
     return failure(EFBIG);
 }
 
+bool isSameVersion(const struct stat& before, const struct stat& now)
+{
+    return before.st_size == now.st_size && before.st_mtim.tv_sec == now.st_mtim.tv_sec
+        && before.st_mtim.tv_nsec == now.st_mtim.tv_nsec;
 }
 
-std::variant<std::string, ReadError> readFile(const std::filesystem::path& path)
+}
+
+FileContent readFile(const std::filesystem::path& path)
 {
     // Opening a pipe must not wait for somebody to write into it.
     const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
@@ -72,7 +69,10 @@ std::variant<std::string, ReadError> readFile(const std::filesystem::path& path)
     if (size >= tooLarge)
         return failure(EFBIG);
     try {
-        return readToEnd(file.get(), size);
+        auto content = readToEnd(file.get(), size);
+        if (auto now = status; fstat(file.get(), &now) == 0 && !isSameVersion(status, now))
+            return ReadError {localizable("The file was changed while it was read")};
+        return content;
     } catch (const std::bad_alloc&) {
         return failure(ENOMEM);
     }

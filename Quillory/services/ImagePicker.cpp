@@ -52,15 +52,19 @@ void showImagePicker(const ServiceContext& context)
 
 void openImageFile(const ServiceContext& context, const std::filesystem::path& file)
 {
-    auto content = readFile(file);
-    if (const auto* error = std::get_if<ReadError>(&content)) {
-        context.platform.log().print("❌ Error reading image: " + error->description);
-        return context.failures->notOpened(file.filename(), error->description);
-    }
-    if (const auto receiver = context.page.lock())
-        receiver->sendImageToPage(
-            {imageMimeType(file), std::make_shared<StringBytes>(std::get<std::string>(std::move(content)))});
-    context.platform.log().print("✅ Image loaded: " + file.filename().string());
+    const auto content = std::make_shared<FileContent>();
+    context.platform.inBackground(
+        [=] { *content = readFile(file); },
+        [=] {
+            if (const auto* error = std::get_if<ReadError>(content.get())) {
+                context.platform.log().print("❌ Error reading image: " + error->description);
+                return context.failures->notOpened(file.filename(), error->description);
+            }
+            if (const auto receiver = context.page.lock())
+                receiver->sendImageToPage(
+                    {imageMimeType(file), std::make_shared<StringBytes>(std::get<std::string>(std::move(*content)))});
+            context.platform.log().print("✅ Image loaded: " + file.filename().string());
+        });
 }
 
 }

@@ -7,8 +7,7 @@ namespace quillory {
 struct DataURL;
 
 // What the services can tell the page. Each call returns as soon as the page has been asked; its
-// outcome is logged when it is known. Contents are taken over, so that they can be freed before the
-// engine makes its own copy. Main thread only.
+// outcome is logged when it is known. Contents are taken over and kept until the page has them. Main thread only.
 class Page {
 public:
     virtual ~Page() = default;

@@ -61,11 +61,7 @@ void WebView::Coordinator::sendFileContentToPage(std::string content)
 
 void WebView::Coordinator::sendImageToPage(DataURL image)
 {
-    auto script = scriptForDataURL(imageCall, image);
-    // The image's bytes are not needed beside the script, which has them too.
-    // cppcheck-suppress [uselessAssignmentArg, unreadVariable]
-    image = {};
-    evaluate(imageCall, std::move(script));
+    evaluate(imageCall, scriptForDataURL(imageCall, std::move(image)));
 }
 
 void WebView::Coordinator::sendPasteContentToPage(std::string content)
@@ -94,7 +90,7 @@ void WebView::Coordinator::pageEnded()
     m_loadedPage = std::make_shared<LoadedPage>(weak_from_this());
 }
 
-void WebView::Coordinator::evaluate(const PageCall& call, std::string script)
+void WebView::Coordinator::evaluate(const PageCall& call, Script script)
 {
     const auto view = webView.lock();
     if (!view)

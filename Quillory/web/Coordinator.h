@@ -38,7 +38,7 @@ public:
 private:
     explicit Coordinator(Platform& platform);
 
-    void evaluate(const PageCall& call, std::string script);
+    void evaluate(const PageCall& call, Script script);
 
     Platform& m_platform;
     std::shared_ptr<FailureAlert> m_failures;

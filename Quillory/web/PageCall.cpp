@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <span>
+
+#include "support/StringBytes.h"
 
 namespace quillory::web {
 
@@ -24,43 +28,58 @@ constexpr char escapeLetter(char character)
     return escapeLetters[static_cast<unsigned char>(character)];
 }
 
-}
-
-void escapeForSingleQuotedScript(std::string& text, std::string_view before, std::string_view after)
+void appendEscaped(std::string& literal, std::string_view text)
 {
-    std::size_t escapes = 0;
-    for (const char character : text)
-        escapes += escapeLetter(character) != 0;
-
-    // From the end to the start, so that what is written never overtakes what is still to be read.
-    const auto length = text.size();
-    text.resize(before.size() + length + escapes + after.size());
-    const char* in = text.data() + length;
-    char* out = std::copy_backward(after.begin(), after.end(), text.data() + text.size());
-    while (in != text.data()) {
-        const char character = *--in;
-        const char letter = escapeLetter(character);
-        *--out = letter != 0 ? letter : character;
-        if (letter != 0)
-            *--out = '\\';
+    while (!text.empty()) {
+        const auto plain = static_cast<std::size_t>(std::ranges::find_if(text, escapeLetter) - text.begin());
+        literal += text.substr(0, plain);
+        text.remove_prefix(plain);
+        if (text.empty())
+            return;
+        literal += '\\';
+        literal += escapeLetter(text.front());
+        text.remove_prefix(1);
     }
-    std::copy_backward(before.begin(), before.end(), out);
 }
 
-std::string scriptForText(const PageCall& call, std::string argument)
+// The length of a piece of UTF-8 that cuts no character in two.
+std::size_t pieceLength(std::string_view text, std::size_t limit)
 {
-    escapeForSingleQuotedScript(argument, call.prefix, suffix);
-    return argument;
+    auto length = std::min(text.size(), limit);
+    while (length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
+        ++length;
+    return length;
 }
 
-std::string scriptForDataURL(const PageCall& call, const DataURL& argument)
+}
+
+Script scriptForText(const PageCall& call, std::string argument, std::size_t pieceSize)
 {
-    std::string script;
-    script.reserve(call.prefix.size() + argument.textLength() + suffix.size());
-    script += call.prefix;
-    argument.appendTo(script);
-    script += suffix;
-    return script;
+    const auto text = std::make_shared<const StringBytes>(std::move(argument));
+    const auto appendNext = [text, pieceSize, done = std::size_t {0}](std::string& literal) mutable {
+        text->forgetBefore(done);
+        const auto rest = text->view().substr(done);
+        const auto length = pieceLength(rest, pieceSize);
+        appendEscaped(literal, rest.substr(0, length));
+        done += length;
+        return length < rest.size();
+    };
+    return {call.prefix, appendNext, suffix};
+}
+
+Script scriptForDataURL(const PageCall& call, DataURL argument)
+{
+    const auto appendNext = [image = std::move(argument), done = std::size_t {0}](std::string& literal) mutable {
+        if (done == 0)
+            literal += image.head();
+        image.bytes->forgetBefore(done);
+        const auto rest = image.bytes->span().subspan(done);
+        const auto length = std::min(rest.size(), usualPiece);
+        appendBase64(literal, rest.subspan(0, length));
+        done += length;
+        return length < rest.size();
+    };
+    return {call.prefix, appendNext, suffix};
 }
 
 }

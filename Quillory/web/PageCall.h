@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/WebView.h"
 #include "services/DataURL.h"
 
 namespace quillory::web {
@@ -25,14 +26,13 @@ inline constexpr PageCall pasteContentCall {"window.handleNativePasteContent('",
 // What it calls is not logged.
 inline constexpr PageCall resultCall {"window.handleNativeResult('", {}, {}};
 
-// Makes of `text` what a single-quoted script literal needs in order to have exactly that value:
-// backslashes, apostrophes, line feeds and carriage returns get a backslash, all else stays. `before` and
-// `after` are put around it. A text that has room for all that is rewritten where it is.
-void escapeForSingleQuotedScript(std::string& text, std::string_view before, std::string_view after);
+// In bytes of the text or the image.
+inline constexpr std::size_t usualPiece = 3 << 18;
 
-// The whole script, in the buffer of `argument` if that has the room, else in one of its final size.
-std::string scriptForText(const PageCall& call, std::string argument);
-// The whole script, in one buffer of its final size.
-std::string scriptForDataURL(const PageCall& call, const DataURL& argument);
+// A call with exactly that text, valid UTF-8: backslashes, apostrophes, line feeds and carriage returns get a
+// backslash, all else stays.
+Script scriptForText(const PageCall& call, std::string argument, std::size_t pieceSize = usualPiece);
+// A call with the data URL as its text.
+Script scriptForDataURL(const PageCall& call, DataURL argument);
 
 }

@@ -1,10 +1,12 @@
 """What goes wrong is said, what was there before stays whole, and the program goes on: disks, and partners that end."""
 import array
+import errno
 import json
 import os
 import pathlib
 import re
 import signal
+import struct
 import subprocess
 import time
 
@@ -22,8 +24,8 @@ PANEL_GONE = "quillory: the desktop's file panel has gone, nothing was chosen"
 SENT = re.compile("^✅ .* sent to JavaScript$")
 
 
-def mount(folder, *arguments):
-    if subprocess.run(["mount", *arguments, folder], capture_output=True).returncode != 0:
+def mount(folder, *arguments, **options):
+    if subprocess.run(["mount", *arguments, folder], capture_output=True, **options).returncode != 0:
         pytest.skip("only root may mount a file system")
 
 
@@ -42,6 +44,37 @@ def folder(tmp_path):
     folder.mkdir()
     yield folder
     subprocess.run(["umount", "-l", folder], capture_output=True)
+
+
+def answer_until_read(fuse):
+    """Serves a FUSE file system in which every name is a file, until the first of them is read."""
+    file, folder = (struct.pack("<6Q10I", node, 5000, 0, 0, 0, 0, 0, 0, 0, mode, 1, 0, 0, 0, 4096, 0)
+                    for node, mode in ((2, 0o100644), (1, 0o40755)))
+    answers = {26: struct.pack("<4I2H2I2H32x", 7, 31, 0, 0, 0, 0, 4096, 0, 0, 0),  # what both understand
+               1: struct.pack("<5Q", 2, 0, 60, 60, 0) + file,  # a name
+               14: bytes(16)}  # opened
+    while True:
+        _, what, number, node = struct.unpack_from("<2I2Q", os.read(fuse, 1 << 20))
+        if what == 15:
+            return
+        answer = answers.get(what) if what != 3 else struct.pack("<2Q", 60, 0) + (file if node == 2 else folder)
+        os.write(fuse, struct.pack("<IiQ", 16 + len(answer or b""), 0 if answer else -errno.ENOSYS, number) + (answer or b""))
+
+
+def test_a_file_system_that_does_not_answer_holds_nobody_up(launch, desktop, portal, folder):
+    app = launch(env=Portal.ENVIRONMENT)
+    with open("/dev/fuse", "r+b", 0) as fuse:
+        options = f"fd={fuse.fileno()},rootmode=40000,user_id=0,group_id=0"
+        mount(folder, "-i", "-t", "fuse", "-o", options, "stuck", pass_fds=[fuse.fileno()])
+        app.post("nativeImagePicker", None)
+        portal.choose(folder / "a.png")
+        answer_until_read(fuse.fileno())
+        app.post("nativeCopy", {"data": "x"})
+        app.log.wait("📋 Copied to native pasteboard")
+        app.process.terminate()
+        # The system keeps the thread that reads; the program is gone.
+        desktop.wait_no_window("Quillory")
+        wait_ended([app.process.pid])
 
 
 @pytest.mark.parametrize("disk", ["disk", "disk that cannot reserve space"])

@@ -1,9 +1,9 @@
 // Texts of the web engine: what follows the first comma is decoded as the definition says, and a text that is escaped
 // into a script, whole or in pieces, is the same text in the page.
 #include "check.h"
+#include "fake/FakePlatform.h"
 #include "fake/PlainValue.h"
 #include "platform/gtk/web/JSCValue.h"
-#include "platform/gtk/web/ScriptQueue.h"
 #include "support/UTF8.h"
 #include "web/PageCall.h"
 
@@ -37,20 +37,17 @@ void checkDecoding(const std::string& text)
 
 void checkCall(const std::string& text)
 {
-    const auto script = web::scriptForText(web::fileContentCall, text);
     evaluate("globalThis.window = {handleNativeFileContent(text) { window.text = text; }}; 0");
-    evaluate(script);
+    evaluate(fake::whole(web::scriptForText(web::fileContentCall, text)));
     check(evaluate("window.text") == text, "the page has another text");
 
-    const auto call = gtk::literalCall(script);
-    check(call.has_value(), "the script is not taken for a call with one text");
     for (const std::size_t limit : {1U, 2U, 3U, 7U}) {
         evaluate("window.text = ''");
-        for (auto rest = call->text; !rest.empty();) {
-            const auto length = gtk::literalPieceLength(rest, limit);
-            check(length > 0, "a piece is empty");
-            evaluate("window.text += '" + std::string(rest.substr(0, length)) + "'; 0");
-            rest.remove_prefix(length);
+        const auto script = web::scriptForText(web::fileContentCall, text, limit);
+        for (bool goesOn = true; goesOn;) {
+            std::string piece;
+            goesOn = script.appendNext(piece);
+            evaluate("window.text += '" + piece + "'; 0");
         }
         check(evaluate("window.text") == text, "the pieces make another text");
     }

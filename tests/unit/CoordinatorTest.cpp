@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "TemporaryFolder.h"
 #include "fake/FakePlatform.h"
 #include "fake/PlainValue.h"
@@ -322,7 +324,7 @@ TEST_F(CoordinatorTest, HandsAProjectFileToThePageIfItIsText)
         post("nativeFilePicker");
         EXPECT_EQ(choose(folder.write("p", content)).back(), "✅ File loaded: p");
         EXPECT_EQ(platform.steps.at(1), "evaluate");
-        EXPECT_THAT(view->scripts, ElementsAre(scriptForText(fileContentCall, content)));
+        EXPECT_THAT(view->scripts, ElementsAre(fake::whole(scriptForText(fileContentCall, content))));
     }
     post("nativeFilePicker");
     EXPECT_EQ(choose(folder.write("p", "not \xFF")).back(), "❌ Error reading file: The file is not valid UTF-8 text");
@@ -358,6 +360,17 @@ TEST_F(CoordinatorTest, ReadsRegularFilesToTheEndAndNothingElse)
     post("nativeFilePicker");
     choose("/proc/kallsyms");
     EXPECT_THAT(view->scripts, ElementsAre(testing::SizeIs(testing::Gt(1U << 20))));
+}
+
+TEST_F(CoordinatorTest, RefusesAFileThatIsWrittenToMeanwhile)
+{
+    const auto path = folder.write("a.json", std::string(64 << 20, ' '));
+    const std::jthread writer([&](const std::stop_token& stop) {
+        for (std::ofstream file(path, std::ios::app); !stop.stop_requested();)
+            file << ' ' << std::flush;
+    });
+    post("nativeFilePicker");
+    EXPECT_EQ(choose(path).back(), "❌ Error reading file: The file was changed while it was read");
 }
 
 TEST_F(CoordinatorTest, OpensDroppedFilesAsTheirPickersWould)

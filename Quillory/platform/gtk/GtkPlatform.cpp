@@ -114,6 +114,11 @@ std::shared_ptr<quillory::Alert> GtkPlatform::makeAlert()
     return std::make_shared<Alert>(m_application);
 }
 
+void GtkPlatform::inBackground(std::function<void()> work, std::function<void()> done)
+{
+    m_backgroundQueue.add(std::move(work), std::move(done));
+}
+
 std::unique_ptr<quillory::Timer> GtkPlatform::scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                                                             std::function<void()> block)
 {

@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 #include "platform/gtk/application/Accessibility.h"
 #include "platform/gtk/application/Application.h"
+#include "platform/gtk/application/BackgroundQueue.h"
 #include "platform/gtk/application/MainQueue.h"
 #include "platform/gtk/application/Workspace.h"
 #include "platform/gtk/clipboard/Pasteboard.h"
@@ -38,6 +39,7 @@ public:
     std::shared_ptr<quillory::OpenPanel> makeOpenPanel() override;
     std::shared_ptr<quillory::Alert> makeAlert() override;
 
+    void inBackground(std::function<void()> work, std::function<void()> done) override;
     std::unique_ptr<quillory::Timer> scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                                                    std::function<void()> block) override;
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) override;
@@ -50,6 +52,7 @@ private:
     posix::StandardLog m_log;
     posix::InstalledBundle m_bundle;
     MainQueue m_mainQueue;
+    BackgroundQueue m_backgroundQueue;
     Application m_application;
     Pasteboard m_pasteboard;
     std::unique_ptr<HotkeyBackend> m_hotkeyBackend;

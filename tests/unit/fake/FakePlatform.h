@@ -15,6 +15,13 @@ namespace quillory::fake {
 
 using Steps = std::vector<std::string>;
 
+inline std::string whole(const Script& script)
+{
+    std::string text(script.head);
+    while (script.appendNext(text)) { }
+    return text += script.tail;
+}
+
 inline std::string text(Size size)
 {
     return std::to_string(static_cast<int>(size.width)) + "x" + std::to_string(static_cast<int>(size.height));
@@ -89,10 +96,10 @@ struct FakeWebView final : WebView, Recorder {
     {
         step("load " + page.filename().string() + " of " + readAccessRoot.filename().string());
     }
-    void evaluateJavaScript(std::string script, EvaluationCompletion completion) override
+    void evaluateJavaScript(Script script, EvaluationCompletion completion) override
     {
         step("evaluate");
-        scripts.push_back(std::move(script));
+        scripts.push_back(whole(script));
         completions.push_back(std::move(completion));
     }
     void setFileDropHandler(FileDropHandler handler) override { dropFiles = std::move(handler); }
@@ -319,6 +326,11 @@ struct FakePlatform : Platform,
     std::shared_ptr<SavePanel> makeSavePanel() override { return std::make_shared<FakePanel>(panels); }
     std::shared_ptr<OpenPanel> makeOpenPanel() override { return std::make_shared<FakePanel>(panels); }
     std::shared_ptr<Alert> makeAlert() override { return std::make_shared<FakePanel>(alerts); }
+    void inBackground(std::function<void()> work, std::function<void()> done) override
+    {
+        work();
+        done();
+    }
     std::unique_ptr<Timer> scheduleTimer(std::chrono::milliseconds interval, bool repeats,
                                          std::function<void()> block) override
     {

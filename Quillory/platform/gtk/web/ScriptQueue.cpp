@@ -10,7 +10,6 @@ namespace quillory::gtk {
 
 namespace {
 
-constexpr std::size_t pieceSize = 1 << 20;
 // One is being evaluated, one is on its way.
 constexpr int mostPiecesUnderWay = 2;
 
@@ -27,19 +26,6 @@ constexpr std::string_view wholeText =
 // Nobody wants a script's value, and not every value can be handed over. With one that always can, no
 // value means that the page's process did not live to the end of the script.
 constexpr std::string_view plainValue = "\n0";
-
-bool isEscaped(std::string_view text, std::size_t position)
-{
-    std::size_t backslashes = 0;
-    while (backslashes < position && text[position - backslashes - 1] == '\\')
-        ++backslashes;
-    return backslashes % 2 == 1;
-}
-
-bool continuesCharacter(char byte)
-{
-    return (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-}
 
 std::string describe(const GError& error)
 {
@@ -82,41 +68,14 @@ std::string& join(std::string& script, std::string_view head, std::string_view t
 // One script on its way in pieces.
 struct ScriptQueue::Transfer {
     Entry entry;
-    LiteralCall call;
-    std::size_t sent = 0;
+    std::optional<std::string> next; // piece
+    bool isLast = false; // the next one
+    bool hasBegun = false;
     int piecesUnderWay = 0;
     std::string buffer;
 };
 
-std::optional<LiteralCall> literalCall(std::string_view script)
-{
-    constexpr std::string_view end = "');";
-    const auto start = script.find('\'');
-    if (start == std::string_view::npos || !script.ends_with(end) || script.size() - end.size() <= start)
-        return std::nullopt;
-    const auto text = script.substr(start + 1, script.size() - end.size() - start - 1);
-    if (isEscaped(text, text.size()))
-        return std::nullopt;
-    for (auto quote = text.find('\''); quote != std::string_view::npos; quote = text.find('\'', quote + 1)) {
-        if (!isEscaped(text, quote))
-            return std::nullopt;
-    }
-    return LiteralCall {script.substr(0, start), text, script.substr(script.size() - end.size() + 1)};
-}
-
-std::size_t literalPieceLength(std::string_view text, std::size_t limit)
-{
-    if (text.size() <= limit)
-        return text.size();
-    std::size_t length = limit;
-    while (length > 0 && continuesCharacter(text[length]))
-        --length;
-    if (length > 0 && isEscaped(text, length))
-        --length;
-    return length > 0 ? length : text.size();
-}
-
-void ScriptQueue::evaluate(WebKitWebView* view, std::string script, Completion completion)
+void ScriptQueue::evaluate(WebKitWebView* view, Script script, Completion completion)
 {
     m_waiting.push_back({std::move(script), std::move(completion)});
     sendWaiting(view);
@@ -127,40 +86,43 @@ void ScriptQueue::sendWaiting(WebKitWebView* view)
     while (!m_transfer && !m_waiting.empty()) {
         auto entry = std::move(m_waiting.front());
         m_waiting.pop_front();
-        if (entry.script.size() > pieceSize) {
-            m_transfer = std::make_shared<Transfer>(Transfer {.entry = std::move(entry), .call = {}, .buffer = {}});
-            if (const auto call = literalCall(m_transfer->entry.script)) {
-                m_transfer->call = *call;
-                return sendPieces(view);
-            }
-            entry = std::move(std::exchange(m_transfer, nullptr)->entry);
+        std::string text;
+        if (entry.script.appendNext(text)) {
+            m_transfer =
+                std::make_shared<Transfer>(Transfer {.entry = std::move(entry), .next = std::move(text), .buffer = {}});
+            return sendPieces(view);
         }
-        entry.script += plainValue;
-        send(view, entry.script, reportTo(std::move(entry.completion)));
+        std::string script;
+        join(script, entry.script.head, text, entry.script.tail) += plainValue;
+        send(view, script, reportTo(std::move(entry.completion)));
     }
 }
 
 void ScriptQueue::sendPieces(WebKitWebView* view)
 {
     const auto transfer = m_transfer;
-    const auto& [head, text, tail] = transfer->call;
-    while (transfer->sent < text.size() && transfer->piecesUnderWay < mostPiecesUnderWay) {
-        const auto rest = text.substr(transfer->sent);
-        const auto piece = rest.substr(0, literalPieceLength(rest, pieceSize));
-        if (transfer->sent == 0)
-            send(view, prepare, [](auto*, const auto&) {});
-        send(view, join(transfer->buffer, pieceHead, piece, pieceTail),
+    const auto& script = transfer->entry.script;
+    if (!std::exchange(transfer->hasBegun, true))
+        send(view, prepare, [](auto*, const auto&) {});
+    while (transfer->next && transfer->piecesUnderWay < mostPiecesUnderWay) {
+        send(view, join(transfer->buffer, pieceHead, *transfer->next, pieceTail),
              [self = shared_from_this(), transfer](WebKitWebView* source, auto error) {
                  --transfer->piecesUnderWay;
                  self->pieceEvaluated(source, *transfer, std::move(error));
              });
-        transfer->sent += piece.size();
         ++transfer->piecesUnderWay;
+        if (transfer->isLast) {
+            transfer->next.reset();
+        } else {
+            transfer->next->clear();
+            transfer->isLast = !script.appendNext(*transfer->next);
+        }
     }
-    if (transfer->sent < text.size())
+    if (transfer->next)
         return;
     // What became of the last pieces shows in the call, which cannot do without them.
-    join(transfer->buffer, head, wholeText, tail) += plainValue;
+    const auto head = script.head.substr(0, script.head.size() - 1);
+    join(transfer->buffer, head, wholeText, script.tail.substr(1)) += plainValue;
     send(view, transfer->buffer, reportTo(std::move(transfer->entry.completion)));
     m_transfer.reset();
     sendWaiting(view);

@@ -6,23 +6,10 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "platform/WebView.h"
 
 namespace quillory::gtk {
-
-// A script that is one call with one long text literal in apostrophes, taken apart: head 'text' tail.
-struct LiteralCall {
-    std::string_view head;
-    std::string_view text; // as it is written, escapes included
-    std::string_view tail;
-};
-std::optional<LiteralCall> literalCall(std::string_view script);
-
-// The length of a piece of `text`, at most `limit` bytes unless there is nothing shorter, that is a
-// literal in its own right: no escape and no character is cut in two.
-std::size_t literalPieceLength(std::string_view text, std::size_t limit);
 
 // Hands scripts to the page in their order. The engine holds several copies of a script on its way, so
 // a call with a long text goes there in pieces, which the page puts together: what is on its way is then
@@ -33,11 +20,11 @@ public:
     using Completion = quillory::WebView::EvaluationCompletion;
 
     // `completion` is called once, on a later turn.
-    void evaluate(WebKitWebView* view, std::string script, Completion completion);
+    void evaluate(WebKitWebView* view, Script script, Completion completion);
 
 private:
     struct Entry {
-        std::string script;
+        Script script;
         Completion completion;
     };
     struct Transfer;

@@ -150,7 +150,7 @@ void WebView::load()
         webkit_web_view_load_uri(m_view.get(), m_uri.get());
 }
 
-void WebView::evaluateJavaScript(std::string script, EvaluationCompletion completion)
+void WebView::evaluateJavaScript(Script script, EvaluationCompletion completion)
 {
     m_scripts->evaluate(m_view.get(), std::move(script), std::move(completion));
 }

@@ -25,7 +25,7 @@ public:
     void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
     void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
     void setPageEndHandler(std::function<void()> handler) override { m_pageEndHandler = std::move(handler); }
-    void evaluateJavaScript(std::string script, EvaluationCompletion completion) override;
+    void evaluateJavaScript(Script script, EvaluationCompletion completion) override;
 
     // Gives the page the time to keep its work; `closed` is called when it has, which it may never do.
     void close(std::function<void()> closed) { closePage(m_view.get(), std::move(closed)); }
