@@ -10,6 +10,7 @@ import subprocess
 import tempfile
 import time
 
+import screen
 from rig import MEBIBYTE, TimedLog, ready
 
 # One figure of one run. `limit` is the ratio that must not be exceeded, negative if it must be reached;
@@ -41,6 +42,22 @@ _orders = itertools.cycle([(0, 1), (1, 0)])
 
 
 def start(rig):
+    yield from first_script(rig)
+    yield from second_frame(rig)
+
+
+def second_frame(rig):
+    """The editor as it is seen; beside Chromium with the same page where that is installed."""
+    seen, rate, memory = screen.start(rig.build)
+    theirs = screen.start(rig.build, chromium=True) if screen.CHROMIUM else (0, 0, 0)
+    beside = "beside Chromium" if screen.CHROMIUM else "alone, there is no Chromium"
+    limits = (1, -1) if screen.CHROMIUM else (None, None)
+    return [Figure(f"Start: exec to the editor's second frame, {beside}", "ms", milliseconds(seen), milliseconds(theirs[0]), limits[0]),
+            Figure(f"Start: frames of a drag on the screen, {beside}", "1/s", rate, theirs[1], limits[1]),
+            Figure(f"Start: memory of all processes with the editor, {beside}", "MiB", memory, theirs[2])]
+
+
+def first_script(rig):
     def one(program):
         with program:
             line, _ = program.log.wait(re.compile("Tready"))
@@ -356,7 +373,7 @@ def hotkey(presses):
 
 
 def all_jobs():
-    yield Job("start", start)
+    yield Job("start", lambda rig: list(start(rig)))
     for mebibytes in (16, 64, 256):
         yield Job(f"export-{mebibytes}", export(mebibytes))
     for mebibytes in (16, 64, 256):

@@ -176,7 +176,7 @@ class Desktop(Session):
     def _start_display(self):
         read, write = os.pipe()
         self.display = self.start("Xvfb", "-displayfd", str(write), "-screen", "0", self._screen, "-nolisten", "tcp",
-                                  "-noreset", pass_fds=[write])
+                                  "-noreset", "-fbdir", self.home, pass_fds=[write])
         os.close(write)
         with os.fdopen(read) as number:
             self.env["DISPLAY"] = ":" + number.readline().strip()
