@@ -19,7 +19,7 @@ import { proportions } from "./properties";
 import { hasShell, listenToShell, shell } from "./shell";
 import { Rulers } from "./rulers";
 import { showShortcuts } from "./shortcuts";
-import { $, announce, Cancelled, openDialog, tell, tellError, withProgress } from "./ui";
+import { $, announce, Cancelled, openDialog, painted, tell, tellError, withProgress } from "./ui";
 
 translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
 
@@ -265,9 +265,9 @@ listenToShell(
   tellFailure,
 );
 $("no-shell").hidden = hasShell();
-startAutosave();
 update();
 stage.host.focus();
+void painted().then(startAutosave); // the page is seen first
 
 function startAutosave(): void {
   guarded(async () => {

@@ -1,12 +1,16 @@
-// Objects that are drawn as a whole first: where parts of a partly transparent one overlap, none is to shine through
-// another. They go on a sheet as large as what can be seen of them, and nothing is kept of it: memory stays within what
+// Objects that are drawn as a whole first: where parts of one that is partly transparent, blended or throws a shadow
+// overlap, none is to show through another. They go on a sheet as large as what can be seen of them, and nothing is kept of it: memory stays within what
 // is on the screen or in a picture, whatever size an object says it has. All other objects are drawn directly, which is
 // fast and sharp at every scale.
 import { type FabricObject, FabricImage, FabricObject as Base, Group } from "fabric";
 import { drawnBox, visiblePart } from "./bounds";
 
+/** Whether an object changes the colours below it, instead of covering them. */
+export const isBlended = (o: FabricObject): boolean =>
+  o.globalCompositeOperation !== "source-over" || (o instanceof Group && o.getObjects().some(isBlended));
+
 const isWhole = (o: FabricObject): boolean =>
-  (o.opacity < 1 || !!o.shadow) && (o instanceof Group || ((o.hasFill() || o instanceof FabricImage) && o.hasStroke()));
+  (o.opacity < 1 || !!o.shadow || isBlended(o)) && (o instanceof Group || ((o.hasFill() || o instanceof FabricImage) && o.hasStroke()));
 
 const KEPT = 2;
 const MAX_KEPT_PIXELS = 2 ** 22;

@@ -100,7 +100,7 @@ class PageCanvas extends Canvas {
     const [first, last] = changing;
     const [below, above] = [objects.slice(0, first), objects.slice(last + 1)];
     const draw = (layer: CanvasRenderingContext2D, still: FabricObject[]) => super._renderObjects(layer, still);
-    if (!this.#still?.shows(ctx, below, above)) this.#still = new StillLayers(ctx, below, above, draw);
+    if (!this.#still?.shows(ctx, this.page, below, above)) this.#still = new StillLayers(ctx, this.page, below, above, draw);
     this.#still.drawBelow(ctx);
     draw(ctx, objects.slice(first, last + 1));
     this.#still.drawAbove(ctx);
@@ -115,9 +115,10 @@ class PageCanvas extends Canvas {
     ctx.fillStyle = this.page.background ?? "transparent";
     ctx.fillRect(0, 0, canvas.width, canvas.height);
     ctx.scale(scale, scale);
-    this.skipOffscreen = false;
+    const { viewportTransform } = this; // shadows follow it
+    Object.assign(this, { skipOffscreen: false, viewportTransform: [scale, 0, 0, scale, 0, 0] });
     super._renderObjects(ctx, this._objects);
-    this.skipOffscreen = true;
+    Object.assign(this, { skipOffscreen: true, viewportTransform });
     return canvas;
   }
 

@@ -1,5 +1,7 @@
-// What lies below and above an object that is being changed by hand: drawn once, and then shown as pictures.
+// What lies below and above an object that is being changed by hand: drawn once, and then shown as pictures. What is above
+// and blends with what is below it is drawn anew each time.
 import type { FabricObject } from "fabric";
+import { isBlended } from "./sheets";
 
 type Draw = (ctx: CanvasRenderingContext2D, objects: FabricObject[]) => void;
 
@@ -11,34 +13,42 @@ const placeOf = (ctx: CanvasRenderingContext2D): number[] => {
 
 export class StillLayers {
   readonly #place: number[];
-  readonly #pictures: (HTMLCanvasElement | undefined)[];
+  readonly #below: HTMLCanvasElement;
+  readonly #above: HTMLCanvasElement | undefined;
 
-  constructor(ctx: CanvasRenderingContext2D, private readonly below: FabricObject[], private readonly above: FabricObject[], draw: Draw) {
+  /** `ctx` shows the page's background; `page` is what that depends on. */
+  constructor(
+    ctx: CanvasRenderingContext2D, private readonly page: unknown, private readonly below: FabricObject[],
+    private readonly above: FabricObject[], private readonly draw: Draw,
+  ) {
     this.#place = placeOf(ctx);
-    this.#pictures = [below, above].map((objects) => {
-      if (objects.length === 0) return undefined;
-      const canvas = document.createElement("canvas");
-      [canvas.width, canvas.height] = [ctx.canvas.width, ctx.canvas.height];
-      const layer = canvas.getContext("2d")!;
-      layer.setTransform(ctx.getTransform());
-      draw(layer, objects);
-      return canvas;
-    });
+    this.#below = this.#picture(ctx, below, ctx.canvas);
+    if (!above.some(isBlended)) this.#above = this.#picture(ctx, above);
+  }
+
+  #picture(ctx: CanvasRenderingContext2D, objects: FabricObject[], background?: HTMLCanvasElement): HTMLCanvasElement {
+    const canvas = document.createElement("canvas");
+    [canvas.width, canvas.height] = [ctx.canvas.width, ctx.canvas.height];
+    const layer = canvas.getContext("2d")!;
+    if (background) layer.drawImage(background, 0, 0);
+    layer.setTransform(ctx.getTransform());
+    this.draw(layer, objects);
+    return canvas;
   }
 
   /** Whether these objects are the ones in the pictures, seen from the same place. */
-  shows(ctx: CanvasRenderingContext2D, below: FabricObject[], above: FabricObject[]): boolean {
-    return same(this.#place, placeOf(ctx)) && same(this.below, below) && same(this.above, above);
+  shows(ctx: CanvasRenderingContext2D, page: unknown, below: FabricObject[], above: FabricObject[]): boolean {
+    return page === this.page && same(this.#place, placeOf(ctx)) && same(this.below, below) && same(this.above, above);
   }
 
   drawBelow(ctx: CanvasRenderingContext2D): void {
-    this.#draw(ctx, this.#pictures[0]);
+    this.#show(ctx, this.#below);
   }
   drawAbove(ctx: CanvasRenderingContext2D): void {
-    this.#draw(ctx, this.#pictures[1]);
+    if (this.#above) this.#show(ctx, this.#above);
+    else this.draw(ctx, this.above);
   }
-  #draw(ctx: CanvasRenderingContext2D, picture: HTMLCanvasElement | undefined): void {
-    if (!picture) return;
+  #show(ctx: CanvasRenderingContext2D, picture: HTMLCanvasElement): void {
     ctx.save();
     ctx.setTransform(1, 0, 0, 1, 0, 0);
     ctx.drawImage(picture, 0, 0);

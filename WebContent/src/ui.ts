@@ -42,7 +42,8 @@ export class Cancelled extends Error {}
 
 const PROGRESS_AFTER = 500;
 const PAINT_EVERY = 100; // ms: how long a click on Cancel may wait
-const painted = (): Promise<void> =>
+/** Waits until the page was painted. */
+export const painted = (): Promise<void> =>
   new Promise((resolve) => {
     requestAnimationFrame(() => setTimeout(resolve));
     setTimeout(resolve, 100); // a hidden window paints no frames
