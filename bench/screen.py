@@ -6,9 +6,9 @@ import struct
 import tempfile
 import time
 
+from rig import MEBIBYTE, Program  # first: it knows where the tests' modules are
 from application import InstallTree
 from desktop import Desktop
-from rig import MEBIBYTE, Program
 
 MARK = (255, 0, 254)
 # Shows a square when the editor has drawn two frames, then drags a shape and changes the square with each frame.
