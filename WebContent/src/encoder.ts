@@ -1,7 +1,6 @@
 // Makes a file of rows of pixels as they come; runs in a worker, beside the page.
 import type { EncoderRequest, EncoderResponse, PictureInfo } from "./encoding";
 
-const JPEG_QUALITY = 0.95;
 
 interface Encoder {
   add(pixels: ArrayBufferLike): Promise<void> | void;
@@ -136,11 +135,13 @@ class Png extends Deflated {
 }
 
 class Jpeg implements Encoder {
+  readonly #quality: number;
   readonly #canvas: OffscreenCanvas;
   readonly #ctx: OffscreenCanvasRenderingContext2D;
   #top = 0;
 
-  constructor({ width, height }: PictureInfo) {
+  constructor({ width, height, quality }: PictureInfo) {
+    this.#quality = quality;
     this.#canvas = new OffscreenCanvas(width, height);
     this.#ctx = this.#canvas.getContext("2d", { willReadFrequently: true })!;
   }
@@ -150,7 +151,7 @@ class Jpeg implements Encoder {
     this.#top += strip.height;
   }
   end(): Promise<Blob> {
-    return this.#canvas.convertToBlob({ type: "image/jpeg", quality: JPEG_QUALITY });
+    return this.#canvas.convertToBlob({ type: "image/jpeg", quality: this.#quality });
   }
 }
 

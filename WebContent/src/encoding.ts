@@ -7,6 +7,8 @@ export interface PictureInfo {
   width: number;
   height: number;
   isOpaque: boolean;
+  /** Of JPEG, from 0 to 1. */
+  quality: number;
 }
 /** First what the picture is, then rows of RGBA pixels as often as there are some, then the end. */
 export type EncoderRequest = PictureInfo | { pixels: ArrayBufferLike } | "end";

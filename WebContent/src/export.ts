@@ -14,11 +14,14 @@ export interface ExportOptions {
   format: Format;
   /** Pixels per page unit. */
   scale: number;
+  /** Of JPEG, from 0 to 1. */
+  quality?: number;
 }
 /** Called as often as there is something to show of what is done, of `total`; throws to stop. */
 export type Step = (done: number, total: number) => Promise<void>;
 
 const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf", svg: "svg" } as const;
+const JPEG_QUALITY = 0.95;
 const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
 const PDF_MIN_SCALE = 2; // 192 pixels an inch, so that paper shows no steps
 /** JPEG files are made of all pixels at once, four bytes each. */
@@ -37,7 +40,7 @@ function checkSize(page: PageData, { format, scale }: ExportOptions): void {
 }
 
 /** A worker compresses one strip while the next is drawn; it ends when the file is made or the work is given up. */
-async function encode(picture: PagePicture, kind: Kind, step: (share: number) => Promise<void>): Promise<Blob> {
+async function encode(picture: PagePicture, kind: Kind, step: (share: number) => Promise<void>, quality = JPEG_QUALITY): Promise<Blob> {
   const { width, height, stripHeight } = picture;
   const worker = new Worker("encoder.js");
   const ask = (request: EncoderRequest, moved: Transferable[] = []): Promise<EncoderResponse> =>
@@ -47,7 +50,7 @@ async function encode(picture: PagePicture, kind: Kind, step: (share: number) =>
       worker.postMessage(request, moved);
     });
   try {
-    let taken = ask({ kind, width, height, isOpaque: picture.isOpaque });
+    let taken = ask({ kind, width, height, isOpaque: picture.isOpaque, quality });
     for (let top = 0; top < height; top += stripHeight) {
       await step(top / height);
       const rows = Math.min(stripHeight, height - top);
@@ -106,7 +109,7 @@ export async function exportPages(
     await step(i, pages.length);
     const share = (done: number): Promise<void> => step(i + done, pages.length);
     const file = format === "svg" ? await writeSvg(page)
-      : await encode(await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : ""), format, share);
+      : await encode(await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : ""), format, share, options.quality);
     files.push({ filename: names[i]!, data: await readAsDataURL(file) });
   }
   return files;

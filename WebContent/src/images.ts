@@ -1,5 +1,5 @@
 // The images of the project: each file is kept once, decoded once, and named by the objects that show it.
-import { classRegistry, FabricImage, type ObjectEvents } from "fabric";
+import { Canvas2dFilterBackend, classRegistry, FabricImage, filters, type ObjectEvents, setFilterBackend } from "fabric";
 import { enterCropMode } from "fabric/extensions";
 import { t } from "./language";
 import { type Assets, imageType } from "./project";
@@ -64,10 +64,29 @@ class ImageStore {
 
 export const images = new ImageStore();
 
+setFilterBackend(new Canvas2dFilterBackend()); // the other one cuts off what is larger than a texture
+export const ADJUSTMENTS = ["brightness", "contrast", "saturation"] as const;
+export type Adjustment = (typeof ADJUSTMENTS)[number];
+const KEPT_ADJUSTED = 4;
+/** The pixels of images as they were adjusted last: an object is made anew at many occasions. */
+const adjusted = new Map<string, HTMLCanvasElement>();
+
+function colourMatrix(brightness: number, contrast: number, saturation: number): number[] {
+  const offset = brightness - contrast / 2;
+  const row = (own: number): number[] =>
+    [0.2126, 0.7152, 0.0722].map((light, i) => (1 + contrast) * (i === own ? 1 + saturation - saturation * light : -saturation * light));
+  return [...row(0), 0, offset, ...row(1), 0, offset, ...row(2), 0, offset, 0, 0, 0, 1, 0] as number[];
+}
+
 /** An image object that holds the name of its image instead of the image's data. */
 export class AssetImage extends FabricImage {
   static override type = "Image";
+  static override customProperties: string[] = [...ADJUSTMENTS];
   declare asset: string;
+  /** From -1 to 1; left out, or 0, as in the image itself. */
+  declare brightness?: number;
+  declare contrast?: number;
+  declare saturation?: number;
   #cropping = false;
 
   // eslint-disable-next-line @typescript-eslint/no-explicit-any
@@ -88,10 +107,28 @@ export class AssetImage extends FabricImage {
 
   static override async fromObject(data: Record<string, unknown>): Promise<AssetImage> {
     const { type: _, ...options } = data;
-    return new AssetImage(images.element(data.asset as string), options);
+    const image = new AssetImage(images.element(data.asset as string), options);
+    if (ADJUSTMENTS.some((key) => image[key])) image.adjust();
+    return image;
+  }
+  /** Applies brightness, contrast and saturation. */
+  adjust(): void {
+    const { brightness = 0, contrast = 0, saturation = 0 } = this;
+    this.applyFilters([]); // what was applied may be another image's as well
+    if (brightness || contrast || saturation) {
+      const name = [images.element(this.asset).src, brightness, contrast, saturation].join();
+      const known = adjusted.get(name);
+      if (known) this._element = known;
+      else {
+        this.applyFilters([new filters.ColorMatrix({ matrix: colourMatrix(brightness, contrast, saturation) })]);
+        adjusted.set(name, this._element as HTMLCanvasElement);
+      }
+      for (const [old] of adjusted) if (adjusted.size > KEPT_ADJUSTED) adjusted.delete(old);
+    }
+    this.set("dirty", true);
   }
   override getSvgSrc(): string {
-    return images.assets[this.asset] ?? "";
+    return this._element instanceof HTMLCanvasElement ? this._element.toDataURL() : (images.assets[this.asset] ?? "");
   }
   override getSrc(): string {
     return ""; // toObject asks for it; the data stays in the store

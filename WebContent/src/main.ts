@@ -11,7 +11,7 @@ import { announceSelection, type Commands, KEYS, listenToKeyboard } from "./keyb
 import { language, t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
 import { UNTITLED } from "./names";
-import { listenToNumberFields } from "./numbers";
+import { fieldNumber, listenToNumberFields } from "./numbers";
 import { SHAPES } from "./objects";
 import { type Project, readProject } from "./project";
 import { ProjectFile } from "./projectFile";
@@ -100,7 +100,7 @@ async function exportProject(): Promise<void> {
   $("export").querySelector<HTMLInputElement>(":checked")?.focus();
   if ((await answer) !== "export") return;
   const form = new FormData($<HTMLFormElement>("export-form"));
-  const options = { format: form.get("format") as Format, scale: Number(form.get("scale")) };
+  const options = { format: form.get("format") as Format, scale: Number(form.get("scale")), quality: (fieldNumber($("export-quality")) ?? 95) / 100 };
   const which = { all: editor.state.pages, this: [editor.pageData], selection: [selection ?? editor.pageData] }[String(form.get("pages"))]!;
   const chosen = form.has("transparent") ? which.map((page) => ({ ...page, background: null })) : which;
   const pixels = chosen.reduce((sum, p) => sum + p.width * p.height * options.scale ** 2, 0);

@@ -120,6 +120,7 @@ const LETTERS: Record<string, Check> = {
   ...PAINT, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
   fontStyle: oneOf("normal", "italic"), underline: bool,
 };
+const share = unusual(0, number(-1, 1));
 const KINDS: Record<Kind, Record<string, Check>> = {
   Rect: { ...PAINT, fill: paint, width: size, height: size, rx: size, ry: size },
   Ellipse: { ...PAINT, fill: paint, rx: size, ry: size },
@@ -129,7 +130,7 @@ const KINDS: Record<Kind, Record<string, Check>> = {
   Textbox: {
     ...LETTERS, fill: paint, charSpacing: unusual(0, number(-1000, 10_000)), text: text(1e6), width: size, textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
   },
-  Image: { ...STROKE, asset: text(200), width: size, height: size, cropX: unusual(0, size), cropY: unusual(0, size) },
+  Image: { ...STROKE, asset: text(200), width: size, height: size, cropX: unusual(0, size), cropY: unusual(0, size), brightness: share, contrast: share, saturation: share },
   Group: { objects: list, width: size, height: size },
 };
 const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Path: "path", Image: "asset", Group: "objects" };

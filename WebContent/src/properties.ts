@@ -1,6 +1,7 @@
 // What can be read and changed of objects by a field of the inspector.
 import type { FabricImage, FabricObject, Rect } from "fabric";
 import { bakeScale } from "./objects";
+import { type Adjustment, ADJUSTMENTS, type AssetImage } from "./images";
 import type { CanvasLine } from "./line";
 import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf } from "./paint";
 import type { Star } from "./star";
@@ -68,6 +69,11 @@ const crop = (key: "cropX" | "cropY" | "width" | "height"): Property =>
     const most = { cropX: w - image.width, cropY: h - image.height, width: w - image.cropX, height: h - image.cropY }[key];
     keepTopLeft(o, () => o.set(key, Math.max(key.startsWith("crop") ? 0 : 1, Math.min(v, most))));
   });
+const adjustment = (key: Adjustment): Property =>
+  number((o) => ((o as AssetImage)[key] ?? 0) * 100, (o, v) => {
+    o.set(key, v / 100);
+    (o as AssetImage).adjust();
+  }, 0);
 const fill = letters("fill");
 const stroke = letters("stroke");
 const strokeWidth = letters("strokeWidth");
@@ -83,6 +89,7 @@ export const LEAF: Record<string, Property> = {
   corners: plain("corners"),
   inset: number((o) => (o as Star).inset * 100, (o, v) => void o.set("inset", v / 100), 0),
   letterSpacing: plain("charSpacing"),
+  ...Object.fromEntries(ADJUSTMENTS.map((key) => [key, adjustment(key)])),
   ...Object.fromEntries((["cropX", "cropY", "width", "height"] as const).map((key) => [key, crop(key)])),
   stroke: {
     get: stroke.get,
