@@ -27,6 +27,9 @@ export function listenToContextMenu(stage: Stage, places: readonly HTMLElement[]
     if (before instanceof HTMLElement) before.focus({ preventScroll: true });
   };
   menu.addEventListener("click", close, { capture: true });
+  // The browser's own way of closing takes the release of the button that opened it for a press elsewhere.
+  document.addEventListener("mousedown", (e) => !menu.contains(e.target as Node) && menu.hidePopover(), { capture: true });
+  window.addEventListener("blur", () => menu.hidePopover());
   menu.addEventListener("keydown", (e) => {
     const enabled = items.filter((item) => !item.disabled);
     const at = enabled.indexOf(document.activeElement as HTMLButtonElement);
