@@ -201,7 +201,11 @@ class Application:
             with contextlib.suppress(OSError):
                 for task in pathlib.Path(f"/proc/{pid}/task").iterdir():
                     found += map(int, (task / "children").read_text().split())
-        return [pid for pid in found[1:] if name is None or os.path.realpath(f"/proc/{pid}/exe").endswith(f"/{name}")]
+
+        def runs(pid):
+            with contextlib.suppress(OSError):
+                return os.path.basename(os.readlink(f"/proc/{pid}/exe")) == name
+        return [pid for pid in found[1:] if name is None or runs(pid)]
 
     def page_process(self):
         """The process that the page runs in."""

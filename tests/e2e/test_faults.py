@@ -169,6 +169,29 @@ def test_page_dies_while_panels_are_open(shell, portal, tmp_path):
     assert works_without_page(shell)
 
 
+OPEN = """
+    const open = indexedDB.open("work", 1);
+    open.onupgradeneeded = () => open.result.createObjectStore("changes");
+    await new Promise((resolve) => { open.onsuccess = resolve; });
+    const changes = () => open.result.transaction("changes", "readwrite").objectStore("changes");
+"""
+
+
+def test_page_keeps_its_last_change_when_the_program_ends(launch):
+    app = launch()
+    app.run_script(OPEN + """
+        window.addEventListener("pagehide", async () => {
+            localStorage.setItem("last", "kept");
+            await null; // as one that has to wait for an earlier change
+            changes().put("kept".repeat(1 << 20), "last");
+        });""")
+    assert app.quit() == 0
+    assert launch().run_script(OPEN + """
+        const get = changes().get("last");
+        await new Promise((resolve) => { get.onsuccess = resolve; });
+        return [localStorage.getItem("last"), get.result?.length];""") == ["kept", 4 << 20]
+
+
 def test_a_page_that_hangs_does_not_hold_up_the_end(launch):
     app = launch()
     app.start_script("post('nativeCopy', null); while (true);")
