@@ -178,8 +178,7 @@ def test_a_busy_program_does_not_hold_up_the_keyboard(desktop, app, other):
 def test_nor_does_one_that_gets_busy_after_the_chord(desktop, app, other):
     spy = desktop.start("xev", "-root", "-event", "substructure", stdout=subprocess.PIPE)
     requests = Log(spy.stdout)
-    desktop.focus(other.window)
-    requests.wait(re.compile("_NET_ACTIVE_WINDOW"))
+    wait_for(lambda: desktop.focus(other.window) and any("_NET_ACTIVE_WINDOW" in line for line in requests.lines), "the spy")
     # Nobody moves the focus for as long as the window manager rests, so a press that waits for that goes on waiting.
     desktop.window_manager.send_signal(signal.SIGSTOP)
     try:
