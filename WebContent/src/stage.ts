@@ -2,6 +2,7 @@
 import { ActiveSelection, Canvas, type FabricObject, Group, type Path, PencilBrush, Point, Rect, Textbox, util } from "fabric";
 import { boxOf } from "./arrange";
 import { Guides } from "./guides";
+import { AssetImage } from "./images";
 import { inSteps } from "./line";
 import { bakeScale, createObjects, createShape, eachLeaf, INK, type Shape } from "./objects";
 import { FormatError, type ObjectData, type PageData } from "./project";
@@ -242,9 +243,9 @@ export class Stage {
     this.canvas.requestRenderAll();
   }
 
-  /** Whether the canvas shows the page that it was told to show last. */
+  /** Whether the canvas shows the page that it was told to show last, and nothing besides. */
   get isSettled(): boolean {
-    return this.#loading === 0;
+    return this.#loading === 0 && !(this.active instanceof AssetImage && this.active.isCropping);
   }
 
   /** What the canvas shows now, or undefined while a page is being put on it. */
