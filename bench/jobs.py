@@ -51,7 +51,7 @@ def second_frame(rig):
     seen, rate, memory = screen.start(rig.build)
     theirs = screen.start(rig.build, chromium=True) if screen.CHROMIUM else (0, 0, 0)
     beside = "beside Chromium" if screen.CHROMIUM else "alone, there is no Chromium"
-    limits = (1, -1) if screen.CHROMIUM else (None, None)
+    limits = (1, -0.9) if screen.CHROMIUM else (None, None)
     return [Figure(f"Start: exec to the editor's second frame, {beside}", "ms", milliseconds(seen), milliseconds(theirs[0]), limits[0]),
             Figure(f"Start: frames of a drag on the screen, {beside}", "1/s", rate, theirs[1], limits[1]),
             Figure(f"Start: memory of all processes with the editor, {beside}", "MiB", memory, theirs[2])]

@@ -7,7 +7,7 @@ import { eachLeaf } from "./objects";
 import { fieldNumber, isNumberField, showNumber } from "./numbers";
 import { LEAF, OBJECT, type Property, type Value, WHOLE } from "./properties";
 import { showSwatches } from "./swatches";
-import { $ } from "./ui";
+import { $, painted } from "./ui";
 
 /** Families commonly installed; those that are not are left out. The generic ones always work. */
 const FAMILIES = [
@@ -31,7 +31,11 @@ export class Inspector {
 
   constructor(private readonly editor: Editor) {
     const families = this.#panel.querySelector<HTMLSelectElement>('[data-prop="fontFamily"]')!;
-    for (const family of installedFamilies()) families.add(new Option(family));
+    void painted().then(() => {
+      // Nothing that is seen at first needs one of them.
+      for (const family of installedFamilies()) families.add(new Option(family));
+      this.refresh();
+    });
     for (const field of this.#fields) {
       if (field.dataset.command) continue;
       if (field instanceof HTMLButtonElement) field.addEventListener("click", () => this.#press(field));
