@@ -63,7 +63,7 @@ def keymap(desktop):
 
 def test_the_chord_is_swallowed_whatever_is_locked_and_no_other_is(desktop, app, other):
     for chord, expected in (("shift+e", "E"), ("ctrl+shift+e", "E"), ("alt+shift+e", "E"), ("ctrl+super+shift+e", "E"),
-                            ("alt+super+shift+e", "E"), ("super+shift+k", "K")):
+                            ("alt+super+shift+e", "E"), ("ISO_Level3_Shift+super+shift+e", "E"), ("super+shift+k", "K")):
         start = len(other.log.lines)
         desktop.key(chord)
         other.log.wait("press " + expected, start)
