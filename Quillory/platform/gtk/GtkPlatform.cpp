@@ -37,11 +37,14 @@ std::filesystem::path pageFolder(const Bundle& bundle)
     return resources ? *resources / "WebContent" : std::filesystem::path();
 }
 
-// The next window that is presented takes the focus with it.
+// The next window that is presented takes the focus with the token. Without one it has to be known whether that
+// window has the focus, and the shortcut may have been faster than the compositor's word of its going.
 void setActivationToken(const std::string& token)
 {
     auto* display = gdk_display_get_default();
-    if (!token.empty() && GDK_IS_WAYLAND_DISPLAY(display))
+    if (token.empty())
+        gdk_display_sync(display);
+    else if (GDK_IS_WAYLAND_DISPLAY(display))
         gdk_wayland_display_set_startup_notification_id(display, token.c_str());
 }
 
