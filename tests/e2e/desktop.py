@@ -39,6 +39,8 @@ class Session:
     _activate; and key. Where a window is asked for, its title does as well.
     """
 
+    SERVICES = "/nonexistent"
+
     def __init__(self, **environment):
         self.home = tempfile.mkdtemp(prefix="quillory-home-")
         self.runtime = os.path.join(self.home, "run")
@@ -50,7 +52,7 @@ class Session:
         self.env.update({"HOME": self.home, "XDG_RUNTIME_DIR": self.runtime, "LANG": "C.UTF-8", "GTK_A11Y": "none",
                          "GSETTINGS_BACKEND": "memory", "NO_AT_BRIDGE": "1", **environment})
         try:
-            self.bus = self.start_bus(os.path.join(self.runtime, "bus"))
+            self.bus = self.start_bus(os.path.join(self.runtime, "bus"), services=self.SERVICES)
             self.env["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={self.runtime}/bus"
             self.dbus = dbus.bus.BusConnection(self.env["DBUS_SESSION_BUS_ADDRESS"])
             self._start_display()
@@ -108,7 +110,8 @@ class Session:
         for command in (*(f"/usr/libexec/{name}" for name in PORTAL_SERVICES), executable,
                         "/usr/libexec/xdg-desktop-portal"):
             self.start(command, env=environment)
-        self.wait_name("org.freedesktop.portal.Desktop")
+        for name in (f"impl.portal.desktop.{backend}", "portal.Desktop"):
+            self.wait_name(f"org.freedesktop.{name}")
 
     def wait_name(self, name):
         wait_for(lambda: self.dbus.name_has_owner(name), name)

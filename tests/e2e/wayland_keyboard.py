@@ -2,7 +2,7 @@
 import socket
 import struct
 
-KEY_CODES = {"super": 125, "shift": 42, "ctrl": 29, "alt": 56, "e": 18, "k": 37, "w": 17, "Return": 28, "Tab": 15, "Escape": 1}
+KEY_CODES = {"super": 125, "shift": 42, "ctrl": 29, "alt": 56, "a": 30, "e": 18, "k": 37, "w": 17, "Return": 28, "Tab": 15, "Escape": 1}
 DISPLAY, REGISTRY, CALLBACK, FAKE_INPUT = 1, 2, 3, 4  # object ids; each callback ends before the next is made
 SYNC, GET_REGISTRY, BIND, AUTHENTICATE, KEYBOARD_KEY = 0, 1, 0, 0, 10  # what is asked of them
 
