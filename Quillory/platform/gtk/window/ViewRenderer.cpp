@@ -3,6 +3,7 @@
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <map>
 
 #include "platform/gtk/web/WebView.h"
 #include "platform/gtk/window/AccessibleName.h"
@@ -63,28 +64,29 @@ std::string cssNumber(double number)
     return g_ascii_dtostr(buffer.data(), static_cast<int>(buffer.size()), number);
 }
 
-GObjectPtr<GtkCssProvider> makeStyles(const char* css)
+void addStyles(const char* css)
 {
     GObjectPtr<GtkCssProvider> styles(gtk_css_provider_new());
     gtk_css_provider_load_from_data(styles.get(), css, -1);
-    return styles;
+    gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(styles.get()),
+                                               GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 }
 
-void addStyle(GtkWidget* widget, const std::string& css)
+// Each set of rules becomes a class, which stays for the next widget that has them: there are only a few.
+void addStyle(GtkWidget* widget, const std::string& rules)
 {
-    gtk_style_context_add_provider(gtk_widget_get_style_context(widget),
-                                   GTK_STYLE_PROVIDER(makeStyles(css.c_str()).get()),
-                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    static std::map<std::string, std::string> classes;
+    auto& name = classes[rules];
+    if (name.empty()) {
+        name = "rules-" + std::to_string(classes.size());
+        addStyles(("." + name + " { " + rules + " }").c_str());
+    }
+    gtk_widget_add_css_class(widget, name.c_str());
 }
 
 void installTextStyles()
 {
-    static const auto provider = [] {
-        auto styles = makeStyles(textStyles);
-        gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(styles.get()),
-                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-        return styles;
-    }();
+    [[maybe_unused]] static const bool isInstalled = (addStyles(textStyles), true);
 }
 
 void setHorizontalMargin(GtkWidget* widget, double margin)
@@ -102,8 +104,8 @@ void applyFont(GtkWidget* widget, const Font& font)
         gtk_widget_add_css_class(widget, "text-monospaced");
     if (font.size)
         addStyle(widget,
-                 "* { font-size: " + cssNumber(*font.size * pointsPerPixel)
-                     + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt; }");
+                 "font-size: " + cssNumber(*font.size * pointsPerPixel)
+                     + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt;");
 }
 
 Widget renderText(const TextView& text)
@@ -168,9 +170,9 @@ Widget renderBadge(const BadgeView& badge)
     gtk_widget_set_halign(label.get(), GTK_ALIGN_CENTER);
     applyFont(label.get(), badge.font);
     addStyle(label.get(),
-             "* { padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
+             "padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
                  + "px; border-radius: " + cssNumber(badge.cornerRadius) + "px; background-color: rgba(128, 128, 128, "
-                 + cssNumber(badge.greyOpacity) + "); }");
+                 + cssNumber(badge.greyOpacity) + ");");
     setAccessibleName(label.get(), badge.accessibleName);
     return label;
 }
@@ -196,7 +198,7 @@ Widget renderStack(const StackView& stack)
         gtk_widget_set_size_request(column.get(), pixels(stack.fixedSize->width), pixels(stack.fixedSize->height));
     // Unlike a margin, padding is part of the size.
     const auto padding = cssNumber(stack.verticalPadding) + "px";
-    addStyle(column.get(), "* { padding-top: " + padding + "; padding-bottom: " + padding + "; }");
+    addStyle(column.get(), "padding-top: " + padding + "; padding-bottom: " + padding + ";");
     for (const auto& child : stack.children) {
         if (const auto widget = renderView(child).widget)
             gtk_box_append(GTK_BOX(column.get()), widget.get());
