@@ -10,11 +10,10 @@ namespace {
 constexpr Size frameSize {400, 550};
 constexpr const char* iconName = "com.quillory.Quillory";
 
-std::optional<ImageView> icon(const Bundle& bundle)
+ImageView icon(const Bundle& bundle)
 {
     const auto resources = bundle.resourceURL();
-    return ImageView {
-        iconName, resources ? (*resources / "icon.svg").string() : "", {128, 128}, localized("Quillory icon")};
+    return {iconName, resources ? (*resources / "icon.svg").string() : "", {128, 128}, localized("Quillory icon")};
 }
 
 // The line is complete or not there at all.
@@ -70,8 +69,7 @@ View AboutView::body() const
 {
     StackView column {.spacing = 16, .verticalPadding = 24, .fixedSize = frameSize};
     auto& items = column.children;
-    if (auto image = icon(m_bundle))
-        items.emplace_back(std::move(*image));
+    items.emplace_back(icon(m_bundle));
     items.emplace_back(TextView {localized("Quillory"), {.size = 24, .bold = true}});
     if (auto line = version(m_bundle))
         items.emplace_back(std::move(*line));

@@ -11,8 +11,8 @@ inline constexpr const char* accessibilitySettingsURL =
 class Workspace {
 public:
     virtual ~Workspace() = default;
-    // Web addresses open in the default browser; `accessibilitySettingsURL` opens wherever this
-    // desktop lets the user manage shortcuts and who may have them. Failure is not reported.
+    // `accessibilitySettingsURL` opens wherever this desktop lets the user manage shortcuts and who may have
+    // them; nothing else is opened. Failure is not reported.
     virtual void openURL(const std::string& url) = 0;
 };
 

@@ -81,7 +81,7 @@ GtkPlatform::runningApplications(const std::string& bundleIdentifier)
 
 std::unique_ptr<quillory::Window> GtkPlatform::makeWindow(Size contentSize, unsigned styleMask)
 {
-    return std::make_unique<Window>(m_application, contentSize, styleMask);
+    return std::make_unique<Window>(m_application, mainScreen(), contentSize, styleMask);
 }
 
 std::unique_ptr<quillory::WebViewConfiguration> GtkPlatform::makeWebViewConfiguration()

@@ -31,9 +31,11 @@ void exportWindow(GtkWindow* window, std::function<void(std::string name)> recei
     // Older toolkits give a window that is exported already no second handle, and the first one ends when it is hidden.
     if (g_object_get_data(G_OBJECT(surface), exportedKey) != nullptr)
         gdk_wayland_toplevel_unexport_handle(GDK_TOPLEVEL(surface));
-    g_object_set_data(G_OBJECT(surface), exportedKey, surface);
     auto* box = Received::make(std::move(received));
-    if (gdk_wayland_toplevel_export_handle(GDK_TOPLEVEL(surface), exported, box, Received::free) == 0) {
+    const bool isExported =
+        gdk_wayland_toplevel_export_handle(GDK_TOPLEVEL(surface), exported, box, Received::free) != 0;
+    g_object_set_data(G_OBJECT(surface), exportedKey, isExported ? surface : nullptr);
+    if (!isExported) {
         Received::of(box)("");
         Received::free(box);
     }

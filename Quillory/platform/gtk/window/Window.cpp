@@ -2,6 +2,7 @@
 
 #include <gdk/wayland/gdkwayland.h>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -27,6 +28,9 @@ int naturalHeight(GtkWidget* widget)
     return natural;
 }
 
+// In logical pixels, what window managers draw around a window or the toolkit in it: it is known once there is one.
+constexpr int titleBarHeight = 56;
+
 // A launch or a shortcut has handed this process the right to take the focus.
 bool hasActivationToken(GdkDisplay* display)
 {
@@ -44,8 +48,9 @@ gboolean presentModalAlert(GtkWidget*, GdkFrameClock*, gpointer application)
 
 }
 
-Window::Window(Application& application, Size contentSize, unsigned styleMask)
+Window::Window(Application& application, std::optional<Screen> screen, Size contentSize, unsigned styleMask)
     : m_application(application)
+    , m_screen(screen)
     , m_hasMenuBar((styleMask & windowMiniaturizable) != 0)
     , m_window(own(GTK_WINDOW(g_object_new(GTK_TYPE_APPLICATION_WINDOW, nullptr))))
     , m_column(GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0)))
@@ -56,7 +61,8 @@ Window::Window(Application& application, Size contentSize, unsigned styleMask)
     gtk_window_set_hide_on_close(window, TRUE);
     gtk_window_set_resizable(window, (styleMask & windowResizable) != 0);
     gtk_window_set_child(window, GTK_WIDGET(m_column));
-    gtk_window_set_default_size(window, pixels(contentSize.width), pixels(contentSize.height));
+    const auto size = fitting(contentSize);
+    gtk_window_set_default_size(window, pixels(size.width), pixels(size.height));
 
     installWindowActions(window, {.quit = [this] { m_application.terminate(); }, .close = [this] { performClose(); }});
     m_connections.push_back(connectScoped<gboolean()>(window, "close-request", [this] {
@@ -91,7 +97,9 @@ void Window::addMenuBar()
     int width = 0;
     int height = 0;
     gtk_window_get_default_size(m_window.get(), &width, &height);
-    gtk_window_set_default_size(m_window.get(), width, height + naturalHeight(m_menuBar));
+    m_menuBarHeight = naturalHeight(m_menuBar);
+    const auto content = fitting({static_cast<double>(width), static_cast<double>(height)});
+    gtk_window_set_default_size(m_window.get(), width, pixels(content.height) + m_menuBarHeight);
     m_connections.push_back(connectScoped<void(GParamSpec*)>(m_window.get(), "notify::focus-widget",
                                                              [this](GParamSpec*) { returnFocusFromMenuBar(); }));
 }
@@ -131,8 +139,17 @@ void Window::setContentView(const FramedView& content)
 
 void Window::setContentMinSize(Size size)
 {
+    const auto minimum = fitting(size);
     if (m_content.widget)
-        gtk_widget_set_size_request(m_content.widget.get(), pixels(size.width), pixels(size.height));
+        gtk_widget_set_size_request(m_content.widget.get(), pixels(minimum.width), pixels(minimum.height));
+}
+
+Size Window::fitting(Size content) const
+{
+    if (!m_screen)
+        return content;
+    return {std::min(content.width, m_screen->visibleFrame.width),
+            std::min(content.height, m_screen->visibleFrame.height - titleBarHeight - m_menuBarHeight)};
 }
 
 void Window::center()
@@ -148,6 +165,7 @@ void Window::setDelegate(WindowDelegate* delegate)
 void Window::makeKeyAndOrderFront()
 {
     const bool regardless = std::exchange(m_regardless, false);
+    const bool isNew = std::exchange(m_isNew, false);
     auto* alert = m_application.modalAlert();
     if (regardless && isOnX11()) {
         // A time that is newer than the focused window's last key press: the window manager lets it through.
@@ -164,7 +182,7 @@ void Window::makeKeyAndOrderFront()
         && !hasActivationToken(gtk_widget_get_display(GTK_WIDGET(front)));
     if (anew && alert != nullptr)
         gtk_widget_set_visible(GTK_WIDGET(alert), FALSE);
-    if (anew)
+    if (anew && !isNew)
         setIsVisible(false);
     gtk_window_present(m_window.get());
     if (alert != nullptr && anew)
@@ -187,6 +205,7 @@ void Window::orderOut()
 
 void Window::setIsVisible(bool visible)
 {
+    m_isNew = visible && gtk_widget_get_visible(GTK_WIDGET(m_window.get())) == 0;
     gtk_widget_set_visible(GTK_WIDGET(m_window.get()), visible);
 }
 

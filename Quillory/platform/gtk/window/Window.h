@@ -18,7 +18,8 @@ class Application;
 
 class Window final : public quillory::Window {
 public:
-    Window(Application& application, Size contentSize, unsigned styleMask);
+    // Neither the window nor what it can be made smaller to is larger than `screen` has room for.
+    Window(Application& application, std::optional<Screen> screen, Size contentSize, unsigned styleMask);
     ~Window() override;
 
     void setTitle(const std::string& title) override;
@@ -39,10 +40,12 @@ private:
     void returnFocusFromMenuBar();
     void performClose();
     void placeWhenMapped();
+    Size fitting(Size content) const;
     bool isOnX11() const;
     GdkSurface* surface() const;
 
     Application& m_application;
+    std::optional<Screen> m_screen;
     bool m_hasMenuBar;
     WindowPtr<GtkWindow> m_window;
     FirstFrame m_firstFrame {m_window.get()};
@@ -50,6 +53,7 @@ private:
     // Both belong to the window.
     GtkBox* m_column;
     GtkWidget* m_menuBar = nullptr;
+    int m_menuBarHeight = 0; // logical pixels
     RenderedView m_content;
     WindowDelegate* m_delegate = nullptr;
     // Done when the window is next mapped: a window manager places a window anew each time.
@@ -58,6 +62,7 @@ private:
     // Asked for before the window is next made key. A window comes to the front and gets the focus in one
     // request; a second one would only delay the first.
     bool m_regardless = false;
+    bool m_isNew = false; // shown, and not yet made key
 };
 
 }
