@@ -165,9 +165,9 @@ class Application:
         return [line for line in self.errors.lines if line.startswith("quillory:")]
 
     def sanitizer_reports(self):
-        """What the sanitizers have found, or the toolkit calls critical, once the program has ended."""
+        """What AddressSanitizer or UndefinedBehaviorSanitizer have found, once the program has ended."""
         self.errors.wait_end()
-        found = [i for i, line in enumerate(self.errors.lines) if re.search("Sanitizer|runtime error|-CRITICAL", line)]
+        found = [i for i, line in enumerate(self.errors.lines) if "Sanitizer" in line or "runtime error" in line]
         return self.errors.lines[found[0]:] if found else []
 
     # The process
