@@ -3,8 +3,9 @@
 import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
 import { t } from "./language";
-import { eachLeaf } from "./objects";
 import { fieldNumber, isNumberField, showNumber } from "./numbers";
+import type { ObjectEdits } from "./objectEdits";
+import { leavesOf } from "./objects";
 import { LEAF, OBJECT, type Property, type Value, WHOLE } from "./properties";
 import { showSwatches } from "./swatches";
 import { $, painted } from "./ui";
@@ -29,7 +30,7 @@ export class Inspector {
   readonly #panel = $("inspector");
   readonly #fields = [...this.#panel.querySelectorAll<Field>("[data-prop]")];
 
-  constructor(private readonly editor: Editor) {
+  constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
     const families = this.#panel.querySelector<HTMLSelectElement>('[data-prop="fontFamily"]')!;
     void painted().then(() => {
       // Nothing that is seen at first needs one of them.
@@ -52,11 +53,6 @@ export class Inspector {
     if (OBJECT[prop]) return [OBJECT[prop], selection];
     const kinds = this.#panel.querySelector(`[data-prop="${prop}"]`)!.closest<HTMLElement>("[data-for]")!.dataset.for!.split(" ");
     return [LEAF[prop]!, leaves.filter((leaf) => kinds.includes(typeOf(leaf)))];
-  }
-  #leaves(selection: readonly FabricObject[]): FabricObject[] {
-    const leaves: FabricObject[] = [];
-    for (const o of selection) eachLeaf(o, (leaf) => leaves.push(leaf));
-    return leaves;
   }
 
   #read(field: HTMLInputElement | HTMLSelectElement): Value | undefined {
@@ -90,18 +86,18 @@ export class Inspector {
   #apply(prop: string, value: Value | undefined): void {
     if (value === undefined) return;
     const { edited } = this.editor.stage;
-    const [property, targets] = this.#targets(prop, edited, this.#leaves(edited));
+    const [property, targets] = this.#targets(prop, edited, leavesOf(edited));
     const edit = () => targets.forEach((o) => {
       property.set(o, value as never);
       o.setCoords();
       o.group?.set("dirty", true);
     });
-    this.editor.changeWhole(edit, `property ${prop}`);
+    this.edits.changeWhole(edit, `property ${prop}`);
   }
 
   refresh(): void {
     const { edited: selection } = this.editor.stage;
-    const leaves = this.#leaves(selection);
+    const leaves = leavesOf(selection);
     const kinds = new Set<string>(selection.length ? ["any"] : ["page"]);
     for (const leaf of leaves) kinds.add(typeOf(leaf));
     if (selection.length > 1) kinds.add("several");

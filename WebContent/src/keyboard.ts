@@ -1,7 +1,10 @@
 // Keys, and the editing commands that reach the page as events of its document.
-import type { Editor } from "./editor";
+import type { Drawing } from "./drawing";
 import { t } from "./language";
+import type { ObjectEdits } from "./objectEdits";
 import { nameOf } from "./objects";
+import type { Pasteboard } from "./pasteboard";
+import type { Stage } from "./stage";
 import { $, announce, tellError } from "./ui";
 
 export type Commands = Record<string, () => unknown>;
@@ -45,8 +48,15 @@ const takesKeys = (target: EventTarget | null): boolean =>
 /** Text for people, as opposed to copied objects, which the shell hands over, and to names of files. */
 const isPlain = (text: string): boolean => text.trim() !== "" && !/^\s*\{[^]*"type"\s*:|^file:\/\//.test(text);
 
-export function listenToKeyboard(editor: Editor, commands: Commands): void {
-  const { stage } = editor;
+/** What keys act on besides the commands. */
+interface KeyTargets {
+  stage: Stage;
+  drawing: Drawing;
+  edits: ObjectEdits;
+  pasteboard: Pasteboard;
+}
+
+export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTargets, commands: Commands): void {
   const busy = (): boolean => document.querySelector("dialog[open]") !== null;
 
   // A control that is used while a text is edited leaves the keys to the text, or takes them only for as long as needed.
@@ -82,10 +92,10 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
     if (typing || !(onStage || e.target === document.body)) return;
     const arrow = ARROWS[e.key];
     const step = e.shiftKey ? 10 : 1;
-    if (arrow && !e.ctrlKey && !e.altKey && stage.active) editor.nudge(arrow[0] * step, arrow[1] * step);
-    else if (e.key === "Enter" && stage.tool && stage.tool !== "draw") stage.placeInMiddle(stage.tool);
+    if (arrow && !e.ctrlKey && !e.altKey && stage.active) edits.nudge(arrow[0] * step, arrow[1] * step);
+    else if (e.key === "Enter" && drawing.tool && drawing.tool !== "draw") drawing.placeInMiddle(drawing.tool);
     else if (e.key === "Enter") stage.active?.isType("Group") ? stage.enterGroup() : stage.editText();
-    else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(editor, e.shiftKey ? -1 : 1)) return;
+    else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
   });
 
@@ -98,7 +108,7 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
       if (takesText(e.target) || busy()) return;
       e.preventDefault();
       const text = name === "paste" ? (e.clipboardData?.getData("text/plain") ?? "") : "";
-      if (isPlain(text)) Promise.resolve(editor.pasteText(text)).catch(tellError);
+      if (isPlain(text)) Promise.resolve(pasteboard.pasteText(text)).catch(tellError);
       else commands[name]!();
     });
   }
@@ -113,7 +123,7 @@ export function listenToKeyboard(editor: Editor, commands: Commands): void {
 }
 
 /** Selects the next object on the canvas; at the last one it leaves the Tab key to the page. */
-function selectNext({ stage }: Editor, by: 1 | -1): boolean {
+function selectNext(stage: Stage, by: 1 | -1): boolean {
   const { edited: selection, groupAround } = stage;
   const objects = groupAround?.getObjects() ?? stage.objects;
   const at = selection.length > 0 ? objects.indexOf(selection.at(-1)!) : by > 0 ? -1 : objects.length;
@@ -123,7 +133,7 @@ function selectNext({ stage }: Editor, by: 1 | -1): boolean {
   return true;
 }
 
-export function announceSelection({ stage }: Editor): void {
+export function announceSelection(stage: Stage): void {
   const { selection, objects } = stage;
   if (selection.length > 1) announce(t("{count} objects selected", { count: selection.length }));
   else if (selection[0]) announce(t("{name}, {number} of {count}", { name: nameOf(selection[0]), number: objects.indexOf(selection[0]) + 1, count: objects.length }));

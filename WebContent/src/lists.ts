@@ -3,6 +3,7 @@ import type { FabricObject } from "fabric";
 import { listenToDragging } from "./dragging";
 import type { Editor } from "./editor";
 import { t } from "./language";
+import type { ObjectEdits } from "./objectEdits";
 import { nameOf } from "./objects";
 import { PagePicture } from "./picture";
 import type { PageData } from "./project";
@@ -43,7 +44,7 @@ export class Layers {
   readonly #height = document.createElement("div");
   #cursor = 0;
 
-  constructor(private readonly editor: Editor) {
+  constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
     this.#height.setAttribute("role", "presentation");
     this.#list.addEventListener("click", (e) => {
       const row = (e.target as Element).closest("li");
@@ -56,7 +57,7 @@ export class Layers {
     };
     listenToDragging(this.#list, rowAt, (from, to) => {
       const { objects } = editor.stage;
-      editor.takeObject(objects.at(-1 - from)!, objects.length - 1 - to);
+      edits.takeObject(objects.at(-1 - from)!, objects.length - 1 - to);
     });
     this.#list.addEventListener("keydown", (e) => {
       if (e.target !== this.#list) return;
@@ -90,7 +91,7 @@ export class Layers {
     Object.assign(field, { type: "text", value: nameOf(object), maxLength: 200 });
     field.setAttribute("aria-label", t("Name of the object"));
     item.querySelector("span")!.replaceWith(field);
-    field.addEventListener("change", () => this.editor.renameObject(object, field.value.trim()));
+    field.addEventListener("change", () => this.edits.renameObject(object, field.value.trim()));
     field.addEventListener("blur", () => {
       field.remove();
       this.refresh();

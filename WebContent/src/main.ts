@@ -2,6 +2,7 @@ import { Point } from "fabric";
 import { AXES, SIDES } from "./arrange";
 import { Autosave, type Session } from "./autosave";
 import { listenToContextMenu } from "./contextMenu";
+import { Drawing } from "./drawing";
 import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
 import { exportPages, type Format } from "./export";
@@ -10,9 +11,13 @@ import { Inspector } from "./inspector";
 import { announceSelection, type Commands, KEYS, listenToKeyboard } from "./keyboard";
 import { language, t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
+import { listenToMoving } from "./moving";
 import { UNTITLED } from "./names";
 import { fieldNumber, listenToNumberFields } from "./numbers";
+import { ObjectEdits } from "./objectEdits";
 import { SHAPES } from "./objects";
+import { listenToPanning } from "./panning";
+import { Pasteboard } from "./pasteboard";
 import { type Project, readProject } from "./project";
 import { ProjectFile } from "./projectFile";
 import { proportions } from "./properties";
@@ -28,24 +33,26 @@ const editor: Editor = new Editor($("stage"), {
   selected: () => {
     inspector.refresh();
     layers.refresh();
-    announceSelection(editor);
+    announceSelection(stage);
     updateButtons();
   },
   moving: () => inspector.refresh(),
   zoomed: () => {
-    $("zoom-level").textContent = `${Math.round(editor?.stage.zoom * 100)} %`;
+    $("zoom-level").textContent = `${Math.round(editor?.stage.view.zoom * 100)} %`;
     rulers.draw();
-  },
-  toolChanged: () => {
-    for (const button of document.querySelectorAll<HTMLElement>("[data-tool]")) {
-      button.setAttribute("aria-pressed", String(button.dataset.tool === (editor.stage.tool ?? "select")));
-    }
   },
 });
 const { stage } = editor;
+const drawing = new Drawing(stage, (tool) => {
+  for (const button of document.querySelectorAll<HTMLElement>("[data-tool]")) {
+    button.setAttribute("aria-pressed", String(button.dataset.tool === (tool ?? "select")));
+  }
+});
+const edits = new ObjectEdits(editor);
+const pasteboard = new Pasteboard(editor, edits);
 const rulers = new Rulers(stage);
-const inspector = new Inspector(editor);
-const layers = new Layers(editor);
+const inspector = new Inspector(editor, edits);
+const layers = new Layers(editor, edits);
 const pages = new Pages(editor);
 let autosave: Autosave | undefined;
 
@@ -85,7 +92,7 @@ function updateButtons(): void {
 
 async function openProject(project: Project, saved: boolean): Promise<void> {
   await editor.open(project, saved, () => autosave?.startSession());
-  stage.fit();
+  stage.view.fit();
   announce(t("{name} opened", { name: project.name || UNTITLED }));
 }
 const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule()), openProject);
@@ -151,7 +158,7 @@ const guarded = (task: () => unknown) => () => {
 };
 
 function copy(): boolean {
-  const text = editor.copy();
+  const text = pasteboard.copy();
   if (text !== undefined) shell.copy(text);
   return text !== undefined;
 }
@@ -166,38 +173,38 @@ const tasks: Commands = {
   undo: editor.undo,
   redo: editor.redo,
   copy,
-  cut: () => copy() && editor.remove(),
+  cut: () => copy() && edits.remove(),
   paste: () => shell.paste(),
-  duplicate: () => editor.duplicate(),
-  delete: () => editor.remove(),
+  duplicate: () => pasteboard.duplicate(),
+  delete: () => edits.remove(),
   "select-all": () => stage.select(stage.objects.filter((o) => !o.locked && o.visible)),
-  group: () => editor.group(),
-  ungroup: () => editor.ungroup(),
-  lock: editor.lock,
-  hide: editor.hide,
+  group: () => edits.group(),
+  ungroup: () => edits.ungroup(),
+  lock: edits.lock,
+  hide: edits.hide,
   rename: () => layers.rename(),
-  "flip-x": () => editor.flip("flipX"),
-  "flip-y": () => editor.flip("flipY"),
+  "flip-x": () => edits.flip("flipX"),
+  "flip-y": () => edits.flip("flipY"),
   proportions: () => {
     proportions.kept = !proportions.kept;
     $("proportions").setAttribute("aria-pressed", String(proportions.kept));
   },
-  crop: () => editor.crop(),
+  crop: () => edits.crop(),
   rulers: () => rulers.switch(),
   shortcuts: showShortcuts,
-  bold: () => editor.switchStyle("fontWeight", "bold", "normal"),
-  italic: () => editor.switchStyle("fontStyle", "italic", "normal"),
-  underline: () => editor.switchStyle("underline", true, false),
-  front: () => editor.reorder("front"),
-  forward: () => editor.reorder("forward"),
-  backward: () => editor.reorder("backward"),
-  back: () => editor.reorder("back"),
-  escape: () => (stage.tool ? stage.arm(null) : stage.select([])),
-  fit: () => stage.fit(),
-  "zoom-selection": () => stage.fitSelection(),
-  "zoom-100": () => stage.zoomTo(1),
-  "zoom-in": () => stage.zoomTo(stage.zoom * 1.25),
-  "zoom-out": () => stage.zoomTo(stage.zoom / 1.25),
+  bold: () => edits.switchStyle("fontWeight", "bold", "normal"),
+  italic: () => edits.switchStyle("fontStyle", "italic", "normal"),
+  underline: () => edits.switchStyle("underline", true, false),
+  front: () => edits.reorder("front"),
+  forward: () => edits.reorder("forward"),
+  backward: () => edits.reorder("backward"),
+  back: () => edits.reorder("back"),
+  escape: () => (drawing.tool ? drawing.arm(null) : stage.select([])),
+  fit: () => stage.view.fit(),
+  "zoom-selection": () => stage.view.fitSelection(),
+  "zoom-100": () => stage.view.zoomTo(1),
+  "zoom-in": () => stage.view.zoomTo(stage.view.zoom * 1.25),
+  "zoom-out": () => stage.view.zoomTo(stage.view.zoom / 1.25),
   "page-add": () => editor.addPage(),
   "page-duplicate": () => editor.addPage(true),
   "page-delete": () => editor.deletePage(),
@@ -205,12 +212,12 @@ const tasks: Commands = {
   "page-right": () => editor.movePage(1),
   "page-previous": () => editor.goTo(editor.page - 1),
   "page-next": () => editor.goTo(editor.page + 1),
-  "tool-select": () => stage.arm(null),
-  "tool-draw": () => stage.arm("draw"),
+  "tool-select": () => drawing.arm(null),
+  "tool-draw": () => drawing.arm("draw"),
 };
-for (const shape of SHAPES) tasks[`tool-${shape}`] = () => stage.arm(shape);
-for (const side of SIDES) tasks[`align-${side}`] = () => editor.align(side);
-for (const axis of AXES) tasks[`distribute-${axis}`] = () => editor.distribute(axis);
+for (const shape of SHAPES) tasks[`tool-${shape}`] = () => drawing.arm(shape);
+for (const side of SIDES) tasks[`align-${side}`] = () => edits.align(side);
+for (const axis of AXES) tasks[`distribute-${axis}`] = () => edits.distribute(axis);
 const commands: Commands = Object.fromEntries(Object.entries(tasks).map(([name, task]) => [name, guarded(task)]));
 
 document.addEventListener("click", (e) => {
@@ -220,10 +227,12 @@ document.addEventListener("click", (e) => {
   const shape = SHAPES.find((s) => command === `tool-${s}`);
   if (shape && e.detail === 0) {
     stage.host.focus(); // pressed from the keyboard: there is no pointer to draw with
-    stage.placeInMiddle(shape);
+    drawing.placeInMiddle(shape);
   } else commands[command]!();
 });
-listenToKeyboard(editor, commands);
+listenToKeyboard({ stage, drawing, edits, pasteboard }, commands);
+listenToMoving(stage);
+listenToPanning(stage);
 listenToNumberFields();
 listenToContextMenu(stage, [stage.host, $("layers")]);
 listenToUndoCommands(commands.undo!, commands.redo!);
@@ -234,8 +243,8 @@ nameField.addEventListener("input", () => editor.rename(nameField.value));
 // ---- files dropped on the page: nothing ever takes the page away ----
 
 async function drop(file: File, at?: Point): Promise<void> {
-  if (/^image\/(?!svg)/.test(file.type)) await editor.addImage(await readAsDataURL(file), at);
-  else if (file.type.startsWith("image/svg")) await editor.addSvg(await file.text());
+  if (/^image\/(?!svg)/.test(file.type)) await pasteboard.addImage(await readAsDataURL(file), at);
+  else if (file.type.startsWith("image/svg")) await pasteboard.addSvg(await file.text());
   else if (/\.json$/i.test(file.name)) {
     await projectFile.replace(async () => readProject(await file.text()));
   } else throw new Error(t("“{name}” is neither an image nor a project.", { name: file.name }));
@@ -259,8 +268,8 @@ window.addEventListener("error", (e) => tellError(e.error));
 listenToShell(
   {
     projectText: (text) => projectFile.receive(text),
-    image: (dataURL) => editor.addImage(dataURL),
-    pastedText: (text) => editor.paste(text),
+    image: (dataURL) => pasteboard.addImage(dataURL),
+    pastedText: (text) => pasteboard.paste(text),
   },
   tellFailure,
 );

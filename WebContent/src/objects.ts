@@ -1,9 +1,9 @@
 // Canvas objects: how new ones are made, how they are written down and read back, what they are called.
-import { Ellipse, FabricObject, Group, Rect, Textbox, util } from "fabric";
+import { ActiveSelection, Ellipse, FabricObject, Group, Rect, Textbox, util } from "fabric";
 import { AssetImage, images } from "./images";
 import { t } from "./language";
 import { CanvasLine } from "./line";
-import { cleanObject, type ObjectData } from "./project";
+import type { ObjectData } from "./project";
 import "./sheets";
 import { Star } from "./star";
 import { CanvasText, keepTopLeft } from "./text";
@@ -52,10 +52,13 @@ export async function createImage(dataURL: string, maxWidth: number, maxHeight: 
   return image;
 }
 
-export function eachLeaf(object: FabricObject, visit: (leaf: FabricObject) => void): void {
-  if (object instanceof Group) object.getObjects().forEach((o) => eachLeaf(o, visit));
-  else visit(object);
-}
+/** The objects themselves, and of groups what is in them. */
+export const leavesOf = (objects: readonly FabricObject[]): FabricObject[] =>
+  objects.flatMap((o) => (o instanceof Group ? leavesOf(o.getObjects()) : [o]));
+
+/** The group that an object is edited in, or several are. */
+export const groupAround = (active: FabricObject | undefined): Group | undefined =>
+  (active instanceof ActiveSelection ? active.getObjects()[0] : active)?.parent as Group | undefined;
 
 /** Sizes go into the shape itself and not into a scale, so that strokes, corners and letters keep theirs. */
 export function bakeScale(object: FabricObject): void {
@@ -98,7 +101,7 @@ export async function createObjects(data: readonly ObjectData[]): Promise<Fabric
     }
     objects.push(...(await util.enlivenObjects<FabricObject>(data.slice(i, i + MADE_AT_ONCE).map((d) => structuredClone(d)))));
   }
-  for (const object of objects) eachLeaf(object, (leaf) => leaf.set({ strokeUniform: true }));
+  for (const leaf of leavesOf(objects)) leaf.set({ strokeUniform: true });
   objects.forEach(applyLock);
   return objects;
 }
@@ -109,9 +112,6 @@ export function applyLock(object: FabricObject): void {
     selectable: !locked, evented: !locked, hasControls: !locked, lockMovementX: locked, lockMovementY: locked,
   });
 }
-
-/** fabric's own description of an object, reduced to what the project format knows. */
-export const describe = (raw: unknown): ObjectData => cleanObject(raw);
 
 const KIND_NAMES: Record<string, string> = { rect: t("Rectangle"), ellipse: t("Ellipse"), star: t("Star"), path: t("Drawing"), line: t("Line"), image: t("Image") };
 

@@ -2,7 +2,7 @@
 import { type FabricObject, Gradient, Shadow, util } from "fabric";
 import type { Value } from "./properties";
 
-export const FILLS = ["plain", "linear", "radial"] as const;
+const FILLS = ["plain", "linear", "radial"] as const;
 type Fill = (typeof FILLS)[number];
 type Stop = 0 | 1;
 
@@ -20,7 +20,7 @@ export function angleOf(o: FabricObject): number {
   return Math.round(util.radiansToDegrees(Math.atan2(y2 - y1, x2 - x1)));
 }
 
-export function setFill(o: FabricObject, kind: Fill, colours: [Value, Value], angle: number): void {
+function setFill(o: FabricObject, kind: Fill, colours: [Value, Value], angle: number): void {
   if (kind === "plain") return void o.set("fill", colours[0]);
   const [x, y] = [Math.cos(util.degreesToRadians(angle)) / 2, Math.sin(util.degreesToRadians(angle)) / 2];
   const coords = kind === "linear"

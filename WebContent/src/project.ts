@@ -3,9 +3,9 @@
 
 import { t } from "./language";
 
-export const PROJECT_TYPE = "quillory-project";
-export const CLIPBOARD_TYPE = "quillory-objects";
-export const FORMAT_VERSION = 1;
+const PROJECT_TYPE = "quillory-project";
+const CLIPBOARD_TYPE = "quillory-objects";
+const FORMAT_VERSION = 1;
 export const MAX_PAGE_SIDE = 8192;
 const MAX_PAGES = 1000;
 const MAX_DEPTH = 32;
@@ -107,7 +107,7 @@ const path: Check = (v, where) => {
   const isStep = (step: unknown): boolean => Array.isArray(step) && /^[MLQCZ]$/.test(String(step[0])) && step.slice(1).every((n) => Math.abs(n) <= 1e6);
   return Array.isArray(v) && v.length <= 1e5 && v.every(isStep) ? v : refuse(where, t("a list"));
 };
-export const BLENDS = ["source-over", "multiply", "screen", "overlay", "darken", "lighten", "color-dodge", "color-burn", "difference", "luminosity"];
+const BLENDS = ["source-over", "multiply", "screen", "overlay", "darken", "lighten", "color-dodge", "color-burn", "difference", "luminosity"];
 const COMMON: Record<string, Check> = {
   left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
   flipX: bool, flipY: bool, opacity: number(0, 1),

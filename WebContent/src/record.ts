@@ -1,8 +1,7 @@
 // What the document knows of the objects on the canvas: the data that each stands for, and whether it may have changed
 // since. So a step costs what it changes, whatever else is on the page.
 import { type FabricObject, FabricObject as Base } from "fabric";
-import { describe } from "./objects";
-import type { ObjectData } from "./project";
+import { cleanObject, type ObjectData } from "./project";
 
 interface Entry {
   data: ObjectData;
@@ -25,7 +24,7 @@ Base.prototype._set = function (this: FabricObject, key: string, value: unknown)
 
 /** Notes what an object was made from. */
 export function remember(object: FabricObject, data: ObjectData): void {
-  entries.set(object, { data, text: JSON.stringify(describe(object.toObject())) });
+  entries.set(object, { data, text: JSON.stringify(cleanObject(object.toObject())) });
   touched.delete(object);
 }
 
@@ -33,7 +32,7 @@ export function remember(object: FabricObject, data: ObjectData): void {
 export function dataOf(object: FabricObject, mayHaveChanged: boolean, raw: () => unknown): ObjectData {
   const entry = entries.get(object);
   if (entry && !mayHaveChanged && !touched.has(object)) return entry.data;
-  const data = describe(raw());
+  const data = cleanObject(raw());
   const text = JSON.stringify(data);
   touched.delete(object);
   if (entry?.text === text) return entry.data;

@@ -3,9 +3,9 @@ import {
   Circle, Color, type FabricObject, FabricText, Gradient, Group, loadSVGFromString, Path, Polygon, Polyline, StaticCanvas, util,
 } from "fabric";
 import { t } from "./language";
-import { createObjects, describe } from "./objects";
+import { createObjects } from "./objects";
 import { changeFill } from "./paint";
-import { FormatError, type ObjectData, type PageData } from "./project";
+import { cleanObject, FormatError, type ObjectData, type PageData } from "./project";
 
 export const looksLikeSvg = (text: string): boolean => /^\s*(<\?xml[^>]*>\s*)?(<!--[^]*?-->\s*|<!DOCTYPE[^>]*>\s*)*<svg[\s>]/i.test(text);
 
@@ -28,13 +28,13 @@ function dataOf(o: FabricObject): ObjectData | undefined {
     changeFill(o, { kind: type, second: second ?? null });
   } else o.set("fill", plainColour(o.fill));
   const raw = o.toObject();
-  if (o instanceof Circle) return describe({ ...raw, type: "Ellipse", rx: o.radius, ry: o.radius });
+  if (o instanceof Circle) return cleanObject({ ...raw, type: "Ellipse", rx: o.radius, ry: o.radius });
   if (o instanceof Polyline) {
     const path = o.points.map((p, i) => [i ? "L" : "M", p.x, p.y]);
-    return describe({ ...raw, type: "Path", path: o instanceof Polygon ? [...path, ["Z"]] : path });
+    return cleanObject({ ...raw, type: "Path", path: o instanceof Polygon ? [...path, ["Z"]] : path });
   }
-  if (o instanceof FabricText) return describe({ ...raw, type: "Textbox", width: o.width + 1, fontWeight: /bold|[6-9]00/.test(String(o.fontWeight)) ? "bold" : "normal", styles: [] });
-  return o instanceof Path || ["rect", "ellipse", "line"].includes(o.type) ? describe(raw) : undefined;
+  if (o instanceof FabricText) return cleanObject({ ...raw, type: "Textbox", width: o.width + 1, fontWeight: /bold|[6-9]00/.test(String(o.fontWeight)) ? "bold" : "normal", styles: [] });
+  return o instanceof Path || ["rect", "ellipse", "line"].includes(o.type) ? cleanObject(raw) : undefined;
 }
 
 /** The objects of a drawing, in the middle of a page and no larger than it. */

@@ -3,7 +3,7 @@ import { classRegistry, type FabricObject, type TextStyleDeclaration } from "fab
 import { LaidOutText } from "./layout";
 
 /** What a part of a text may have of its own. */
-export const CHARACTER_KEYS = ["fill", "stroke", "strokeWidth", "fontFamily", "fontSize", "fontWeight", "fontStyle", "underline"] as const;
+const CHARACTER_KEYS = ["fill", "stroke", "strokeWidth", "fontFamily", "fontSize", "fontWeight", "fontStyle", "underline"] as const;
 export type CharacterKey = (typeof CHARACTER_KEYS)[number];
 const isCharacterKey = (key: string): key is CharacterKey => (CHARACTER_KEYS as readonly string[]).includes(key);
 

@@ -1,0 +1,147 @@
+// What can be done to the selected objects; each is one step of the history.
+import { ActiveSelection, type FabricObject, Group } from "fabric";
+import { align, type Axis, distribute, type Side } from "./arrange";
+import type { Editor } from "./editor";
+import { AssetImage } from "./images";
+import { applyLock, leavesOf } from "./objects";
+import { CanvasText, type CharacterKey } from "./text";
+
+export class ObjectEdits {
+  constructor(private readonly editor: Editor) {}
+
+  /** Changes the selection as a whole. */
+  changeWhole(edit: (object: FabricObject) => void, tag?: string): void {
+    const { active } = this.editor.stage;
+    if (active) edit(active);
+    this.#changed(tag);
+  }
+  #changed(tag?: string): void {
+    const { active, canvas } = this.editor.stage;
+    if (active instanceof ActiveSelection) active.triggerLayout();
+    this.editor.stage.groupAround?.triggerLayout();
+    active?.setCoords();
+    canvas.requestRenderAll();
+    this.editor.commit(tag);
+  }
+
+  /** Switches bold, italic or underlined letters on or off: in what is selected, or in what is typed next. */
+  switchStyle(key: CharacterKey, on: unknown, off: unknown): void {
+    const texts = leavesOf(this.editor.stage.selection).filter((leaf) => leaf instanceof CanvasText);
+    const value = texts.every((text) => text.valuesOf(key).every((v) => v === on)) ? off : on;
+    for (const text of texts) {
+      if (text.hasCursor) text.styleNext(key, value);
+      else text.style(key, value);
+    }
+    this.changeWhole(() => {});
+    this.editor.stage.events.selected();
+  }
+
+  /** Changes objects by where they are on the page, several as several. */
+  #place(change: (objects: FabricObject[]) => void): void {
+    const { canvas, selection } = this.editor.stage;
+    canvas.discardActiveObject();
+    change(selection);
+    this.editor.stage.select(selection);
+    this.editor.commit();
+  }
+  align(side: Side): void {
+    const { width, height } = this.editor.pageData;
+    this.#place((objects) => align(objects, side, { left: 0, top: 0, width, height }));
+  }
+  distribute(axis: Axis): void {
+    this.#place((objects) => distribute(objects, axis));
+  }
+  flip(key: "flipX" | "flipY"): void {
+    this.changeWhole((o) => o.toggle(key));
+  }
+  /** Switches a property on for all selected objects, or off if all have it. */
+  #switch(key: "locked" | "visible"): void {
+    const { selection } = this.editor.stage;
+    const to = !selection.every((o) => o[key]);
+    this.#place(() => selection.forEach((o) => applyLock(o.set(key, to))));
+  }
+  lock = (): void => this.#switch("locked");
+  hide = (): void => this.#switch("visible");
+  renameObject(object: FabricObject, name: string): void {
+    object.set("name", name);
+    this.editor.commit();
+  }
+
+  nudge(x: number, y: number): void {
+    if (this.editor.stage.selection.some((o) => o.locked)) return;
+    this.changeWhole((o) => o.set({ left: o.left + x, top: o.top + y }), "nudge");
+  }
+
+  remove(): void {
+    const { canvas, groupAround } = this.editor.stage;
+    if (groupAround && groupAround.size() > this.editor.stage.edited.length) return this.#removeParts(groupAround);
+    const selection = this.editor.stage.selection.filter((o) => !o.locked);
+    if (selection.length === 0) return;
+    canvas.discardActiveObject();
+    canvas.remove(...selection);
+    this.editor.commit();
+  }
+
+  #removeParts(group: Group): void {
+    const parts = this.editor.stage.edited;
+    this.editor.stage.canvas.discardActiveObject();
+    group.remove(...parts);
+    this.editor.stage.select([group]);
+    this.editor.commit();
+  }
+
+  reorder(where: "front" | "forward" | "backward" | "back"): void {
+    const { canvas, selection } = this.editor.stage;
+    const upward = where === "front" || where === "backward";
+    for (const o of upward ? selection : [...selection].reverse()) {
+      if (where === "front") canvas.bringObjectToFront(o);
+      else if (where === "back") canvas.sendObjectToBack(o);
+    }
+    if (where === "forward" || where === "backward") this.#step(selection, where === "forward" ? 1 : -1);
+    this.#changed();
+  }
+  /** Takes an object to a place in the pile. */
+  takeObject(object: FabricObject, to: number): void {
+    this.editor.stage.canvas.moveObjectTo(object, to);
+    this.#changed();
+  }
+  crop(): void {
+    const { active } = this.editor.stage;
+    if (active instanceof AssetImage && !active.locked) active.crop();
+  }
+  /** Moves objects one place up or down; those that touch the end of the pile stay. */
+  #step(selection: FabricObject[], by: number): void {
+    const { canvas } = this.editor.stage;
+    for (const o of by > 0 ? [...selection].reverse() : selection) {
+      const at = this.editor.stage.objects.indexOf(o);
+      const next = this.editor.stage.objects[at + by];
+      if (next && !selection.includes(next)) canvas.moveObjectTo(o, at + by);
+    }
+  }
+
+  group(): void {
+    const { canvas, selection } = this.editor.stage;
+    if (selection.length < 2) return;
+    canvas.discardActiveObject();
+    const at = this.editor.stage.objects.indexOf(selection.at(-1)!) - selection.length + 1;
+    canvas.remove(...selection);
+    const group = new Group(selection);
+    canvas.insertAt(at, group);
+    this.editor.stage.select([group]);
+    this.editor.commit();
+  }
+  ungroup(): void {
+    const { canvas, selection } = this.editor.stage;
+    const freed = selection.flatMap((group) => {
+      if (!(group instanceof Group)) return [group];
+      const at = this.editor.stage.objects.indexOf(group);
+      const parts = group.removeAll() as FabricObject[];
+      for (const o of parts) o.set({ opacity: o.opacity * group.opacity });
+      canvas.remove(group);
+      canvas.insertAt(at, ...parts);
+      return parts;
+    });
+    this.editor.stage.select(freed);
+    this.editor.commit();
+  }
+}
