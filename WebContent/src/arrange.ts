@@ -6,7 +6,7 @@ export type Side = (typeof SIDES)[number];
 export const AXES = ["horizontally", "vertically"] as const;
 export type Axis = (typeof AXES)[number];
 
-interface Box {
+export interface Box {
   left: number;
   top: number;
   width: number;

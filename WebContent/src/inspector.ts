@@ -6,7 +6,8 @@ import { t } from "./language";
 import { fieldNumber, isNumberField, showNumber } from "./numbers";
 import type { ObjectEdits } from "./objectEdits";
 import { leavesOf } from "./objects";
-import { LEAF, OBJECT, type Property, type Value, WHOLE } from "./properties";
+import type { Value } from "./paint";
+import { LEAF, OBJECT, type Property, WHOLE } from "./properties";
 import { showSwatches } from "./swatches";
 import { $, painted } from "./ui";
 

@@ -94,7 +94,7 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     const step = e.shiftKey ? 10 : 1;
     if (arrow && !e.ctrlKey && !e.altKey && stage.active) edits.nudge(arrow[0] * step, arrow[1] * step);
     else if (e.key === "Enter" && drawing.tool && drawing.tool !== "draw") drawing.placeInMiddle(drawing.tool);
-    else if (e.key === "Enter") stage.active?.isType("Group") ? stage.enterGroup() : stage.editText();
+    else if (e.key === "Enter") stage.active?.isType("Group") ? stage.groups.enter(stage.active) : stage.editText();
     else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
   });

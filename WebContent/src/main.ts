@@ -1,30 +1,31 @@
-import { Point } from "fabric";
+// The parts of the page, put together, and what each command does.
 import { AXES, SIDES } from "./arrange";
-import { Autosave, type Session } from "./autosave";
+import { Autosave } from "./autosave";
 import { listenToContextMenu } from "./contextMenu";
 import { Drawing } from "./drawing";
+import { listenToDrops } from "./drops";
 import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
-import { exportPages, type Format } from "./export";
-import { readAsDataURL } from "./images";
+import { exportProject } from "./exportDialog";
 import { Inspector } from "./inspector";
 import { announceSelection, type Commands, KEYS, listenToKeyboard } from "./keyboard";
-import { language, t, translatePage } from "./language";
+import { t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
 import { listenToMoving } from "./moving";
 import { UNTITLED } from "./names";
-import { fieldNumber, listenToNumberFields } from "./numbers";
+import { listenToNumberFields } from "./numbers";
 import { ObjectEdits } from "./objectEdits";
 import { SHAPES } from "./objects";
 import { listenToPanning } from "./panning";
 import { Pasteboard } from "./pasteboard";
-import { type Project, readProject } from "./project";
+import type { Project } from "./project";
 import { ProjectFile } from "./projectFile";
 import { proportions } from "./properties";
-import { hasShell, listenToShell, shell } from "./shell";
+import { offerRecovery } from "./recovery";
 import { Rulers } from "./rulers";
+import { hasShell, listenToShell, shell } from "./shell";
 import { showShortcuts } from "./shortcuts";
-import { $, announce, Cancelled, openDialog, painted, tell, tellError, withProgress } from "./ui";
+import { $, announce, guarded, painted, tell, tellError, tellFailure } from "./ui";
 
 translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
 
@@ -97,65 +98,7 @@ async function openProject(project: Project, saved: boolean): Promise<void> {
 }
 const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule()), openProject);
 
-async function exportProject(): Promise<void> {
-  editor.commit();
-  $<HTMLButtonElement>("export-ok").disabled = !hasShell();
-  const selection = editor.selectionAsPage;
-  $<HTMLInputElement>("export-selection").disabled = !selection;
-  if (!selection && $<HTMLInputElement>("export-selection").checked) $("export").querySelector<HTMLInputElement>('[value="this"]')!.checked = true;
-  const answer = openDialog($<HTMLDialogElement>("export"));
-  $("export").querySelector<HTMLInputElement>(":checked")?.focus();
-  if ((await answer) !== "export") return;
-  const form = new FormData($<HTMLFormElement>("export-form"));
-  const options = { format: form.get("format") as Format, scale: Number(form.get("scale")), quality: (fieldNumber($("export-quality")) ?? 95) / 100 };
-  const which = { all: editor.state.pages, this: [editor.pageData], selection: [selection ?? editor.pageData] }[String(form.get("pages"))]!;
-  const chosen = form.has("transparent") ? which.map((page) => ({ ...page, background: null })) : which;
-  const pixels = chosen.reduce((sum, p) => sum + p.width * p.height * options.scale ** 2, 0);
-  const files = await withProgress(t("Exporting"), pixels > 6e6, (step) =>
-    exportPages(editor.state.name, chosen, options, step),
-  );
-  const ended = await (files.length === 1 ? shell.download(files[0]!) : shell.downloadAll(files));
-  if (ended.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: ended.name, reason: ended.reason ?? "" }));
-  if (ended.result === "saved") tell(files.length === 1
-    ? t("Saved as “{name}”", { name: ended.name })
-    : t("Saved {count} files in “{name}”", { count: files.length, name: ended.name }));
-}
-
-/** Offers the work of earlier runs, one after the other. */
-async function offerRecovery([session, ...rest]: Session[]): Promise<void> {
-  const bar = $("recovery");
-  bar.hidden = !session;
-  if (!session) return stage.host.focus();
-  const time = new Date(session.changed).toLocaleString(language, { dateStyle: "medium", timeStyle: "short" });
-  const what = { name: session.name || UNTITLED, time };
-  $("recovery-text").textContent = session.unsaved
-    ? t("Restore unsaved work? “{name}” of {time}", what) : t("Reopen the last project? “{name}” of {time}", what);
-  $("recovery-restore").textContent = session.unsaved ? t("Restore") : t("Reopen");
-  $("recovery-restore").focus();
-  const next = () => void offerRecovery(rest);
-  $("recovery-discard").onclick = () => {
-    autosave!.discard(session.id);
-    next();
-  };
-  $("recovery-restore").onclick = guarded(async () => {
-    const { name, pages } = session;
-    const project = async () => ({ name, pages, assets: await autosave!.assetsOf(session) });
-    await projectFile.replace(project, undefined, !session.unsaved);
-    autosave!.schedule();
-    autosave!.flush();
-    autosave!.discard(session.id);
-    next();
-  });
-}
-
 // ---- commands ----
-
-const tellFailure = (error: unknown): void => {
-  if (!(error instanceof Cancelled)) tellError(error);
-};
-const guarded = (task: () => unknown) => () => {
-  void (async () => task())().catch(tellFailure);
-};
 
 function copy(): boolean {
   const text = pasteboard.copy();
@@ -168,7 +111,7 @@ const tasks: Commands = {
   open: () => projectFile.pick(),
   save: () => projectFile.save(),
   "save-as": () => projectFile.save(true),
-  export: exportProject,
+  export: () => exportProject(editor),
   image: () => shell.pickImage(),
   undo: editor.undo,
   redo: editor.redo,
@@ -233,33 +176,13 @@ document.addEventListener("click", (e) => {
 listenToKeyboard({ stage, drawing, edits, pasteboard }, commands);
 listenToMoving(stage);
 listenToPanning(stage);
+listenToDrops(stage, pasteboard, projectFile);
 listenToNumberFields();
 listenToContextMenu(stage, [stage.host, $("layers")]);
 listenToUndoCommands(commands.undo!, commands.redo!);
 
 const nameField = $<HTMLInputElement>("project-name");
 nameField.addEventListener("input", () => editor.rename(nameField.value));
-
-// ---- files dropped on the page: nothing ever takes the page away ----
-
-async function drop(file: File, at?: Point): Promise<void> {
-  if (/^image\/(?!svg)/.test(file.type)) await pasteboard.addImage(await readAsDataURL(file), at);
-  else if (file.type.startsWith("image/svg")) await pasteboard.addSvg(await file.text());
-  else if (/\.json$/i.test(file.name)) {
-    await projectFile.replace(async () => readProject(await file.text()));
-  } else throw new Error(t("“{name}” is neither an image nor a project.", { name: file.name }));
-}
-document.addEventListener("dragover", (e) => e.preventDefault());
-document.addEventListener("drop", (e) => {
-  e.preventDefault();
-  const over = stage.host.contains(e.target as Node);
-  const at = over ? stage.canvas.getScenePoint(e) : undefined;
-  const files = [...(e.dataTransfer?.files ?? [])];
-  if (files.length === 0) return tell(t("Nothing that was dropped can be read here. “Add image” (I) takes image files."), "error");
-  guarded(async () => {
-    for (const file of files) await drop(file, at);
-  })();
-});
 
 // ---- start ----
 
@@ -285,6 +208,6 @@ function startAutosave(): void {
       (error) => tell(t("Your work can't be kept in case of a crash: {reason}", { reason: String(error) }), "error"),
     );
     update();
-    await offerRecovery(await autosave.earlier());
+    offerRecovery(await autosave.earlier(), autosave, projectFile);
   })();
 }

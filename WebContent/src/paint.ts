@@ -1,6 +1,8 @@
 // Fills of more than one colour, and shadows: what the fields of the inspector show and change of them.
 import { type FabricObject, Gradient, Shadow, util } from "fabric";
-import type { Value } from "./properties";
+
+/** What a field shows. */
+export type Value = string | number | boolean | null;
 
 const FILLS = ["plain", "linear", "radial"] as const;
 type Fill = (typeof FILLS)[number];

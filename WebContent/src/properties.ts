@@ -3,11 +3,10 @@ import type { FabricImage, FabricObject, Rect } from "fabric";
 import { bakeScale } from "./objects";
 import { type Adjustment, ADJUSTMENTS, type AssetImage } from "./images";
 import type { CanvasLine } from "./line";
-import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf } from "./paint";
+import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf, type Value } from "./paint";
 import type { Star } from "./star";
 import { CanvasText, type CharacterKey, keepTopLeft } from "./text";
 
-export type Value = string | number | boolean | null;
 export interface Property {
   /** The different values that an object has: several where the letters of a text differ. */
   get(o: FabricObject): Value[];

@@ -21,7 +21,7 @@ export interface StageEvents {
 export class Stage {
   readonly canvas: PageCanvas;
   readonly view: Viewport;
-  readonly #groups: EnteredGroups;
+  readonly groups: EnteredGroups;
   #loading = 0;
 
   constructor(readonly host: HTMLElement, readonly events: StageEvents) {
@@ -36,7 +36,7 @@ export class Stage {
     for (const name of ["selection:created", "selection:updated", "selection:cleared"] as const) {
       canvas.on(name, () => {
         this.#styleControls();
-        queueMicrotask(() => this.#groups.leave());
+        queueMicrotask(() => this.groups.leave());
         if (!this.#loading) events.selected();
       });
     }
@@ -59,7 +59,7 @@ export class Stage {
       const { width, height } = canvas.page;
       return new Rect({ left: width / 2, top: height / 2, width, height, strokeWidth: 0 });
     });
-    this.#groups = new EnteredGroups(canvas);
+    this.groups = new EnteredGroups(canvas);
     this.view = new Viewport(canvas, host, () => events.zoomed());
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => canvas.useTheme());
     canvas.useTheme();
@@ -174,10 +174,6 @@ export class Stage {
     this.canvas.add(...objects);
     this.select(objects);
     this.events.changed();
-  }
-
-  enterGroup(): void {
-    this.#groups.enter(this.active);
   }
 
   #styleControls(): void {

@@ -40,6 +40,15 @@ export function openDialog(dialog: HTMLDialogElement): Promise<string> {
 
 export class Cancelled extends Error {}
 
+/** Of something that the user may have given up himself. */
+export const tellFailure = (error: unknown): void => {
+  if (!(error instanceof Cancelled)) tellError(error);
+};
+/** A task that nothing waits for. */
+export const guarded = (task: () => unknown) => () => {
+  void (async () => task())().catch(tellFailure);
+};
+
 const PROGRESS_AFTER = 500;
 const PAINT_EVERY = 100; // ms: how long a click on Cancel may wait
 /** Waits until the page was painted. */

@@ -1,6 +1,6 @@
 // How the page is seen: its zoom, and which part of it is in view.
 import { Point, util } from "fabric";
-import { boxOf } from "./arrange";
+import { type Box, boxOf } from "./arrange";
 import type { PageCanvas } from "./pageCanvas";
 
 const MARGIN = 48;
@@ -20,18 +20,19 @@ export class Viewport {
 
   fit(): void {
     const { width, height } = this.canvas.page;
-    const margin = Math.min(MARGIN, this.canvas.height / 20);
-    const zoom = Math.min((this.canvas.width - 2 * margin) / width, (this.canvas.height - 2 * margin) / height);
-    this.#show(zoom, width / 2, height / 2);
+    this.#fill({ left: 0, top: 0, width, height }, Math.min(MARGIN, this.canvas.height / 20));
     this.#fitted = true;
   }
 
   fitSelection(): void {
     const active = this.canvas.getActiveObject();
     if (!active) return this.fit();
-    const { left, top, width, height } = boxOf([active]);
-    const zoom = Math.min((this.canvas.width - 2 * MARGIN) / width, (this.canvas.height - 2 * MARGIN) / height);
+    this.#fill(boxOf([active]), MARGIN);
     this.#fitted = false;
+  }
+
+  #fill({ left, top, width, height }: Box, margin: number): void {
+    const zoom = Math.min((this.canvas.width - 2 * margin) / width, (this.canvas.height - 2 * margin) / height);
     this.#show(zoom, left + width / 2, top + height / 2);
   }
 
