@@ -41,37 +41,37 @@ void Clipboard::handleNativePaste()
 
 void Clipboard::pasteObject()
 {
-    m_pastes.front()->stringForType(PasteboardType::object, [self = shared_from_this()](auto text) {
+    // Ends the paste with the last who may still answer it: also one that had to be given up, for want of memory,
+    // must not keep those behind it waiting.
+    const Turn turn(this, [self = shared_from_this()](Clipboard*) { self->pasteEnded(); });
+    m_pastes.front()->stringForType(PasteboardType::object, [this, turn](auto text) {
         if (!text)
-            return self->pasteCanvasText();
-        if (const auto page = self->m_page.lock())
+            return pasteCanvasText(turn);
+        if (const auto page = m_page.lock())
             page->sendPasteContentToPage(std::move(*text));
-        self->m_platform.log().print("📥 Pasted Quillory object from pasteboard");
-        self->pasteEnded();
+        m_platform.log().print("📥 Pasted Quillory object from pasteboard");
     });
 }
 
-void Clipboard::pasteCanvasText()
+void Clipboard::pasteCanvasText(const Turn& turn)
 {
-    m_pastes.front()->stringForType(PasteboardType::string, [self = shared_from_this()](auto text) {
+    m_pastes.front()->stringForType(PasteboardType::string, [this, turn](auto text) {
         if (!text || !looksLikeCanvasJSON(*text))
-            return self->pasteImage();
-        if (const auto page = self->m_page.lock())
+            return pasteImage(turn);
+        if (const auto page = m_page.lock())
             page->sendPasteContentToPage(std::move(*text));
-        self->m_platform.log().print("📥 Pasted JSON object from pasteboard");
-        self->pasteEnded();
+        m_platform.log().print("📥 Pasted JSON object from pasteboard");
     });
 }
 
-void Clipboard::pasteImage()
+void Clipboard::pasteImage(const Turn& turn)
 {
-    m_pastes.front()->imageAsPNG([self = shared_from_this()](auto png) {
-        if (png) {
-            if (const auto page = self->m_page.lock())
-                page->sendImageToPage({ContentType::png.mimeType, std::move(png)});
-            self->m_platform.log().print("📥 Pasted image from pasteboard");
-        }
-        self->pasteEnded();
+    m_pastes.front()->imageAsPNG([this, turn](auto png) {
+        if (!png)
+            return;
+        if (const auto page = m_page.lock())
+            page->sendImageToPage({ContentType::png.mimeType, std::move(png)});
+        m_platform.log().print("📥 Pasted image from pasteboard");
     });
 }
 

@@ -23,9 +23,12 @@ public:
     void handleNativePaste();
 
 private:
+    // The paste that is under way; keeps the clipboard alive.
+    using Turn = std::shared_ptr<Clipboard>;
+
     void pasteObject();
-    void pasteCanvasText();
-    void pasteImage();
+    void pasteCanvasText(const Turn& turn);
+    void pasteImage(const Turn& turn);
     void pasteEnded();
 
     Platform& m_platform;

@@ -24,7 +24,7 @@ void callAnswered(GObject* connection, GAsyncResult* result, gpointer box)
     const GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, &error));
     const GErrorPtr owner(error);
     if (answered)
-        answered(error);
+        guarded(answered, error);
 }
 
 void signalReceived(GDBusConnection*, const char*, const char* object, const char*, const char*, GVariant* parameters,

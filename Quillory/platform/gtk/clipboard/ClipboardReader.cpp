@@ -40,8 +40,20 @@ bool awaitsFormats(GdkClipboard* clipboard)
 // The stream fails when it has no more room.
 GObjectPtr<GOutputStream> makeBoundedStream()
 {
-    const auto grow = [](gpointer memory, gsize size) { return size <= mostBytes ? g_realloc(memory, size) : nullptr; };
+    const auto grow = [](gpointer memory, gsize size) {
+        return size <= mostBytes ? g_try_realloc(memory, size) : nullptr;
+    };
     return GObjectPtr<GOutputStream>(g_memory_output_stream_new(nullptr, 0, grow, g_free));
+}
+
+void reportNoRoom(bool isOutOfMemory, const std::string& mimeType)
+{
+    if (isOutOfMemory)
+        std::fprintf(stderr, "quillory: there is no memory for the clipboard's %s, which counts as nothing\n",
+                     mimeType.c_str());
+    else
+        std::fprintf(stderr, "quillory: the clipboard has more than %zu MiB of %s, which counts as nothing\n",
+                     static_cast<std::size_t>(mostBytes >> 20), mimeType.c_str());
 }
 
 }
@@ -125,10 +137,9 @@ void ClipboardReader::opened(unsigned question, GInputStream* input, const std::
         GError* error = nullptr;
         const bool complete = g_output_stream_splice_finish(G_OUTPUT_STREAM(stream), result, &error) >= 0;
         const GErrorPtr owner(error);
-        if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_NO_SPACE) != 0)
-            std::fprintf(stderr, "quillory: the clipboard has more than %zu MiB of %s, which counts as nothing\n",
-                         static_cast<std::size_t>(mostBytes >> 20), mimeType.c_str());
         auto* memory = G_MEMORY_OUTPUT_STREAM(stream);
+        if (g_error_matches(error, G_IO_ERROR, G_IO_ERROR_NO_SPACE) != 0)
+            reportNoRoom(g_memory_output_stream_get_size(memory) < mostBytes, mimeType);
         self->finish(question, GBytesPtr(complete ? g_memory_output_stream_steal_as_bytes(memory) : nullptr));
     };
     g_output_stream_splice_async(output.get(), input, closeBoth, G_PRIORITY_DEFAULT, m_cancellable.get(),
