@@ -140,6 +140,10 @@ def test_the_page_cannot_be_left_for_another(app, server):
         app.run_script(f"while (!await fetch('{server.url}/after').catch(() => null));")
         assert app.run_script("return window.mark + document.title") == "keptTest page", way
     assert server.paths == {"/after"}
+    # The empty page needs no request that could be refused.
+    start = len(app.log.lines)
+    app.start_script("location.href = 'about:blank'")
+    app.wait_ready(start)
 
 
 # Beside the editor's own script: every way to the network that needs no hand of the user, and one to run text as code.

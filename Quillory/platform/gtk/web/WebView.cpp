@@ -57,6 +57,12 @@ gboolean stayWithPage(WebKitWebView*, WebKitLoadEvent, const char* uri, const GE
     return TRUE;
 }
 
+// The one document that a page can leave for without a request, which the content filter would block.
+bool isEmptyPage(WebKitWebView* view)
+{
+    return g_strcmp0(webkit_web_view_get_uri(view), "about:blank") == 0;
+}
+
 // True to show no menu at all.
 gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestResult*, gpointer)
 {
@@ -112,9 +118,12 @@ WebView::WebView(const WebViewConfiguration& configuration)
         if (m_pageEndHandler)
             m_pageEndHandler();
     };
-    m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [=](int event) {
-        if (event == WEBKIT_LOAD_COMMITTED)
-            pageEnded();
+    m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [this, pageEnded](int event) {
+        if (event != WEBKIT_LOAD_COMMITTED)
+            return;
+        pageEnded();
+        if (isEmptyPage(m_view.get()))
+            load();
     });
     m_processEnded = connectScoped<void(int)>(m_view.get(), "web-process-terminated", [=](int) { pageEnded(); });
     launchProcess(m_view.get());
