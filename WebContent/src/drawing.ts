@@ -1,22 +1,33 @@
 // The tools that draw new objects.
 import { type FabricObject, type Path, PencilBrush, Point } from "fabric";
 import { inSteps } from "./line";
-import { createShape, INK, type Shape } from "./objects";
+import { createShape, INK, type Shape, SHAPES } from "./objects";
+import { Pen } from "./pen";
 import type { Stage } from "./stage";
 
-type Tool = Shape | "draw";
+type Tool = Shape | "pen" | "draw";
 
 export class Drawing {
   /** The one that is armed; without one, the pointer selects. */
   tool: Tool | null = null;
 
+  readonly #pen: Pen;
+
   constructor(private readonly stage: Stage, private readonly toolChanged: (tool: Tool | null) => void) {
     this.#listen();
+    this.#pen = new Pen(stage, () => this.tool, () => this.arm(null));
+  }
+
+  /** What is drawn with the tool as a whole. */
+  get shape(): Shape | null {
+    return SHAPES.find((shape) => shape === this.tool) ?? null;
   }
 
   arm(tool: Tool | null): void {
     const { canvas } = this.stage;
     this.tool = tool;
+    this.#pen.finish();
+    if (tool) this.stage.focus();
     canvas.isDrawingMode = tool === "draw";
     canvas.selection = tool === null;
     canvas.skipTargetFind = tool !== null;
@@ -50,7 +61,7 @@ export class Drawing {
     let drawn: FabricObject | null = null;
     let tool: Shape | null = null;
     canvas.on("mouse:down", ({ scenePoint }) => {
-      tool = this.tool === "draw" ? null : this.tool;
+      tool = this.shape;
       if (tool) start = scenePoint;
     });
     canvas.on("mouse:move", ({ scenePoint, e }) => {

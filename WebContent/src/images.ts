@@ -3,6 +3,7 @@ import { Canvas2dFilterBackend, classRegistry, FabricImage, filters, type Object
 import { enterCropMode } from "fabric/extensions";
 import { t } from "./language";
 import { type Assets, imageType } from "./project";
+import { shell } from "./shell";
 
 interface StoredImage {
   data: string;
@@ -42,7 +43,15 @@ class ImageStore {
   /** Decodes an image file and gives its name; the same file always has the same name. */
   async add(data: string): Promise<string> {
     for (const [name, image] of this.#images) if (image.data === data) return name;
-    const element = await decode(data);
+    let element: HTMLImageElement;
+    try {
+      element = await decode(data);
+    } catch (error) {
+      const png = imageType(data) && (await shell.toPng(await (await fetch(data)).arrayBuffer()));
+      const shown = png && (await readAsDataURL(png));
+      if (!shown || shown === data) throw error;
+      return this.add(shown);
+    }
     while (this.#images.has(`image-${this.#next}`)) this.#next++;
     const name = `image-${this.#next}`;
     this.#images.set(name, { data, element });

@@ -2,6 +2,7 @@
 // are, and for which objects, stands in index.html: data-prop names the property, data-for the kinds it is for.
 import type { FabricObject } from "fabric";
 import type { Editor } from "./editor";
+import { FontField } from "./fontField";
 import { t } from "./language";
 import { fieldNumber, isNumberField, showNumber } from "./numbers";
 import type { ObjectEdits } from "./objectEdits";
@@ -9,37 +10,22 @@ import { leavesOf } from "./objects";
 import type { Value } from "./paint";
 import { LEAF, OBJECT, type Property, WHOLE } from "./properties";
 import { showSwatches } from "./swatches";
-import { $, painted } from "./ui";
-
-/** Families commonly installed; those that are not are left out. The generic ones always work. */
-const FAMILIES = [
-  "Arial", "Cantarell", "Carlito", "Comic Neue", "Courier New", "DejaVu Sans", "DejaVu Sans Mono", "DejaVu Serif", "EB Garamond",
-  "Fira Sans", "Georgia", "Inter", "Lato", "Liberation Sans", "Liberation Serif", "Liberation Mono", "Montserrat", "Nimbus Sans",
-  "Nimbus Roman", "Noto Sans", "Noto Serif", "Open Sans", "P052", "Roboto", "Source Sans Pro", "Times New Roman", "Ubuntu",
-  "URW Bookman", "URW Gothic", "Verdana", "Z003",
-];
-function installedFamilies(): string[] {
-  const ctx = document.createElement("canvas").getContext("2d")!;
-  const measure = (family: string) => ((ctx.font = `72px ${family}`), ctx.measureText("mmMwWLliI0&").width);
-  const base = { monospace: measure("monospace"), serif: measure("serif") };
-  return FAMILIES.filter((f) => measure(`"${f}", monospace`) !== base.monospace || measure(`"${f}", serif`) !== base.serif);
-}
+import { $ } from "./ui";
 
 type Field = HTMLInputElement | HTMLSelectElement | HTMLButtonElement;
 
 export class Inspector {
   readonly #panel = $("inspector");
   readonly #fields = [...this.#panel.querySelectorAll<Field>("[data-prop]")];
+  readonly #font = new FontField($<HTMLInputElement>("font"), (family) => {
+    this.#apply("fontFamily", family);
+    this.refresh();
+    this.editor.stage.editedText?.takeFocus();
+  });
 
   constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
-    const families = this.#panel.querySelector<HTMLSelectElement>('[data-prop="fontFamily"]')!;
-    void painted().then(() => {
-      // Nothing that is seen at first needs one of them.
-      for (const family of installedFamilies()) families.add(new Option(family));
-      this.refresh();
-    });
     for (const field of this.#fields) {
-      if (field.dataset.command) continue;
+      if (field.dataset.command || field.role === "combobox") continue;
       if (field instanceof HTMLButtonElement) field.addEventListener("click", () => this.#press(field));
       else this.#listen(field);
       field.addEventListener("blur", () => this.refresh());
@@ -123,7 +109,9 @@ export class Inspector {
   /** Shows a value, or, given none, that the selected objects have different ones. */
   #show(field: Field, value: Value | undefined): void {
     const mixed = value === undefined;
-    if (field instanceof HTMLButtonElement) {
+    if (field.role === "combobox") {
+      this.#font.show(value as string | undefined);
+    } else if (field instanceof HTMLButtonElement) {
       const on = field.dataset.value === undefined ? value === true : (value ?? "") === field.dataset.value && !mixed;
       field.setAttribute("aria-pressed", mixed && field.dataset.value === undefined ? "mixed" : String(on));
     } else if (field === document.activeElement && field.type === "text") {

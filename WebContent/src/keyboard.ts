@@ -25,7 +25,7 @@ export const KEYS: Record<string, string> = {
   "Ctrl+l": "lock", "Ctrl+h": "hide", F2: "rename", c: "crop", "Shift+h": "flip-x", "Shift+v": "flip-y",
   "Alt+ArrowLeft": "align-left", "Alt+ArrowRight": "align-right", "Alt+ArrowUp": "align-top", "Alt+ArrowDown": "align-bottom",
   PageUp: "page-previous", PageDown: "page-next",
-  v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", s: "tool-Star", p: "tool-draw", l: "tool-Line", t: "tool-Textbox", i: "image",
+  v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", s: "tool-Star", b: "tool-pen", p: "tool-draw", l: "tool-Line", t: "tool-Textbox", i: "image",
 };
 /** While a text on the canvas is edited. */
 const TEXT: Record<string, string> = {
@@ -40,7 +40,7 @@ function chord(e: KeyboardEvent): string {
   return `${e.ctrlKey ? "Ctrl+" : ""}${e.altKey ? "Alt+" : ""}${shift ? "Shift+" : ""}${key}`;
 }
 
-const takesText = (target: EventTarget | null): boolean =>
+export const takesText = (target: EventTarget | null): boolean =>
   target instanceof HTMLTextAreaElement || (target instanceof HTMLInputElement && target.type === "text");
 const takesKeys = (target: EventTarget | null): boolean =>
   target instanceof HTMLSelectElement || target instanceof HTMLInputElement;
@@ -93,8 +93,8 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     const arrow = ARROWS[e.key];
     const step = e.shiftKey ? 10 : 1;
     if (arrow && !e.ctrlKey && !e.altKey && stage.active) edits.nudge(arrow[0] * step, arrow[1] * step);
-    else if (e.key === "Enter" && drawing.tool && drawing.tool !== "draw") drawing.placeInMiddle(drawing.tool);
-    else if (e.key === "Enter") stage.active?.isType("Group") ? stage.groups.enter(stage.active) : stage.editText();
+    else if (e.key === "Enter" && drawing.shape) drawing.placeInMiddle(drawing.shape);
+    else if (e.key === "Enter") void commands.enter!();
     else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
   });

@@ -18,6 +18,7 @@ import { ObjectEdits } from "./objectEdits";
 import { SHAPES } from "./objects";
 import { listenToPanning } from "./panning";
 import { Pasteboard } from "./pasteboard";
+import { PathPoints } from "./points";
 import type { Project } from "./project";
 import { ProjectFile } from "./projectFile";
 import { proportions } from "./properties";
@@ -49,6 +50,7 @@ const drawing = new Drawing(stage, (tool) => {
     button.setAttribute("aria-pressed", String(button.dataset.tool === (tool ?? "select")));
   }
 });
+const points = new PathPoints(stage);
 const edits = new ObjectEdits(editor);
 const pasteboard = new Pasteboard(editor, edits);
 const rulers = new Rulers(stage);
@@ -142,6 +144,12 @@ const tasks: Commands = {
   forward: () => edits.reorder("forward"),
   backward: () => edits.reorder("backward"),
   back: () => edits.reorder("back"),
+  /** Goes into what is selected: a group, the points of an outline, a text. */
+  enter: () => {
+    stage.groups.enter(stage.active);
+    points.switch(stage.active);
+    stage.editText();
+  },
   escape: () => (drawing.tool ? drawing.arm(null) : stage.select([])),
   fit: () => stage.view.fit(),
   "zoom-selection": () => stage.view.fitSelection(),
@@ -157,6 +165,7 @@ const tasks: Commands = {
   "page-next": () => editor.goTo(editor.page + 1),
   "tool-select": () => drawing.arm(null),
   "tool-draw": () => drawing.arm("draw"),
+  "tool-pen": () => drawing.arm("pen"),
 };
 for (const shape of SHAPES) tasks[`tool-${shape}`] = () => drawing.arm(shape);
 for (const side of SIDES) tasks[`align-${side}`] = () => edits.align(side);

@@ -54,7 +54,17 @@ function ask(name: string, body: Record<string, unknown>): Promise<Answer> {
   });
 }
 
+/** Fetches what the shell has for a page that asks; undefined where it has none. */
+async function request(what: string, body?: ArrayBuffer): Promise<Response | undefined> {
+  const answer = await fetch(`quillory:${what}`, body && { method: "POST", body }).catch(() => undefined);
+  return answer?.ok ? answer : undefined;
+}
+
 export const shell = {
+  /** The families of the installed fonts. */
+  fonts: async (): Promise<string[]> => (await request("fonts"))?.json() ?? [],
+  /** Makes a PNG file of a picture that the engine does not know. */
+  toPng: async (picture: ArrayBuffer) => (await request("png", picture))?.blob(),
   /** Saves to the file that a handle stands for, or where the user says. */
   download: ({ filename, data }: NamedFile, file?: string) => ask("nativeDownload", { filename, data, ...(file !== undefined && { file }) }),
   downloadAll: (files: NamedFile[]) => ask("nativeBatchDownload", { files }),

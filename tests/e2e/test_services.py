@@ -1,9 +1,12 @@
 """What the page can ask for: saving one file or many, opening projects and images, and the calls that answer."""
 import base64
+import io
 import itertools
 import json
 import os
 import re
+
+from PIL import Image
 
 from desktop import Desktop, wait_for
 from programs import KeyWindow, Portal
@@ -155,6 +158,21 @@ def test_a_page_call_logs_how_the_function_ended(shell, portal, tmp_path):
     shell.log.wait(re.compile("^❌ JavaScript error: "))
     shell.run_script("post('nativeCopy', {data: 'x'}); delete window.handleNativePasteContent; post('nativePaste', null)")
     shell.log.wait(re.compile(r"^❌ JavaScript paste error: \S+ \d+: .*TypeError"))
+
+
+def test_a_page_fetches_what_the_engine_cannot_give_it(app, desktop):
+    tiff = io.BytesIO()
+    Image.new("RGB", (60, 40), (20, 160, 60)).save(tiff, "TIFF")
+    fonts, png, *statuses = app.run_script(f"""
+        const convert = (bytes) => fetch("quillory:png", {{method: "POST", body: new Uint8Array(bytes)}});
+        return [await (await fetch("quillory:fonts")).json(), [...new Uint8Array(await (await convert({list(tiff.getvalue())})).arrayBuffer())],
+            (await convert([1, 2, 3])).status, (await fetch("quillory:png")).status, (await fetch("quillory:other")).status];
+    """)
+    installed = {line.split(",")[0] for line in desktop.run("fc-list", ":outline", "family").splitlines()}
+    assert fonts == sorted(set(fonts)) and len(fonts) > 5 and {f.replace("\\-", "-") for f in installed} >= set(fonts)
+    picture = Image.open(io.BytesIO(bytes(png)))
+    assert (picture.format, picture.size, picture.getpixel((30, 20))) == ("PNG", (60, 40), (20, 160, 60))
+    assert statuses == [415, 415, 404] and app.own_lines() == []
 
 
 def test_dropped_files_reach_the_page(app, desktop, tmp_path):

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "platform/glib/AsyncReady.h"
+#include "platform/glib/BoundedStream.h"
 #include "platform/gtk/window/X11Placement.h"
 
 namespace quillory::gtk {
@@ -16,7 +17,6 @@ namespace quillory::gtk {
 namespace {
 
 constexpr std::chrono::seconds patience {5};
-constexpr gsize mostBytes = gsize {256} << 20;
 
 bool isEmpty(GdkContentFormats* formats)
 {
@@ -35,15 +35,6 @@ bool awaitsFormats(GdkClipboard* clipboard)
         return false;
     const auto selection = gdk_x11_get_xatom_by_name_for_display(display, "CLIPBOARD");
     return XGetSelectionOwner(gdk_x11_display_get_xdisplay(display), selection) != None;
-}
-
-// The stream fails when it has no more room.
-GObjectPtr<GOutputStream> makeBoundedStream()
-{
-    const auto grow = [](gpointer memory, gsize size) {
-        return size <= mostBytes ? g_try_realloc(memory, size) : nullptr;
-    };
-    return GObjectPtr<GOutputStream>(g_memory_output_stream_new(nullptr, 0, grow, g_free));
 }
 
 void reportNoRoom(bool isOutOfMemory, const std::string& mimeType)
@@ -131,8 +122,6 @@ void ClipboardReader::opened(unsigned question, GInputStream* input, const std::
     if (input == nullptr)
         return finish(question, nullptr);
     const auto output = makeBoundedStream();
-    const auto closeBoth = static_cast<GOutputStreamSpliceFlags>(G_OUTPUT_STREAM_SPLICE_CLOSE_SOURCE
-                                                                 | G_OUTPUT_STREAM_SPLICE_CLOSE_TARGET);
     const auto ready = [self = shared_from_this(), question, mimeType](GObject* stream, GAsyncResult* result) {
         GError* error = nullptr;
         const bool complete = g_output_stream_splice_finish(G_OUTPUT_STREAM(stream), result, &error) >= 0;
@@ -142,7 +131,7 @@ void ClipboardReader::opened(unsigned question, GInputStream* input, const std::
             reportNoRoom(g_memory_output_stream_get_size(memory) < mostBytes, mimeType);
         self->finish(question, GBytesPtr(complete ? g_memory_output_stream_steal_as_bytes(memory) : nullptr));
     };
-    g_output_stream_splice_async(output.get(), input, closeBoth, G_PRIORITY_DEFAULT, m_cancellable.get(),
+    g_output_stream_splice_async(output.get(), input, closeBothStreams, G_PRIORITY_DEFAULT, m_cancellable.get(),
                                  AsyncReady::call, AsyncReady::make(ready));
 }
 

@@ -48,15 +48,15 @@ std::optional<PixelSize> pixelSize(GBytes* file)
     return size;
 }
 
-bool isOfUsableSize(GBytes* file)
+bool isOfUsableSize(GBytes* file, const char* whence)
 {
     const auto size = pixelSize(file);
     if (!size)
         return false;
     if (std::int64_t {size->width} * size->height <= mostPixels)
         return true;
-    std::fprintf(stderr, "quillory: a picture of %d × %d pixels is on the clipboard, which counts as nothing\n",
-                 size->width, size->height);
+    std::fprintf(stderr, "quillory: a picture of %d × %d pixels %s, which counts as nothing\n", size->width,
+                 size->height, whence);
     return false;
 }
 
@@ -68,11 +68,18 @@ bool hasPNGSignature(GBytes* file)
     return std::string_view(data, size).starts_with(signature);
 }
 
+struct Image {
+    GBytesPtr file;
+    const char* whence;
+};
+
 void convert(GTask* task, gpointer, gpointer image, GCancellable*)
 {
-    auto* file = static_cast<GBytes*>(image);
+    const auto& [owner, whence] = *static_cast<Image*>(image);
+    auto* file = owner.get();
     // Decoding is the only way to know that the page will be able to.
-    const GObjectPtr<GdkTexture> texture(isOfUsableSize(file) ? gdk_texture_new_from_bytes(file, nullptr) : nullptr);
+    const GObjectPtr<GdkTexture> texture(isOfUsableSize(file, whence) ? gdk_texture_new_from_bytes(file, nullptr)
+                                                                      : nullptr);
     GBytes* png = nullptr;
     if (texture)
         png = hasPNGSignature(file) ? g_bytes_ref(file) : gdk_texture_save_to_png_bytes(texture.get());
@@ -81,14 +88,14 @@ void convert(GTask* task, gpointer, gpointer image, GCancellable*)
 
 }
 
-void convertToPNG(GBytesPtr image, std::function<void(GBytesPtr png)> completion)
+void convertToPNG(GBytesPtr image, const char* whence, std::function<void(GBytesPtr png)> completion)
 {
     const auto converted = [completion = std::move(completion)](GObject*, GAsyncResult* result) {
         completion(GBytesPtr(static_cast<GBytes*>(g_task_propagate_pointer(G_TASK(result), nullptr))));
     };
     const GObjectPtr<GTask> task(g_task_new(nullptr, nullptr, AsyncReady::call, AsyncReady::make(converted)));
-    g_task_set_task_data(task.get(), image.release(),
-                         [](gpointer bytes) { g_bytes_unref(static_cast<GBytes*>(bytes)); });
+    g_task_set_task_data(task.get(), std::make_unique<Image>(Image {std::move(image), whence}).release(),
+                         [](gpointer data) { const std::unique_ptr<Image> freed(static_cast<Image*>(data)); });
     g_task_run_in_thread(task.get(), convert);
 }
 

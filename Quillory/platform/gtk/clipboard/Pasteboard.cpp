@@ -110,7 +110,7 @@ private:
         reader->read({format}, [tryNext, completion](GBytesPtr bytes) {
             if (!bytes)
                 return tryNext();
-            convertToPNG(std::move(bytes), [tryNext, completion](GBytesPtr png) {
+            convertToPNG(std::move(bytes), "is on the clipboard", [tryNext, completion](GBytesPtr png) {
                 if (!png)
                     return tryNext();
                 completion(std::make_shared<GlibBytes>(std::move(png)));

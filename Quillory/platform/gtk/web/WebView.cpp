@@ -5,6 +5,7 @@
 #include "platform/Localization.h"
 #include "platform/gtk/web/ContentFilter.h"
 #include "platform/gtk/web/PageLanguages.h"
+#include "platform/gtk/web/PageRequests.h"
 #include "platform/gtk/window/AccessibleName.h"
 
 namespace quillory::gtk {
@@ -14,6 +15,7 @@ namespace {
 GObjectPtr<WebKitWebView> makeView(const WebViewConfiguration& configuration)
 {
     tellPagesTheLanguages();
+    answerPageRequests();
     auto* view = g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
                               configuration.sharedUserContentController()->manager(), "settings",
                               configuration.settings(), nullptr);
@@ -76,6 +78,16 @@ gboolean trimContextMenu(WebKitWebView*, WebKitContextMenu* menu, WebKitHitTestR
     return webkit_context_menu_get_n_items(menu) == 0;
 }
 
+// The engine asks a text view that nobody sees what each key means. The menu key, and Shift+F10, would open that
+// view's own menu over the page, which has nothing to do with it.
+void leaveMenuKeyToPage(GtkWidget* view)
+{
+    for (auto* child = gtk_widget_get_first_child(view); child != nullptr; child = gtk_widget_get_next_sibling(child)) {
+        if (GTK_IS_TEXT_VIEW(child))
+            gtk_widget_action_set_enabled(child, "menu.popup", FALSE);
+    }
+}
+
 bool hasFiles(GdkDrop* drop)
 {
     const std::unique_ptr<GdkContentFormats, decltype(&gdk_content_formats_unref)> formats(
@@ -114,6 +126,7 @@ WebView::WebView(const WebViewConfiguration& configuration)
                      nullptr);
     g_signal_connect(m_view.get(), "load-failed", G_CALLBACK(stayWithPage), nullptr);
     g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
+    leaveMenuKeyToPage(GTK_WIDGET(m_view.get()));
     const auto pageEnded = [this] {
         if (m_pageEndHandler)
             m_pageEndHandler();

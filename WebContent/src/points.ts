@@ -1,0 +1,54 @@
+// The points of an outline, moved one by one: with the pointer, or by keyboard, where Tab goes from one to the next.
+import { type Control, controlsUtils, FabricObject, Path, Point, type Transform, util } from "fabric";
+import type { Stage } from "./stage";
+
+export class PathPoints {
+  #path: Path | undefined;
+  /** The one that the arrow keys move. */
+  #chosen: Control | undefined;
+
+  constructor(private readonly stage: Stage) {
+    const { canvas, host } = stage;
+    canvas.on("mouse:dblclick", ({ target }) => this.switch(target));
+    for (const name of ["selection:updated", "selection:cleared"] as const) canvas.on(name, () => this.switch());
+    host.addEventListener("keydown", (e) => this.#key(e), { capture: true });
+  }
+
+  /** Shows the points of an object that has some; of what showed them before, the box is shown again. */
+  switch(target?: FabricObject): void {
+    const before = this.#path;
+    before?.set({ ...FabricObject.createControls(), hasBorders: true });
+    this.#path = target instanceof Path && target !== before && !target.locked ? target : undefined;
+    const style = { controlFill: "#ffffff", controlStroke: this.stage.canvas.selectionBorderColor };
+    const points = this.#path && controlsUtils.createPathControls(this.#path, { pointStyle: style, controlPointStyle: style });
+    this.#path?.set({ controls: points, hasBorders: false });
+    this.#choose(undefined);
+    (this.#path ?? before)?.setCoords();
+  }
+  #choose(control: Control | undefined): void {
+    if (this.#chosen) Object.assign(this.#chosen, { controlFill: "#ffffff" });
+    if (control) Object.assign(control, { controlFill: this.stage.canvas.selectionBorderColor });
+    this.#chosen = control;
+    this.stage.canvas.requestRenderAll();
+  }
+
+  #key(e: KeyboardEvent): void {
+    const path = this.#path;
+    const by = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] }[e.key];
+    if (!path || e.ctrlKey || e.altKey) return;
+    const controls = Object.values(path.controls);
+    if (e.key === "Escape" || e.key === "Enter") this.switch();
+    else if (e.key === "Tab") this.#choose(controls.at((controls.indexOf(this.#chosen!) + (e.shiftKey ? -1 : 1)) % controls.length));
+    else if (by && this.#chosen) {
+      const { canvas } = this.stage;
+      const shown = this.#chosen.positionHandler(new Point(), path.calcTransformMatrix(), path, this.#chosen);
+      const to = shown.transform(util.invertTransform(canvas.viewportTransform)).add(new Point(by[0]!, by[1]!).scalarMultiply(e.shiftKey ? 10 : 1));
+      const { x, y } = util.sendPointToPlane(to, undefined, path.group?.calcTransformMatrix());
+      this.#chosen.actionHandler(e as never, { target: path } as unknown as Transform, x, y);
+      canvas.fire("object:modified", { target: path });
+      canvas.requestRenderAll();
+    } else return;
+    e.preventDefault();
+    e.stopImmediatePropagation();
+  }
+}
