@@ -104,7 +104,7 @@ const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule(
 
 function copy(): boolean {
   const text = pasteboard.copy();
-  if (text !== undefined) shell.copy(text);
+  if (text !== undefined) guarded(() => shell.copy(text, pasteboard.picture()))();
   return text !== undefined;
 }
 

@@ -4,11 +4,13 @@ import type { Editor } from "./editor";
 import { images } from "./images";
 import type { ObjectEdits } from "./objectEdits";
 import { createImage, createObjects, createShape } from "./objects";
+import { PagePicture } from "./picture";
 import { type Clipboard, type ObjectData, readClipboard, writeClipboard } from "./project";
 import { looksLikeSvg, readSvg } from "./svg";
 import type { CanvasText } from "./text";
 
 const OFFSET = 24; // between what was copied and the copy
+const MOST_PIXELS = 2 ** 24; // of a picture for other programs
 
 export class Pasteboard {
   #pastes = 0;
@@ -35,6 +37,16 @@ export class Pasteboard {
     if (objects.length === 0) return undefined;
     this.#pastes = 0;
     return (this.#copied = writeClipboard({ objects, assets: images.assets }));
+  }
+  /** Makes a PNG file of what is selected now. */
+  picture(): () => Promise<ArrayBuffer> {
+    const page = { ...this.editor.selectionAsPage!, background: null };
+    return async () => {
+      const picture = await PagePicture.of(page, Math.min(1, Math.sqrt(MOST_PIXELS / (page.width * page.height))));
+      const file = await new Promise<Blob | null>((resolve) => picture.draw().toBlob(resolve));
+      picture.free();
+      return file!.arrayBuffer();
+    };
   }
   async paste(text: string): Promise<void> {
     const clipboard = readClipboard(text);

@@ -70,7 +70,11 @@ export const shell = {
   downloadAll: (files: NamedFile[]) => ask("nativeBatchDownload", { files }),
   pickProject: () => ask("nativeFilePicker", {}),
   pickImage: () => post("nativeImagePicker", null),
-  copy: (text: string) => post("nativeCopy", { data: text }),
+  /** Copies a text, and offers other programs a PNG file, which is made when one of them asks for it. */
+  copy: async (text: string, png: () => Promise<ArrayBuffer>): Promise<void> => {
+    post("nativeCopy", { data: text });
+    if (await request("copied")) await request("copied", await png());
+  },
   paste: () => post("nativePaste", null),
 };
 

@@ -268,6 +268,8 @@ def test_the_edit_menu_and_its_keys_work_on_the_canvas(editor, tmp_path):
     choose("Select All")
     choose("Cut", WHITE, "📋 Copied to native pasteboard")
     assert json.loads(editor.desktop.run("xclip", "-selection", "clipboard", "-o"))["objects"] == [first]
+    picture = Image.open(io.BytesIO(editor.desktop.paste("image/png")))  # made now
+    assert picture.size[0] == pytest.approx(first["width"], abs=4) and picture.getpixel((50, 50)) == (*BLUE, 255)
     choose("Paste", line="✅ Paste content sent to JavaScript")
     choose("Copy", line="📋 Copied to native pasteboard")
     start = len(editor.log.lines)

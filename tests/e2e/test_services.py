@@ -166,13 +166,14 @@ def test_a_page_fetches_what_the_engine_cannot_give_it(app, desktop):
     fonts, png, *statuses = app.run_script(f"""
         const convert = (bytes) => fetch("quillory:png", {{method: "POST", body: new Uint8Array(bytes)}});
         return [await (await fetch("quillory:fonts")).json(), [...new Uint8Array(await (await convert({list(tiff.getvalue())})).arrayBuffer())],
-            (await convert([1, 2, 3])).status, (await fetch("quillory:png")).status, (await fetch("quillory:other")).status];
+            (await convert([1, 2, 3])).status, (await fetch("quillory:png")).status, (await fetch("quillory:other")).status,
+            (await fetch("quillory:copied")).status];
     """)
     installed = {line.split(",")[0] for line in desktop.run("fc-list", ":outline", "family").splitlines()}
     assert fonts == sorted(set(fonts)) and len(fonts) > 5 and {f.replace("\\-", "-") for f in installed} >= set(fonts)
     picture = Image.open(io.BytesIO(bytes(png)))
     assert (picture.format, picture.size, picture.getpixel((30, 20))) == ("PNG", (60, 40), (20, 160, 60))
-    assert statuses == [415, 415, 404] and app.own_lines() == []
+    assert statuses == [415, 415, 404, 410] and app.own_lines() == []
 
 
 def test_dropped_files_reach_the_page(app, desktop, tmp_path):

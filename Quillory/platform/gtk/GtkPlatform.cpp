@@ -9,6 +9,7 @@
 #include "platform/gtk/panels/Alert.h"
 #include "platform/gtk/panels/OpenPanel.h"
 #include "platform/gtk/panels/SavePanel.h"
+#include "platform/gtk/web/PageRequests.h"
 #include "platform/gtk/web/WebView.h"
 #include "platform/gtk/window/ExportedWindow.h"
 #include "platform/gtk/window/Window.h"
@@ -93,6 +94,7 @@ std::unique_ptr<quillory::WebViewConfiguration> GtkPlatform::makeWebViewConfigur
 std::shared_ptr<quillory::WebView>
 GtkPlatform::makeWebView(std::unique_ptr<quillory::WebViewConfiguration> configuration)
 {
+    answerPageRequests(m_pasteboard);
     auto view = std::make_shared<WebView>(dynamic_cast<WebViewConfiguration&>(*configuration));
     m_application.setPreparationForEnd([weak = std::weak_ptr(view)](auto done) {
         if (const auto page = weak.lock())

@@ -132,7 +132,22 @@ Pasteboard::~Pasteboard()
 void Pasteboard::clearContents()
 {
     m_contents = std::make_shared<Contents>();
+    m_picture.reset();
     schedulePublication();
+}
+
+void Pasteboard::offerPicture(std::function<void(bool)> wanted)
+{
+    if (!isOwner())
+        return wanted(false);
+    m_picture = std::make_unique<PictureOffer>(std::move(wanted));
+    schedulePublication();
+}
+
+void Pasteboard::setPicture(GBytesPtr png)
+{
+    if (m_picture)
+        m_picture->deliver(std::move(png));
 }
 
 void Pasteboard::setString(const TextHandle& text, const std::string& type)
@@ -167,11 +182,14 @@ void Pasteboard::publish()
         for (const auto& mimeType : mimeTypes(type))
             providers.push_back(gdk_content_provider_new_for_bytes(mimeType.c_str(), bytes.get()));
     }
+    if (m_picture)
+        providers.push_back(GDK_CONTENT_PROVIDER(g_object_ref(m_picture->provider())));
     m_provider.reset(gdk_content_provider_new_union(providers.data(), providers.size()));
     m_changed = connectScoped<void()>(clipboard(), "changed", [this] {
         if (isOwner())
             return;
         m_contents = std::make_shared<Contents>();
+        m_picture.reset();
         m_provider.reset();
     });
     gdk_clipboard_set_content(clipboard(), m_provider.get());

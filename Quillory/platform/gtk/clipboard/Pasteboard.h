@@ -8,6 +8,7 @@
 #include "platform/Pasteboard.h"
 #include "platform/glib/GObjectPtr.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/clipboard/PictureOffer.h"
 
 namespace quillory::gtk {
 
@@ -19,6 +20,10 @@ public:
     void clearContents() override;
     void setString(const TextHandle& text, const std::string& type) override;
     std::shared_ptr<PasteboardReading> read() override;
+
+    // Offers a picture beside what this process has copied; the offer ends with that. See `PictureOffer`.
+    void offerPicture(std::function<void(bool)> wanted);
+    void setPicture(GBytesPtr png);
 
     using Contents = std::map<std::string, GBytesPtr>; // by type
 
@@ -32,6 +37,7 @@ private:
     TextHandle m_lastText; // the text that `m_lastBytes` holds
     GBytesPtr m_lastBytes;
     GObjectPtr<GdkContentProvider> m_provider; // what the display knows of it
+    std::unique_ptr<PictureOffer> m_picture;
     guint m_publication = 0;
     SignalConnection m_changed;
 };

@@ -66,23 +66,40 @@ void answerWithFonts(const Request& request)
     g_task_run_in_thread(task.get(), listFonts);
 }
 
-void answerWithPNG(const Request& request)
+// Of a request that has none an empty one.
+void readBody(const Request& request, std::function<void(GBytesPtr body)> completion)
 {
-    const GObjectPtr<GInputStream> body(webkit_uri_scheme_request_get_http_body(request.get()));
+    GObjectPtr<GInputStream> body(webkit_uri_scheme_request_get_http_body(request.get()));
     if (!body)
-        return answer(request, SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE);
-    const auto converted = [request](const GBytesPtr& png) {
-        answer(request, png ? SOUP_STATUS_OK : SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE, "image/png", png);
-    };
-    const auto read = [request, converted](GObject* stream, GAsyncResult* result) {
+        return completion(GBytesPtr(g_bytes_new(nullptr, 0)));
+    const auto read = [request, completion = std::move(completion)](GObject* stream, GAsyncResult* result) {
         if (g_output_stream_splice_finish(G_OUTPUT_STREAM(stream), result, nullptr) < 0)
             return answer(request, SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE);
-        convertToPNG(GBytesPtr(g_memory_output_stream_steal_as_bytes(G_MEMORY_OUTPUT_STREAM(stream))),
-                     "came from the page", converted);
+        completion(GBytesPtr(g_memory_output_stream_steal_as_bytes(G_MEMORY_OUTPUT_STREAM(stream))));
     };
     const auto output = makeBoundedStream();
     g_output_stream_splice_async(output.get(), body.get(), closeBothStreams, G_PRIORITY_DEFAULT, nullptr,
                                  AsyncReady::call, AsyncReady::make(read));
+}
+
+void answerWithPNG(const Request& request)
+{
+    readBody(request, [request](GBytesPtr picture) {
+        convertToPNG(std::move(picture), "came from the page", [request](const GBytesPtr& png) {
+            answer(request, png ? SOUP_STATUS_OK : SOUP_STATUS_UNSUPPORTED_MEDIA_TYPE, "image/png", png);
+        });
+    });
+}
+
+void answerAboutCopied(const Request& request, Pasteboard& pasteboard)
+{
+    if (std::string_view(webkit_uri_scheme_request_get_http_method(request.get())) == "GET")
+        return pasteboard.offerPicture(
+            [request](bool isWanted) { answer(request, isWanted ? SOUP_STATUS_OK : SOUP_STATUS_GONE); });
+    readBody(request, [request, &pasteboard](GBytesPtr png) {
+        pasteboard.setPicture(std::move(png));
+        answer(request, SOUP_STATUS_OK);
+    });
 }
 
 bool isFromFile(WebKitURISchemeRequest* request)
@@ -92,7 +109,7 @@ bool isFromFile(WebKitURISchemeRequest* request)
     return from != nullptr && origin == from;
 }
 
-void received(WebKitURISchemeRequest* request, gpointer)
+void received(WebKitURISchemeRequest* request, gpointer pasteboard)
 {
     guarded([&] {
         const Request owned(retain(request));
@@ -101,6 +118,8 @@ void received(WebKitURISchemeRequest* request, gpointer)
             answerWithFonts(owned);
         else if (what == "png" && isFromFile(request))
             answerWithPNG(owned);
+        else if (what == "copied" && isFromFile(request))
+            answerAboutCopied(owned, *static_cast<Pasteboard*>(pasteboard));
         else
             answer(owned, SOUP_STATUS_NOT_FOUND);
     });
@@ -108,10 +127,10 @@ void received(WebKitURISchemeRequest* request, gpointer)
 
 }
 
-void answerPageRequests()
+void answerPageRequests(Pasteboard& pasteboard)
 {
     auto* context = webkit_web_context_get_default();
-    webkit_web_context_register_uri_scheme(context, scheme, received, nullptr, nullptr);
+    webkit_web_context_register_uri_scheme(context, scheme, received, &pasteboard, nullptr);
     // The page's own address is none of the scheme's.
     webkit_security_manager_register_uri_scheme_as_cors_enabled(webkit_web_context_get_security_manager(context),
                                                                 scheme);

@@ -5,7 +5,6 @@
 #include "platform/Localization.h"
 #include "platform/gtk/web/ContentFilter.h"
 #include "platform/gtk/web/PageLanguages.h"
-#include "platform/gtk/web/PageRequests.h"
 #include "platform/gtk/window/AccessibleName.h"
 
 namespace quillory::gtk {
@@ -15,7 +14,6 @@ namespace {
 GObjectPtr<WebKitWebView> makeView(const WebViewConfiguration& configuration)
 {
     tellPagesTheLanguages();
-    answerPageRequests();
     auto* view = g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
                               configuration.sharedUserContentController()->manager(), "settings",
                               configuration.settings(), nullptr);
