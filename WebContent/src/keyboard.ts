@@ -1,4 +1,5 @@
 // Keys, and the editing commands that reach the page as events of its document.
+import { Point } from "fabric";
 import type { Drawing } from "./drawing";
 import { t } from "./language";
 import type { ObjectEdits } from "./objectEdits";
@@ -12,7 +13,7 @@ export type Commands = Record<string, () => unknown>;
 /** Work everywhere, also while a text is typed. */
 const GLOBAL: Record<string, string> = {
   "Ctrl+s": "save", "Ctrl+Shift+s": "save-as", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
-  F1: "shortcuts", "Ctrl+r": "rulers", "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+2": "zoom-selection", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
+  F1: "shortcuts", F6: "pane-next", "Shift+F6": "pane-previous", "Ctrl+r": "rulers", "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+2": "zoom-selection", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
 };
 /** The command of each key. */
 export const KEYS: Record<string, string> = {
@@ -32,6 +33,9 @@ const TEXT: Record<string, string> = {
   ...GLOBAL,
   "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo", "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
 };
+/** What a button that has the focus is used with. */
+const PRESSES = ["Tab", "Enter", " "];
+const PANES = ["#stage", "#inspector", "#layers", "#pages", "header", "#tools"] as const;
 const ARROWS: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
 
 function chord(e: KeyboardEvent): string {
@@ -69,7 +73,7 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
 
   document.addEventListener("keydown", (e) => {
     if (e.defaultPrevented || e.isComposing || e.metaKey || busy()) return;
-    if (stage.editedText && !takesKeys(e.target)) {
+    if (stage.editedText && !takesKeys(e.target) && !(e.target instanceof HTMLButtonElement && PRESSES.includes(e.key))) {
       if (e.target !== stage.editedText.hiddenTextarea) stage.focus();
       const command = TEXT[chord(e)];
       if (!command) return;
@@ -92,7 +96,10 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     if (typing || !(onStage || e.target === document.body)) return;
     const arrow = ARROWS[e.key];
     const step = e.shiftKey ? 10 : 1;
-    if (arrow && !e.ctrlKey && !e.altKey && stage.active) edits.nudge(arrow[0] * step, arrow[1] * step);
+    if (arrow && !e.ctrlKey && !e.altKey) {
+      if (stage.active) edits.nudge(arrow[0] * step, arrow[1] * step);
+      else stage.view.pan(new Point(arrow[0], arrow[1]).scalarMultiply(-40 * step));
+    }
     else if (e.key === "Enter" && drawing.shape) drawing.placeInMiddle(drawing.shape);
     else if (e.key === "Enter") void commands.enter!();
     else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
@@ -120,6 +127,14 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     e.preventDefault();
     void commands["select-all"]!();
   });
+}
+
+/** Gives the keys to the next part of the page, or to the one before. */
+export function goToPane(by: 1 | -1): void {
+  const at = PANES.findIndex((pane) => document.activeElement?.closest(pane));
+  const pane = document.querySelector<HTMLElement>(PANES.at((Math.max(0, at) + by) % PANES.length)!)!;
+  const fields = [pane, ...pane.querySelectorAll<HTMLElement>("input, button:not(:disabled)")];
+  fields.find((field) => (field !== pane || pane.tabIndex === 0) && field.checkVisibility())?.focus();
 }
 
 /** Selects the next object on the canvas; at the last one it leaves the Tab key to the page. */

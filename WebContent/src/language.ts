@@ -44,7 +44,7 @@ const SIGNS: Record<string, string> = { Backspace: "⌫", ArrowUp: "↑", ArrowD
 /** Keys as they are printed on the keyboard. */
 export function showKeys(chord: string): string {
   const named: Record<string, string> = {
-    Ctrl: t("Ctrl"), Alt: t("Alt"), Shift: t("Shift"), Delete: t("Del"), Escape: t("Esc"), Enter: t("Enter"), PageUp: t("Page Up"),
+    Ctrl: t("Ctrl"), Alt: t("Alt"), Shift: t("Shift"), Delete: t("Del"), Escape: t("Esc"), Enter: t("Enter"), Tab: t("Tab"), Space: t("Space"), PageUp: t("Page Up"),
     PageDown: t("Page Down"), ...SIGNS,
   };
   return chord.split(/\+(?!$)/).map((key) => named[key] ?? key.toUpperCase()).join("+");

@@ -8,7 +8,7 @@ import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
 import { exportProject } from "./exportDialog";
 import { Inspector } from "./inspector";
-import { announceSelection, type Commands, KEYS, listenToKeyboard } from "./keyboard";
+import { announceSelection, type Commands, goToPane, KEYS, listenToKeyboard } from "./keyboard";
 import { t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
 import { listenToMoving } from "./moving";
@@ -163,6 +163,8 @@ const tasks: Commands = {
   "page-right": () => editor.movePage(1),
   "page-previous": () => editor.goTo(editor.page - 1),
   "page-next": () => editor.goTo(editor.page + 1),
+  "pane-next": () => goToPane(1),
+  "pane-previous": () => goToPane(-1),
   "tool-select": () => drawing.arm(null),
   "tool-draw": () => drawing.arm("draw"),
   "tool-pen": () => drawing.arm("pen"),
@@ -185,7 +187,7 @@ document.addEventListener("click", (e) => {
 listenToKeyboard({ stage, drawing, edits, pasteboard }, commands);
 listenToMoving(stage);
 listenToPanning(stage);
-listenToDrops(stage, pasteboard, projectFile);
+listenToDrops(pasteboard);
 listenToNumberFields();
 listenToContextMenu(stage, [stage.host, $("layers")]);
 listenToUndoCommands(commands.undo!, commands.redo!);
@@ -200,7 +202,11 @@ window.addEventListener("error", (e) => tellError(e.error));
 listenToShell(
   {
     projectText: (text) => projectFile.receive(text),
-    image: (dataURL) => pasteboard.addImage(dataURL),
+    image: async (dataURL) => {
+      const at = await shell.dropPlace();
+      const over = at && document.elementFromPoint(at.clientX, at.clientY)?.closest("#stage");
+      await pasteboard.addImage(dataURL, over ? stage.canvas.getScenePoint(at) : undefined);
+    },
     pastedText: (text) => pasteboard.paste(text),
   },
   tellFailure,

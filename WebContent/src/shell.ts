@@ -70,6 +70,8 @@ export const shell = {
   downloadAll: (files: NamedFile[]) => ask("nativeBatchDownload", { files }),
   pickProject: () => ask("nativeFilePicker", {}),
   pickImage: () => post("nativeImagePicker", null),
+  /** Where the file that has just come was dropped, if it was. */
+  dropPlace: async (): Promise<MouseEvent | undefined> => (await request("dropped"))?.json(),
   /** Copies a text, and offers other programs a PNG file, which is made when one of them asks for it. */
   copy: async (text: string, png: () => Promise<ArrayBuffer>): Promise<void> => {
     post("nativeCopy", { data: text });

@@ -248,7 +248,9 @@ def test_outlines_and_lines_are_drawn_by_keyboard(editor, tmp_path):
     assert steps == [["M", x, y], ["L", x + 200, y - 30], ["C", x + 200, y + 200], ["C", x, y], ["Z"]] and outline["fill"]
     assert [step[0] for step in line["path"]] == ["M", "C", "C"] and line["fill"] is None
     editor.key("Menu", "Up", "Up", "Up", "Return")  # from the end: to hide it
-    assert [o.get("visible") for o in editor.objects(tmp_path / "hidden.json")] == [None, False]
+    editor.key("F6", "ctrl+a", "7", "Return")  # the field for its left edge
+    still, hidden = editor.objects(tmp_path / "hidden.json")
+    assert still == outline and hidden["visible"] is False and hidden["left"] < line["left"]
 
 
 def test_the_edit_menu_and_its_keys_work_on_the_canvas(editor, tmp_path):

@@ -6,6 +6,7 @@ import json
 import os
 import re
 
+import pytest
 from PIL import Image
 
 from desktop import Desktop, wait_for
@@ -194,6 +195,10 @@ def test_dropped_files_reach_the_page(app, desktop, tmp_path):
         assert app.own_lines() == ["✅ Image loaded: a.jpg", "✅ File loaded: p.json", "✅ Image sent to JavaScript", SENT]
         assert app.run_script("return received") == [
             ["Image", "data:image/jpeg;base64," + base64.b64encode(b"jpeg").decode()], ["File", "{}"]]
+        at = (next(steps) - 5) % 700
+        page = desktop.geometry("Quillory")
+        places = app.run_script("const ask = () => fetch('quillory:dropped'); return [await (await ask()).json(), (await ask(), await ask(), await ask()).status]")
+        assert places == [{"clientX": at - page["X"], "clientY": pytest.approx(at - page["Y"], abs=40)}, 410]  # below the menu bar
         assert app.run_script("return document.title") == "Test page"
         # A source that is told "move" deletes the files.
         source.log.wait("ended: copy")

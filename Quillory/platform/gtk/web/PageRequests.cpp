@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <span>
@@ -21,6 +22,21 @@ namespace {
 constexpr const char* scheme = "quillory";
 constexpr std::string_view origin = "file://";
 constexpr std::array<std::string_view, 4> aliases {"Monospace", "Sans", "Serif", "System-ui"};
+
+constexpr std::chrono::seconds dropIsNew {30};
+
+struct Drop {
+    double x = 0;
+    double y = 0;
+    std::size_t files = 0; // that the page has not asked about
+    std::chrono::steady_clock::time_point time;
+};
+
+Drop& lastDrop()
+{
+    static Drop drop;
+    return drop;
+}
 
 using Request = std::shared_ptr<WebKitURISchemeRequest>;
 
@@ -102,6 +118,16 @@ void answerAboutCopied(const Request& request, Pasteboard& pasteboard)
     });
 }
 
+void answerWithDrop(const Request& request)
+{
+    auto& drop = lastDrop();
+    if (drop.files == 0 || std::chrono::steady_clock::now() - drop.time > dropIsNew)
+        return answer(request, SOUP_STATUS_GONE);
+    --drop.files;
+    const auto place = nlohmann::json {{"clientX", drop.x}, {"clientY", drop.y}}.dump();
+    answer(request, SOUP_STATUS_OK, "application/json", GBytesPtr(g_bytes_new(place.data(), place.size())));
+}
+
 bool isFromFile(WebKitURISchemeRequest* request)
 {
     auto* headers = webkit_uri_scheme_request_get_http_headers(request);
@@ -118,6 +144,8 @@ void received(WebKitURISchemeRequest* request, gpointer pasteboard)
             answerWithFonts(owned);
         else if (what == "png" && isFromFile(request))
             answerWithPNG(owned);
+        else if (what == "dropped" && isFromFile(request))
+            answerWithDrop(owned);
         else if (what == "copied" && isFromFile(request))
             answerAboutCopied(owned, *static_cast<Pasteboard*>(pasteboard));
         else
@@ -125,6 +153,11 @@ void received(WebKitURISchemeRequest* request, gpointer pasteboard)
     });
 }
 
+}
+
+void noteDrop(double x, double y, std::size_t files)
+{
+    lastDrop() = {x, y, files, std::chrono::steady_clock::now()};
 }
 
 void answerPageRequests(Pasteboard& pasteboard)

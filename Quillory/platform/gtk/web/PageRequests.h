@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "platform/gtk/clipboard/Pasteboard.h"
 
 namespace quillory::gtk {
@@ -7,11 +9,15 @@ namespace quillory::gtk {
 // Lets a page fetch what the engine cannot give it, by addresses that no other page notices:
 //     quillory:fonts  the families of the fonts that are installed, a sorted JSON list of texts
 //     quillory:png    the picture that is the body, in any format that the image loaders read, as a PNG file
+//     quillory:dropped where the file that has just come was dropped on the page, as {"clientX": …, "clientY": …}
 //     quillory:copied offers other programs a picture of what the page has copied; answered when one wants it, and by
 //                     the page with a second request, whose body is the PNG file
-// The first two are made in other threads. Status 404 is for other addresses, 410 for an offer that has ended, 415 for
+// The first two are made in other threads. Status 404 is for other addresses, 410 for what is over, 415 for
 // a body that is no such picture. Only pages that were loaded from files are answered, and may read the answer. To be
 // called once, before there is a page.
 void answerPageRequests(Pasteboard& pasteboard);
+
+// Some files were dropped on the page: a page may ask for the place once for each, within half a minute.
+void noteDrop(double x, double y, std::size_t files);
 
 }

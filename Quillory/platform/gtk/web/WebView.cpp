@@ -5,6 +5,7 @@
 #include "platform/Localization.h"
 #include "platform/gtk/web/ContentFilter.h"
 #include "platform/gtk/web/PageLanguages.h"
+#include "platform/gtk/web/PageRequests.h"
 #include "platform/gtk/window/AccessibleName.h"
 
 namespace quillory::gtk {
@@ -195,7 +196,7 @@ void WebView::acceptFilesDroppedOn(GtkWidget* widget)
     auto* controller = GTK_EVENT_CONTROLLER(target);
     gtk_event_controller_set_propagation_phase(controller, GTK_PHASE_CAPTURE);
     m_drop = connectScoped<gboolean(const GValue*, double, double)>(
-        target, "drop", [this](const GValue* value, double, double) {
+        target, "drop", [this](const GValue* value, double x, double y) {
             std::vector<std::filesystem::path> files;
             auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value));
             const std::unique_ptr<GSList, decltype(&g_slist_free)> entries(gdk_file_list_get_files(list), g_slist_free);
@@ -203,6 +204,7 @@ void WebView::acceptFilesDroppedOn(GtkWidget* widget)
                 if (const char* path = g_file_peek_path(G_FILE(entry->data)))
                     files.emplace_back(path);
             }
+            noteDrop(x, y, files.size());
             if (m_fileDropHandler)
                 m_fileDropHandler(files);
             return TRUE;
