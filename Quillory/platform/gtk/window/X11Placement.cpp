@@ -13,6 +13,9 @@ bool isX11(GdkDisplay* display)
 
 namespace {
 
+// In logical pixels, above and below the window's content together.
+constexpr int usualFrameHeight = 28;
+
 ::Display* displayOf(GdkSurface* surface)
 {
     return gdk_x11_display_get_xdisplay(gdk_surface_get_display(surface));
@@ -78,7 +81,7 @@ void x11Center(GdkSurface* surface, Size size)
     gdk_x11_monitor_get_workarea(monitor, &area);
     const int scale = gdk_surface_get_scale_factor(surface);
     const int x = std::max(0, (area.width - static_cast<int>(size.width)) / 2);
-    const int y = std::max(0, (area.height - static_cast<int>(size.height)) / 2);
+    const int y = std::max(0, (area.height - static_cast<int>(size.height) - usualFrameHeight) / 2);
     // The frame's corner: how thick the frame will be is not known yet.
     requestMove(surface, {(area.x + x) * scale, (area.y + y) * scale}, NorthWestGravity);
 }
