@@ -1,4 +1,4 @@
-"""The desktop's portal as python3-dbusmock runs it: file panels and global shortcuts that `programs.Portal` answers.
+"""The desktop's portal as python3-dbusmock runs it: file panels, global shortcuts and settings of `programs.Portal`.
 
 Prints one JSON list for each call it gets: the method's name, who called, the request's path, then the arguments.
 """
@@ -13,6 +13,7 @@ MAIN_IFACE = "org.freedesktop.portal.FileChooser"
 SYSTEM_BUS = False
 SHORTCUTS = "org.freedesktop.portal.GlobalShortcuts"
 SESSION = "org.freedesktop.portal.Session"
+SETTINGS = "org.freedesktop.portal.Settings"
 
 
 def say(*words):
@@ -22,6 +23,7 @@ def say(*words):
 def load(mock, parameters):
     """Parameters: `answer` to BindShortcuts ("grant", "refuse", "nothing"), `version` of the shortcuts, `registry`."""
     mock.parameters = parameters
+    mock.scheme = 0
     mock.AddProperties(MAIN_IFACE, {"version": dbus.UInt32(3)})
     mock.AddProperties(SHORTCUTS, {"version": dbus.UInt32(parameters["version"])})
     say("ready")
@@ -97,3 +99,15 @@ def Bind(self, granted):
     sender, request, shortcuts = self.waiting
     results = {"shortcuts": dbus.Array(shortcuts, signature="(sa{sv})")} if granted else {}
     respond(self, sender, request, 0 if granted else 1, results)
+
+
+@dbus.service.method(SETTINGS, in_signature="ss", out_signature="v")
+def Read(self, _group, _key):
+    return dbus.UInt32(self.scheme, variant_level=1)
+
+
+@dbus.service.method(MOCK_IFACE, in_signature="u")
+def Prefer(self, scheme):
+    """The user wants light or dark windows."""
+    self.scheme = scheme
+    self.EmitSignal(SETTINGS, "SettingChanged", "ssv", ["org.freedesktop.appearance", "color-scheme", scheme])

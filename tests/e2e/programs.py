@@ -63,7 +63,7 @@ class KeyWindow(Program):
 
 
 class Portal(Program):
-    """The desktop's portal on a session's bus, answered by the test: file panels and global shortcuts (portal.py).
+    """The desktop's portal on a session's bus, answered by the test: file panels, global shortcuts, settings (portal.py).
 
     `ENVIRONMENT` makes a program's panels ask it.
     """
@@ -114,6 +114,12 @@ class Portal(Program):
         panel = self.wait_panel()
         self.answer(panel, path)
         return panel
+
+    # Settings
+
+    def prefer(self, scheme):
+        """What color-scheme is from now on: 0 for no preference, 1 for dark, 2 for light."""
+        self._mock.Prefer(dbus.UInt32(scheme))
 
     # Shortcuts
 

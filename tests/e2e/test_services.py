@@ -87,6 +87,15 @@ def test_panels_say_what_they_are_for(shell, portal):
         "OpenFile", "Choose a folder to save 1 files", set(), {"accept_label": "Save Here", "directory": 1})
 
 
+def test_the_page_is_as_dark_as_the_desktop(launch, portal):
+    portal.prefer(1)
+    app = launch()
+    for scheme, following in ((1, 2), (2, 1), (1, 0), (0, 0)):
+        wait_for(lambda: app.run_script("return matchMedia('(prefers-color-scheme: dark)').matches") == (scheme == 1),
+                 f"the page to follow {scheme}")
+        portal.prefer(following)
+
+
 def test_each_request_has_a_panel_of_its_own(shell, portal, tmp_path):
     shell.run_script("""for (let i = 1; i < 4; ++i) {
         post('nativeDownload', {filename: `${i}.txt`, data: ',' + btoa(String(i))});
