@@ -54,7 +54,10 @@ class PlasmaSession(Session):
         self.wait_name("org.kde.kglobalaccel")
         if self._kde_portal:
             backend, = glob.glob("/usr/lib/*/libexec/xdg-desktop-portal-kde")
-            self.start_portal("kde", backend)
+            # Since version 6 it opens the system's settings at a first grant, and they would take the focus.
+            for opener in ("xdg-open", "kde-open"):
+                os.symlink("/bin/true", os.path.join(self.home, opener))
+            self.start_portal("kde", backend, PATH=f"{self.home}:{self.env['PATH']}")
         self._keyboard = WaylandKeyboard(os.path.join(self.runtime, SOCKET))
 
     def scale_text(self, factor):
