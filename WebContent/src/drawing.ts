@@ -5,7 +5,8 @@ import { createShape, INK, type Shape, SHAPES } from "./objects";
 import { Pen } from "./pen";
 import type { Stage } from "./stage";
 
-type Tool = Shape | "pen" | "draw";
+export const TOOLS = [...SHAPES, "pen", "draw"] as const;
+type Tool = (typeof TOOLS)[number];
 
 export class Drawing {
   /** The one that is armed; without one, the pointer selects. */
@@ -19,8 +20,8 @@ export class Drawing {
   }
 
   /** What is drawn with the tool as a whole. */
-  get shape(): Shape | null {
-    return SHAPES.find((shape) => shape === this.tool) ?? null;
+  get shape(): Shape | undefined {
+    return SHAPES.find((shape) => shape === this.tool);
   }
 
   arm(tool: Tool | null): void {
@@ -59,7 +60,7 @@ export class Drawing {
     });
     let start: Point | null = null;
     let drawn: FabricObject | null = null;
-    let tool: Shape | null = null;
+    let tool: Shape | undefined;
     canvas.on("mouse:down", ({ scenePoint }) => {
       tool = this.shape;
       if (tool) start = scenePoint;

@@ -11,13 +11,9 @@ export class FontField {
   readonly #list = $("fonts");
   #families = Object.keys(GENERIC);
   #shown: string | undefined;
-  /** A face is loaded when its row comes in sight. */
-  readonly #sight = new IntersectionObserver((rows) => {
-    for (const { isIntersecting, target } of rows) {
-      const { style, dataset } = target as HTMLElement;
-      if (isIntersecting) style.fontFamily = GENERIC[dataset.family!] ? dataset.family! : JSON.stringify(dataset.family);
-    }
-  }, { root: this.#list });
+  #rows: HTMLLIElement[] = [];
+  /** The row that Enter chooses. */
+  #at = -1;
 
   constructor(private readonly field: HTMLInputElement, private readonly pick: (family: string) => void) {
     void painted().then(async () => {
@@ -30,7 +26,7 @@ export class FontField {
     field.addEventListener("blur", () => this.#close());
     field.addEventListener("keydown", (e) => this.#key(e));
     this.#list.addEventListener("mousedown", (e) => e.preventDefault()); // the field keeps the keys
-    this.#list.addEventListener("click", (e) => this.#choose((e.target as Element).closest("li")));
+    this.#list.addEventListener("click", (e) => this.#close((e.target as Element).closest("li")));
   }
 
   /** Shows a family, or, given none, that there are several. */
@@ -47,54 +43,46 @@ export class FontField {
   get #isOpen(): boolean {
     return this.field.ariaExpanded === "true";
   }
-  get #marked(): HTMLLIElement | null {
-    return this.#list.querySelector('[aria-selected="true"]');
-  }
 
   /** Opens the list with the families that have what was typed in their names. */
   #open(typed = ""): void {
-    const part = typed.trim().toLowerCase();
-    const rows = this.#families.filter((family) => nameOf(family).toLowerCase().includes(part)).map((family, i) => {
+    const families = this.#families.filter((family) => nameOf(family).toLowerCase().includes(typed.trim().toLowerCase()));
+    this.#rows = families.map((family, i) => {
       const row = Object.assign(document.createElement("li"), { id: `font-${i}`, role: "option", textContent: nameOf(family), title: nameOf(family) });
+      row.style.fontFamily = GENERIC[family] ? family : JSON.stringify(family); // loaded when the row comes in sight: see style.css
       row.dataset.family = family;
       return row;
     });
-    this.#sight.disconnect();
-    this.#list.replaceChildren(...rows);
-    for (const row of rows) this.#sight.observe(row);
+    this.#list.replaceChildren(...this.#rows);
     if (!this.#isOpen) this.#list.showPopover();
     this.field.ariaExpanded = "true";
     const { right, bottom } = this.field.getBoundingClientRect();
     Object.assign(this.#list.style, { right: `${innerWidth - right}px`, top: `${bottom + 2}px`, maxHeight: `${innerHeight - bottom - 12}px` });
-    this.#mark(rows.find((row) => row.dataset.family === this.#shown) ?? (part ? rows[0] : undefined));
+    this.#mark(Math.max(families.indexOf(this.#shown ?? ""), typed ? 0 : -1));
   }
 
-  #mark(row: HTMLLIElement | undefined): void {
-    this.#marked?.removeAttribute("aria-selected");
-    row?.setAttribute("aria-selected", "true");
-    row?.scrollIntoView({ block: "nearest" });
-    this.field.setAttribute("aria-activedescendant", row?.id ?? "");
+  #mark(at: number): void {
+    this.#at = at;
+    this.#rows.forEach((row, i) => (row.ariaSelected = String(i === at)));
+    this.#rows[at]?.scrollIntoView({ block: "nearest" });
+    this.field.setAttribute("aria-activedescendant", this.#rows[at]?.id ?? "");
   }
 
-  #choose(row: HTMLLIElement | null): void {
-    this.#close();
-    if (row) this.pick(row.dataset.family!);
-  }
-  #close(): void {
+  #close(chosen?: HTMLLIElement | null): void {
     if (!this.#isOpen) return;
     this.#list.hidePopover();
     this.field.ariaExpanded = "false";
-    this.#mark(undefined);
+    this.field.removeAttribute("aria-activedescendant");
     this.show(this.#shown);
+    if (chosen) this.pick(chosen.dataset.family!);
   }
 
   #key(e: KeyboardEvent): void {
-    const rows = [...this.#list.children] as HTMLLIElement[];
     const step = { ArrowDown: 1, ArrowUp: -1, PageDown: 8, PageUp: -8 }[e.key];
     if (!this.#isOpen && !(step && Math.abs(step) === 1)) return;
     if (!this.#isOpen) this.#open();
-    else if (step) this.#mark(rows[Math.max(0, Math.min(rows.length - 1, rows.indexOf(this.#marked!) + step))]);
-    else if (e.key === "Enter") this.#choose(this.#marked);
+    else if (step) this.#mark(Math.max(0, Math.min(this.#rows.length - 1, this.#at + step)));
+    else if (e.key === "Enter") this.#close(this.#rows[this.#at]);
     else if (e.key === "Escape") this.#close();
     else return;
     e.preventDefault();

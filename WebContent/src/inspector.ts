@@ -17,6 +17,10 @@ type Field = HTMLInputElement | HTMLSelectElement | HTMLButtonElement;
 export class Inspector {
   readonly #panel = $("inspector");
   readonly #fields = [...this.#panel.querySelectorAll<Field>("[data-prop]")];
+  readonly #page = {
+    preset: $<HTMLSelectElement>("page-preset"), width: $<HTMLInputElement>("page-width"), height: $<HTMLInputElement>("page-height"),
+    background: $<HTMLInputElement>("page-background"), transparent: $<HTMLInputElement>("page-transparent"),
+  };
   readonly #font = new FontField($<HTMLInputElement>("font"), (family) => {
     this.#apply("fontFamily", family);
     this.refresh();
@@ -133,34 +137,25 @@ export class Inspector {
   // ---- the page ----
 
   #listenForPage(): void {
-    const [preset, w, h] = [$<HTMLSelectElement>("page-preset"), $<HTMLInputElement>("page-width"), $<HTMLInputElement>("page-height")];
-    const setSize = (a?: number, b?: number) => {
-      if (a && b) this.editor.setPageFormat({ width: Math.round(a), height: Math.round(b) });
+    const { preset, width, height, background, transparent } = this.#page;
+    const resize = (w = fieldNumber(width), h = fieldNumber(height)) => {
+      if (w && h) this.editor.setPageFormat({ width: Math.round(w), height: Math.round(h) });
       this.refresh();
     };
-    preset.addEventListener("change", () => {
-      const [a, b] = preset.value.split("x").map(Number);
-      if (a && b) setSize(a, b);
-      else w.focus();
-    });
-    for (const field of [w, h]) field.addEventListener("change", () => setSize(fieldNumber(w), fieldNumber(h)));
-    const colour = $<HTMLInputElement>("page-background");
-    const clear = $<HTMLInputElement>("page-transparent");
-    colour.addEventListener("input", () => this.editor.setPageFormat({ background: colour.value }));
-    clear.addEventListener("change", () => this.editor.setPageFormat({ background: clear.checked ? null : colour.value }));
+    preset.addEventListener("change", () => (preset.value === "custom" ? width.focus() : resize(...preset.value.split("x").map(Number))));
+    for (const field of [width, height]) field.addEventListener("change", () => resize());
+    background.addEventListener("input", () => this.editor.setPageFormat({ background: background.value }));
+    transparent.addEventListener("change", () => this.editor.setPageFormat({ background: transparent.checked ? null : background.value }));
   }
 
   #showPage(): void {
-    const { width: w, height: h, background } = this.editor.pageData;
-    const preset = $<HTMLSelectElement>("page-preset");
-    preset.value = `${w}x${h}`;
+    const { preset, background, transparent } = this.#page;
+    const { pageData: page } = this.editor;
+    preset.value = `${page.width}x${page.height}`;
     if (preset.selectedIndex < 0) preset.value = "custom";
-    for (const [id, side] of [["page-width", w], ["page-height", h]] as const) {
-      const field = $<HTMLInputElement>(id);
-      if (field !== document.activeElement) field.value = String(side);
-    }
-    $<HTMLInputElement>("page-transparent").checked = background === null;
-    if (background) $<HTMLInputElement>("page-background").value = background;
+    for (const side of ["width", "height"] as const) if (this.#page[side] !== document.activeElement) this.#page[side].value = String(page[side]);
+    transparent.checked = page.background === null;
+    background.value = page.background ?? background.value;
   }
 }
 

@@ -2,7 +2,7 @@
 import { AXES, SIDES } from "./arrange";
 import { Autosave } from "./autosave";
 import { listenToContextMenu } from "./contextMenu";
-import { Drawing } from "./drawing";
+import { Drawing, TOOLS } from "./drawing";
 import { listenToDrops } from "./drops";
 import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
@@ -166,10 +166,8 @@ const tasks: Commands = {
   "pane-next": () => goToPane(1),
   "pane-previous": () => goToPane(-1),
   "tool-select": () => drawing.arm(null),
-  "tool-draw": () => drawing.arm("draw"),
-  "tool-pen": () => drawing.arm("pen"),
 };
-for (const shape of SHAPES) tasks[`tool-${shape}`] = () => drawing.arm(shape);
+for (const tool of TOOLS) tasks[`tool-${tool}`] = () => drawing.arm(tool);
 for (const side of SIDES) tasks[`align-${side}`] = () => edits.align(side);
 for (const axis of AXES) tasks[`distribute-${axis}`] = () => edits.distribute(axis);
 const commands: Commands = Object.fromEntries(Object.entries(tasks).map(([name, task]) => [name, guarded(task)]));

@@ -72,32 +72,28 @@ export class ObjectEdits {
     this.changeWhole((o) => o.set({ left: o.left + x, top: o.top + y }), "nudge");
   }
 
+  /** Removes what is selected, or what is selected in a group that has more. */
   remove(): void {
-    const { canvas, groupAround } = this.editor.stage;
-    if (groupAround && groupAround.size() > this.editor.stage.edited.length) return this.#removeParts(groupAround);
-    const selection = this.editor.stage.selection.filter((o) => !o.locked);
-    if (selection.length === 0) return;
+    const { canvas, groupAround, edited, selection } = this.editor.stage;
+    const group = groupAround && groupAround.size() > edited.length ? groupAround : undefined;
+    const removed = (group ? edited : selection).filter((o) => !o.locked);
+    if (removed.length === 0) return;
     canvas.discardActiveObject();
-    canvas.remove(...selection);
-    this.editor.commit();
-  }
-
-  #removeParts(group: Group): void {
-    const parts = this.editor.stage.edited;
-    this.editor.stage.canvas.discardActiveObject();
-    group.remove(...parts);
-    this.editor.stage.select([group]);
+    (group ?? canvas).remove(...removed);
+    if (group) this.editor.stage.select([group]);
     this.editor.commit();
   }
 
   reorder(where: "front" | "forward" | "backward" | "back"): void {
-    const { canvas, selection } = this.editor.stage;
-    const upward = where === "front" || where === "backward";
-    for (const o of upward ? selection : [...selection].reverse()) {
-      if (where === "front") canvas.bringObjectToFront(o);
-      else if (where === "back") canvas.sendObjectToBack(o);
+    const { canvas, selection, objects } = this.editor.stage;
+    const [order, others] = [[...objects], objects.filter((o) => !selection.includes(o))];
+    const by = where === "forward" ? 1 : -1;
+    for (const o of by > 0 ? [...selection].reverse() : selection) {
+      const at = order.indexOf(o);
+      const next = order[at + by];
+      if (next && !selection.includes(next)) [order[at], order[at + by]] = [next, o]; // those at the end of the pile stay
     }
-    if (where === "forward" || where === "backward") this.#step(selection, where === "forward" ? 1 : -1);
+    canvas.arrange(where === "front" ? [...others, ...selection] : where === "back" ? [...selection, ...others] : order);
     this.#changed();
   }
   /** Takes an object to a place in the pile. */
@@ -108,15 +104,6 @@ export class ObjectEdits {
   crop(): void {
     const { active } = this.editor.stage;
     if (active instanceof AssetImage && !active.locked) active.crop();
-  }
-  /** Moves objects one place up or down; those that touch the end of the pile stay. */
-  #step(selection: FabricObject[], by: number): void {
-    const { canvas } = this.editor.stage;
-    for (const o of by > 0 ? [...selection].reverse() : selection) {
-      const at = this.editor.stage.objects.indexOf(o);
-      const next = this.editor.stage.objects[at + by];
-      if (next && !selection.includes(next)) canvas.moveObjectTo(o, at + by);
-    }
   }
 
   group(): void {

@@ -6,7 +6,6 @@ export function listenToPanning(stage: Stage): void {
   const { host, canvas, view } = stage;
   let space = false;
   let from: Point | null = null;
-  const cursor = (name: string) => canvas.setCursor(name);
   host.addEventListener("wheel", (e) => {
     e.preventDefault();
     if (e.ctrlKey) return view.zoomTo(view.zoom * 1.0015 ** -e.deltaY, new Point(e.offsetX, e.offsetY));
@@ -16,7 +15,7 @@ export function listenToPanning(stage: Stage): void {
     if (e.key !== " " || stage.editedText) return;
     e.preventDefault();
     space = true;
-    cursor("grab");
+    canvas.setCursor("grab");
   });
   window.addEventListener("keyup", (e) => {
     if (e.key === " ") space = false;
@@ -27,7 +26,7 @@ export function listenToPanning(stage: Stage): void {
     e.preventDefault();
     e.stopPropagation();
     from = new Point(e.clientX, e.clientY);
-    cursor("grabbing");
+    canvas.setCursor("grabbing");
   }, { capture: true });
   window.addEventListener("mousemove", (e) => {
     if (!from) return;
@@ -36,7 +35,7 @@ export function listenToPanning(stage: Stage): void {
     from = to;
   });
   window.addEventListener("mouseup", () => {
-    if (from) cursor("default");
+    if (from) canvas.setCursor("default");
     from = null;
   });
 }

@@ -8,10 +8,7 @@ import { type Project, readProject, writeProject } from "./project";
 import { type Answer, shell } from "./shell";
 import { $, Cancelled, openDialog, tell } from "./ui";
 
-interface KnownFile {
-  name: string;
-  handle: string;
-}
+type KnownFile = { name: string; handle: string };
 const fileOf = ({ name, file }: Answer): KnownFile | undefined => (file === undefined ? undefined : { name, handle: file });
 
 export class ProjectFile {

@@ -48,13 +48,11 @@ export const WHOLE: Record<string, Property> = {
   h: number(height, (o, v) => resize(o, undefined, v)),
   angle: number((o) => o.angle, (o, v) => void o.set("angle", v)),
 };
+const shadow = (key: Parameters<typeof shadowOf>[1]): Property => single((o) => shadowOf(o, key), (o, v: Value) => setShadow(o, key, v));
 /** Of every selected object. */
 export const OBJECT: Record<string, Property> = {
   blend: plain("globalCompositeOperation"),
-  shadow: single((o) => shadowOf(o, "color"), (o, v: Value) => setShadow(o, "color", v)),
-  shadowBlur: single((o) => shadowOf(o, "blur"), (o, v: Value) => setShadow(o, "blur", v)),
-  shadowX: single((o) => shadowOf(o, "offsetX"), (o, v: Value) => setShadow(o, "offsetX", v)),
-  shadowY: single((o) => shadowOf(o, "offsetY"), (o, v: Value) => setShadow(o, "offsetY", v)),
+  shadow: shadow("color"), shadowBlur: shadow("blur"), shadowX: shadow("offsetX"), shadowY: shadow("offsetY"),
   opacity: number((o) => o.opacity * 100, (o, v) => void o.set("opacity", v / 100), 0),
 };
 const DASHES: Record<string, number[]> = { dashed: [3, 2], dotted: [1, 1] };

@@ -17,6 +17,7 @@ export class CanvasText extends LaidOutText {
   static override type = "Textbox";
   /** False while the object is made: what it is made from says where its centre is. */
   private anchored = true;
+  private hasScreen = true;
   /** The style of what is typed next, where it differs from that of the letter before. */
   private pending: TextStyleDeclaration | undefined;
 
@@ -27,6 +28,16 @@ export class CanvasText extends LaidOutText {
   }
 
   // ---- the cursor ----
+
+  /** On the screen alone: a picture of the page is drawn while a text is edited too. */
+  override render(ctx: CanvasRenderingContext2D): void {
+    this.hasScreen = ctx === this.canvas?.getContext();
+    super.render(ctx);
+    this.hasScreen = true;
+  }
+  override renderCursorOrSelection(): void {
+    if (this.hasScreen) super.renderCursorOrSelection();
+  }
 
   /** Moves by words with Ctrl, and to the ends of the text with Ctrl+Home and Ctrl+End. */
   override _move(e: KeyboardEvent, end: "selectionStart" | "selectionEnd", direction: "Left" | "Right"): boolean {
