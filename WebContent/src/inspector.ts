@@ -19,7 +19,7 @@ export class Inspector {
   readonly #fields = [...this.#panel.querySelectorAll<Field>("[data-prop]")];
   readonly #page = {
     preset: $<HTMLSelectElement>("page-preset"), width: $<HTMLInputElement>("page-width"), height: $<HTMLInputElement>("page-height"),
-    background: $<HTMLInputElement>("page-background"), transparent: $<HTMLInputElement>("page-transparent"),
+    background: $<HTMLInputElement>("page-background"), hex: $<HTMLInputElement>("page-hex"), transparent: $<HTMLInputElement>("page-transparent"),
   };
   readonly #font = new FontField($<HTMLInputElement>("font"), (family) => {
     this.#apply("fontFamily", family);
@@ -137,7 +137,7 @@ export class Inspector {
   // ---- the page ----
 
   #listenForPage(): void {
-    const { preset, width, height, background, transparent } = this.#page;
+    const { preset, width, height, background, hex, transparent } = this.#page;
     const resize = (w = fieldNumber(width), h = fieldNumber(height)) => {
       if (w && h) this.editor.setPageFormat({ width: Math.round(w), height: Math.round(h) });
       this.refresh();
@@ -145,16 +145,22 @@ export class Inspector {
     preset.addEventListener("change", () => (preset.value === "custom" ? width.focus() : resize(...preset.value.split("x").map(Number))));
     for (const field of [width, height]) field.addEventListener("change", () => resize());
     background.addEventListener("input", () => this.editor.setPageFormat({ background: background.value }));
+    hex.addEventListener("change", () => {
+      const colour = this.#read(hex) as string | null | undefined;
+      if (colour !== undefined) this.editor.setPageFormat({ background: colour });
+      this.refresh();
+    });
     transparent.addEventListener("change", () => this.editor.setPageFormat({ background: transparent.checked ? null : background.value }));
   }
 
   #showPage(): void {
-    const { preset, background, transparent } = this.#page;
+    const { preset, background, hex, transparent } = this.#page;
     const { pageData: page } = this.editor;
     preset.value = `${page.width}x${page.height}`;
     if (preset.selectedIndex < 0) preset.value = "custom";
     for (const side of ["width", "height"] as const) if (this.#page[side] !== document.activeElement) this.#page[side].value = String(page[side]);
     transparent.checked = page.background === null;
+    if (hex !== document.activeElement) hex.value = page.background ?? "";
     background.value = page.background ?? background.value;
   }
 }

@@ -82,7 +82,7 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     }
     const keys = chord(e);
     const typing = takesText(e.target);
-    if (typing && (keys === "Enter" || keys === "Escape") && e.target instanceof HTMLInputElement) {
+    if ((typing && keys === "Enter") || (takesKeys(e.target) && keys === "Escape")) {
       e.preventDefault(); // or a text that is edited would get the key as well
       return stage.focus();
     }
@@ -119,6 +119,8 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
       else commands[name]!();
     });
   }
+  $("last").addEventListener("focus", () => $("project-name").focus()); // the engine's Tab key would stay at the end
+
   let pressed = false; // a pointer that starts a selection is not the command
   document.addEventListener("mousedown", () => (pressed = true), { capture: true });
   document.addEventListener("mouseup", () => (pressed = false), { capture: true });
@@ -133,7 +135,7 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
 export function goToPane(by: 1 | -1): void {
   const at = PANES.findIndex((pane) => document.activeElement?.closest(pane));
   const pane = document.querySelector<HTMLElement>(PANES.at((Math.max(0, at) + by) % PANES.length)!)!;
-  const fields = [pane, ...pane.querySelectorAll<HTMLElement>("input, button:not(:disabled)")];
+  const fields = [pane, ...pane.querySelectorAll<HTMLElement>("input, select, button:not(:disabled)")];
   fields.find((field) => (field !== pane || pane.tabIndex === 0) && field.checkVisibility())?.focus();
 }
 
