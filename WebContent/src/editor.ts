@@ -117,19 +117,16 @@ export class Editor {
   }
   addPage = (copy = false): Promise<void> => {
     const page = copy ? { ...this.pageData } : blankPage(this.pageData);
-    return this.#setPages([...this.state.pages.slice(0, this.page + 1), page, ...this.state.pages.slice(this.page + 1)], this.page + 1);
+    return this.#setPages(this.state.pages.toSpliced(this.page + 1, 0, page), this.page + 1);
   };
   async deletePage(): Promise<void> {
-    const pages = this.state.pages.filter((_, i) => i !== this.page);
+    const pages = this.state.pages.toSpliced(this.page, 1);
     if (pages.length > 0) await this.#setPages(pages, Math.min(this.page, pages.length - 1));
   }
   movePage = (by: number): Promise<void> => this.takePage(this.page, this.page + by);
   async takePage(from: number, to: number): Promise<void> {
-    const page = this.state.pages[from];
-    if (!page || !this.state.pages[to]) return;
-    const pages = this.state.pages.filter((_, i) => i !== from);
-    pages.splice(to, 0, page);
-    await this.#setPages(pages, to);
+    const { pages } = this.state;
+    if (pages[from] && pages[to]) await this.#setPages(pages.toSpliced(from, 1).toSpliced(to, 0, pages[from]), to);
   }
   /** What is selected, as a page of its own that is as large. */
   get selectionAsPage(): PageData | undefined {

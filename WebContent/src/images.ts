@@ -4,11 +4,10 @@ import { enterCropMode } from "fabric/extensions";
 import { t } from "./language";
 import { type Assets, imageType } from "./project";
 import { shell } from "./shell";
+import { tell } from "./ui";
 
-interface StoredImage {
-  data: string;
-  element: HTMLImageElement;
-}
+const LARGE = 4_000_000; // letters of a data URL that take a while to be converted
+type StoredImage = { data: string; element: HTMLImageElement };
 
 async function decode(data: string): Promise<HTMLImageElement> {
   const type = imageType(data);
@@ -47,6 +46,7 @@ class ImageStore {
     try {
       element = await decode(data);
     } catch (error) {
+      if (data.length > LARGE) tell(t("Converting the picture…"));
       const png = imageType(data) && (await shell.toPng(await (await fetch(data)).arrayBuffer()));
       const shown = png && (await readAsDataURL(png));
       if (!shown || shown === data) throw error;

@@ -87,13 +87,14 @@ export class Pen {
   #key(e: KeyboardEvent): void {
     const mode = this.mode();
     const by = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1], " ": [0, 0] }[e.key];
-    if ((mode !== "pen" && mode !== "draw") || e.ctrlKey || e.altKey || e.metaKey) return;
+    const takesBack = e.ctrlKey ? e.key === "z" : e.key === "Backspace";
+    if ((mode !== "pen" && mode !== "draw") || (e.ctrlKey && !takesBack) || e.altKey || e.metaKey) return;
     if (by) {
       const { x, y } = this.#cursor ?? this.stage.canvas.getVpCenter();
       this.#cursor = new Point(Math.round(x), Math.round(y)).add(new Point(by[0]!, by[1]!).scalarMultiply(e.shiftKey ? 1 : 10));
       announce(`${this.#cursor.x}, ${this.#cursor.y}`);
       if (e.key === " ") this.#set(mode === "draw" || e.shiftKey);
-    } else if (e.key === "Backspace" && this.#nodes.length > 0) this.#nodes.pop();
+    } else if (takesBack && this.#nodes.length > 0) this.#nodes.pop();
     else if (e.key === "Enter" && this.#nodes.length > 1) this.finish(e.shiftKey);
     else return;
     e.preventDefault();
