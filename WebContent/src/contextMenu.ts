@@ -1,5 +1,5 @@
 // The menu of what is under the pointer, or selected: commands that are elsewhere too.
-import { takesText } from "./keyboard";
+import { isTab, takesText } from "./keyboard";
 import type { Stage } from "./stage";
 import { $ } from "./ui";
 
@@ -52,7 +52,7 @@ export function listenToContextMenu(stage: Stage, places: readonly HTMLElement[]
     const at = enabled.indexOf(document.activeElement as HTMLButtonElement);
     const to = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: -1 }[e.key];
     if (to !== undefined) enabled.at(to % enabled.length)?.focus();
-    else if (e.key === "Escape" || e.key === "Tab") close();
+    else if (e.key === "Escape" || isTab(e)) close();
     else return;
     e.preventDefault();
     e.stopPropagation();

@@ -33,8 +33,6 @@ const TEXT: Record<string, string> = {
   ...GLOBAL,
   "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo", "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
 };
-/** What a button that has the focus is used with. */
-const PRESSES = ["Tab", "Enter", " "];
 const PANES = ["#stage", "#inspector", "#layers", "#pages", "header", "#tools"] as const;
 const ARROWS: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
 
@@ -44,6 +42,8 @@ function chord(e: KeyboardEvent): string {
   return `${e.ctrlKey ? "Ctrl+" : ""}${e.altKey ? "Alt+" : ""}${shift ? "Shift+" : ""}${key}`;
 }
 
+/** The engine has no name for the key while Shift is held. */
+export const isTab = ({ key, code }: KeyboardEvent): boolean => key === "Tab" || code === "Tab";
 export const takesText = (target: EventTarget | null): boolean =>
   target instanceof HTMLTextAreaElement || (target instanceof HTMLInputElement && target.type === "text");
 const takesKeys = (target: EventTarget | null): boolean =>
@@ -73,7 +73,8 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
 
   document.addEventListener("keydown", (e) => {
     if (e.defaultPrevented || e.isComposing || e.metaKey || busy()) return;
-    if (stage.editedText && !takesKeys(e.target) && !(e.target instanceof HTMLButtonElement && PRESSES.includes(e.key))) {
+    const isPress = e.target instanceof HTMLButtonElement && (isTab(e) || e.key === "Enter" || e.key === " ");
+    if (stage.editedText && !takesKeys(e.target) && !isPress) {
       if (e.target !== stage.editedText.hiddenTextarea) stage.focus();
       const command = TEXT[chord(e)];
       if (!command) return;
@@ -102,7 +103,7 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     }
     else if (e.key === "Enter" && drawing.shape) drawing.placeInMiddle(drawing.shape);
     else if (e.key === "Enter") void commands.enter!();
-    else if (e.key !== "Tab" || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
+    else if (!isTab(e) || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
   });
 

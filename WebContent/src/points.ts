@@ -1,6 +1,25 @@
 // The points of an outline, moved one by one: with the pointer, or by keyboard, where Tab goes from one to the next.
-import { type Control, controlsUtils, FabricObject, Path, Point, type Transform, util } from "fabric";
+import { type Control, controlsUtils, FabricObject, Path, Point, util } from "fabric";
+import { isTab } from "./keyboard";
 import type { Stage } from "./stage";
+
+type PathControl = Control & { commandIndex: number; pointIndex: number };
+
+/** Puts a point somewhere else, and with it those at the same place: an outline ends where it begins. */
+function movePoint(path: Path, { commandIndex, pointIndex }: PathControl, to: Point): boolean {
+  const steps = path.path as unknown[][];
+  const [step, before] = [steps[commandIndex]!, path.pathOffset];
+  const { x, y } = util.sendPointToPlane(to, undefined, path.calcOwnMatrix()).add(before);
+  const [oldX, oldY] = step.slice(pointIndex);
+  const isEnd = pointIndex === step.length - 2;
+  const moved = isEnd ? steps.filter((other) => other.at(-2) === oldX && other.at(-1) === oldY) : [];
+  for (const other of moved) other.splice(-2, 2, x, y);
+  if (!isEnd) step.splice(pointIndex, 2, x, y);
+  path.setDimensions();
+  const by = path.pathOffset.subtract(before).transform(path.calcOwnMatrix(), true);
+  path.set({ left: path.left + by.x, top: path.top + by.y, dirty: true });
+  return true;
+}
 
 export class PathPoints {
   #path: Path | undefined;
@@ -21,6 +40,7 @@ export class PathPoints {
     this.#path = target instanceof Path && target !== before && !target.locked ? target : undefined;
     const style = { controlFill: "#ffffff", controlStroke: this.stage.canvas.selectionBorderColor };
     const points = this.#path && controlsUtils.createPathControls(this.#path, { pointStyle: style, controlPointStyle: style });
+    for (const point of Object.values(points ?? {})) point.actionHandler = (_e, { target: path }, x, y) => movePoint(path as Path, point as PathControl, new Point(x, y));
     this.#path?.set({ controls: points, hasBorders: false });
     this.#choose(undefined);
     (this.#path ?? before)?.setCoords();
@@ -38,13 +58,12 @@ export class PathPoints {
     if (!path || e.ctrlKey || e.altKey) return;
     const controls = Object.values(path.controls);
     if (e.key === "Escape" || e.key === "Enter") this.switch();
-    else if (e.key === "Tab") this.#choose(controls.at((controls.indexOf(this.#chosen!) + (e.shiftKey ? -1 : 1)) % controls.length));
+    else if (isTab(e)) this.#choose(controls.at((controls.indexOf(this.#chosen!) + (e.shiftKey ? -1 : 1)) % controls.length));
     else if (by && this.#chosen) {
       const { canvas } = this.stage;
       const shown = this.#chosen.positionHandler(new Point(), path.calcTransformMatrix(), path, this.#chosen);
       const to = shown.transform(util.invertTransform(canvas.viewportTransform)).add(new Point(by[0]!, by[1]!).scalarMultiply(e.shiftKey ? 10 : 1));
-      const { x, y } = util.sendPointToPlane(to, undefined, path.group?.calcTransformMatrix());
-      this.#chosen.actionHandler(e as never, { target: path } as unknown as Transform, x, y);
+      movePoint(path, this.#chosen as PathControl, util.sendPointToPlane(to, undefined, path.group?.calcTransformMatrix()));
       canvas.fire("object:modified", { target: path });
       canvas.requestRenderAll();
     } else return;

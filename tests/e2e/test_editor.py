@@ -240,12 +240,12 @@ def test_keys_change_the_selected_objects(editor, tmp_path):
 
 def test_outlines_and_lines_are_drawn_by_keyboard(editor, tmp_path):
     editor.key("b", "space", *["Right"] * 20, "space", *["Down"] * 20, "shift+space", "Left", "space", "BackSpace", "shift+Return")
-    editor.key("Return", "Tab", "Tab", *["shift+Up"] * 3, "Escape")  # its points
+    editor.key("Return", "Tab", "Tab", *["shift+Up"] * 3, "shift+Tab", "shift+Left", "Escape")  # its points
     editor.key("p", "space", *["Left"] * 20, "space", *["Up"] * 20, "space", "Return")
     outline, line = editor.objects(tmp_path / "drawn.json")
     steps = [[step[0], *(round(n) for n in step[1:][-2:])] for step in outline["path"]]
     x, y = steps[0][1:]
-    assert steps == [["M", x, y], ["L", x + 200, y - 30], ["C", x + 200, y + 200], ["C", x, y], ["Z"]] and outline["fill"]
+    assert steps == [["M", x, y], ["L", x + 210, y - 30], ["C", x + 210, y + 200], ["C", x, y], ["Z"]] and outline["fill"]
     assert [step[0] for step in line["path"]] == ["M", "C", "C"] and line["fill"] is None
     editor.key("Menu", "Up", "Up", "Up", "Return")  # from the end: to hide it
     editor.key("F6", "ctrl+a", "7", "Return")  # the field for its left edge
