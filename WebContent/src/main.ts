@@ -146,8 +146,9 @@ const tasks: Commands = {
   back: () => edits.reorder("back"),
   /** Goes into what is selected: a group, the points of an outline, a text. */
   enter: () => {
-    stage.groups.enter(stage.active);
-    points.switch(stage.active);
+    const { active } = stage;
+    if (active?.isType("Group")) return stage.groups.enter(active);
+    points.switch(active);
     stage.editText();
   },
   escape: () => (drawing.tool ? drawing.arm(null) : stage.select([])),
