@@ -67,6 +67,7 @@ TEST_F(AppDelegateTest, LaunchesInOrder)
                                             "center", "delegate", "makeKeyAndOrderFront", "log: Main window created"));
                     platform.runMainQueue();
                     EXPECT_THAT(platform.lines, Contains("=== HotkeyManager Status ==="));
+                    EXPECT_THAT(platform.alerts, IsEmpty());
                     platform.steps.clear();
                 }),
                 ElementsAre("disable tap", "remove source"));

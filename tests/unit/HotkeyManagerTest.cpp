@@ -159,14 +159,6 @@ TEST_F(HotkeyManagerTest, AsksOnceAndPollsWithoutThePermission)
                 ElementsAre("open x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility"));
 }
 
-TEST_F(HotkeyManagerTest, NeedsNeitherAlertNorTimerWithThePermission)
-{
-    platform.trusted = true;
-    EXPECT_THAT(stepsOf(&HotkeyManager::setupHotkey),
-                ElementsAre("check trust with prompt", "make tap on 1024", "add source", "enable tap", registered));
-    EXPECT_THAT(platform.queue, IsEmpty());
-}
-
 TEST_F(HotkeyManagerTest, PollsUntilThePermissionIsThere)
 {
     const auto tick = [this] { return platform.stepsOf(*platform.timers.back().lock()); };

@@ -82,12 +82,7 @@ struct FakeConfiguration final : WebViewConfiguration, UserContentController, Re
 };
 
 struct FakeWebView final : WebView, Recorder {
-    FakeWebView(Steps& steps, std::unique_ptr<WebViewConfiguration> with)
-        : Recorder(steps)
-        , configuration(std::move(with))
-    {
-        step("web view");
-    }
+    using Recorder::Recorder;
     void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) override
     {
         step(delegate.expired() ? "no navigation delegate" : "navigation delegate");
@@ -163,11 +158,7 @@ struct FakePanel final : SavePanel, OpenPanel, Alert {
 };
 
 struct FakeTimer final : Timer, Recorder {
-    FakeTimer(Steps& steps, std::function<void()> work)
-        : Recorder(steps)
-        , block(std::make_shared<std::function<void()>>(std::move(work)))
-    {
-    }
+    using Recorder::Recorder;
     void invalidate() override
     {
         step("invalidate timer");
@@ -178,25 +169,15 @@ struct FakeTimer final : Timer, Recorder {
 };
 
 struct FakeTap final : EventTap, Recorder {
-    FakeTap(Steps& steps, EventTapCallback function, void* data)
-        : Recorder(steps)
-        , callback(function)
-        , userData(data)
-    {
-    }
+    using Recorder::Recorder;
     void enable(bool enable) override
     {
         step(enable ? "enable tap" : "disable tap");
         enabled = enable;
     }
     bool isEnabled() const override { return enabled; }
-    const TapEvent* send(std::uint32_t type, const TapEvent* event) const
-    {
-        return callback(nullptr, type, event, userData);
-    }
 
-    EventTapCallback callback;
-    void* userData;
+    std::function<const TapEvent*(std::uint32_t type, const TapEvent* event)> send;
     bool enabled = false;
 };
 
@@ -321,7 +302,10 @@ struct FakePlatform : Platform,
     }
     std::shared_ptr<WebView> makeWebView(std::unique_ptr<WebViewConfiguration> configuration) override
     {
-        return std::make_shared<FakeWebView>(steps, std::move(configuration));
+        steps.emplace_back("web view");
+        auto made = std::make_shared<FakeWebView>(steps);
+        made->configuration = std::move(configuration);
+        return made;
     }
     std::shared_ptr<SavePanel> makeSavePanel() override { return std::make_shared<FakePanel>(panels); }
     std::shared_ptr<OpenPanel> makeOpenPanel() override { return std::make_shared<FakePanel>(panels); }
@@ -335,14 +319,16 @@ struct FakePlatform : Platform,
                                          std::function<void()> block) override
     {
         steps.push_back((repeats ? "timer every " : "timer after ") + std::to_string(interval.count()) + " ms");
-        auto made = std::make_unique<FakeTimer>(steps, std::move(block));
-        timers.push_back(made->block);
+        auto made = std::make_unique<FakeTimer>(steps);
+        timers.push_back(made->block = std::make_shared<std::function<void()>>(std::move(block)));
         return made;
     }
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) override
     {
         steps.push_back("make tap on " + std::to_string(mask));
-        auto made = tapsAllowed ? std::make_shared<FakeTap>(steps, callback, userData) : nullptr;
+        auto made = tapsAllowed ? std::make_shared<FakeTap>(steps) : nullptr;
+        if (made)
+            made->send = [=](auto type, const auto* event) { return callback(nullptr, type, event, userData); };
         tap = made;
         return made;
     }
