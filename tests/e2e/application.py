@@ -148,6 +148,12 @@ class Application:
         """Runs a script in the page and returns its value."""
         return self.result(self.start_script(script))
 
+    def received(self, count=1):
+        """What native code has called the page with, once that is so much: the function's name and the text of each call."""
+        return self.run_script(f"""
+            while (received.length < {count}) await new Promise((resolve) => setTimeout(resolve, 5));
+            return received.splice(0);""")
+
     def post(self, name, body):
         """Posts a message and returns where in the log the lines that answer it begin."""
         start = len(self.log.lines)

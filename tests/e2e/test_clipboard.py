@@ -35,10 +35,7 @@ def copy(app, text):
 def paste(app):
     """Posts "nativePaste" and returns what the page got: the function's name and the text."""
     app.run_script("received.length = 0; post('nativePaste', null)")
-    got, = app.run_script("""
-        while (received.length === 0) await new Promise((resolve) => setTimeout(resolve, 10));
-        return received.splice(0);
-    """)
+    got, = app.received()
     return got
 
 

@@ -17,19 +17,8 @@ MIXED = "quotes ' \" and \\ backslashes \\' \\n\nline\r\nbreaks\rtabs\t\u2028\u2
 SENT = "✅ File content sent to JavaScript"
 
 
-def data_url(content):
-    return "data:application/octet-stream;base64," + base64.b64encode(content).decode()
-
-
 def download(name, content):
-    return {"filename": name, "data": data_url(content)}
-
-
-def received(app):
-    return app.run_script("""
-        while (received.length === 0) await new Promise((resolve) => setTimeout(resolve, 10));
-        return received.splice(0);
-    """)
+    return {"filename": name, "data": "data:application/octet-stream;base64," + base64.b64encode(content).decode()}
 
 
 def test_the_toolkits_own_panels(app, desktop, tmp_path):
@@ -46,7 +35,7 @@ def test_the_toolkits_own_panels(app, desktop, tmp_path):
     for message, title, name in (("nativeFilePicker", PROJECT, "File"), ("nativeImagePicker", IMAGE, "Image")):
         app.post(message, {"any": ["body"]})
         desktop.answer_panel(title, target)
-        assert received(app)[0][0] == name
+        assert app.received()[0][0] == name
 
     folder = tmp_path / "chosen"
     folder.mkdir()
@@ -140,7 +129,7 @@ def test_project_text_reaches_the_page_byte_for_byte(shell, portal, tmp_path):
         portal.choose(project)
         shell.log.wait(SENT, start)
         assert shell.own_lines(start) == ["📂 Native file picker requested", "✅ File loaded: a project.json", SENT]
-        assert received(shell) == [["File", content.decode()]]
+        assert shell.received() == [["File", content.decode()]]
     project.write_bytes(b"overlong \xc0\xaf")
     shell.post("nativeFilePicker", None)
     portal.choose(project)
@@ -242,7 +231,7 @@ def test_the_desktops_own_portal(launch, tmp_path):
         for message, title in (("nativeFilePicker", PROJECT), ("nativeImagePicker", IMAGE)):
             app.post(message, None)
             confirm(title, "key", "Return", path=f"{tmp_path}/saved.png")
-            assert len(received(app)) == 1
+            assert len(app.received()) == 1
 
         app.post("nativeBatchDownload", {"files": [download(f"{i}.png", b"hello") for i in range(2)]})
         title = "Choose a folder to save 2 files"
