@@ -258,9 +258,9 @@ class Desktop(Session):
         window = self.wait_window(title)
         self.focus(window)
         self.key("ctrl+a")
-        self.type(str(path))
-        # What the panel has completed meanwhile stands behind it.
-        self.key("shift+End", "Delete", "Return")
+        # Behind a folder's name the panel would put what is in it, as soon as it has read that; behind a dot it puts nothing.
+        self.type(os.path.join(path, "x/.") if os.path.isdir(path) else str(path))
+        self.key("Return")
         if replace:
             wait_for(lambda: self.active_window() not in ("", window), "the question whether to replace the file")
             self.key("alt+r")

@@ -146,6 +146,15 @@ def test_the_page_cannot_be_left_for_another(app, server):
     app.wait_ready(start)
 
 
+def test_a_right_click_has_nothing_of_a_browsers_menu(app, desktop):
+    app.run_script("window.done = ''; for (const kind of ['contextmenu', 'keydown']) addEventListener(kind, () => { done += kind; })")
+    desktop.focus("Quillory")
+    desktop.run("xdotool", "mousemove", "640", "600", "click", "3")
+    wait_for(lambda: app.run_script("return done") == "contextmenu", "the click")
+    desktop.key("k")  # which a menu would take
+    wait_for(lambda: app.run_script("return done") == "contextmenukeydown", "the key")
+
+
 # Beside the editor's own script: every way to the network that needs no hand of the user, and one to run text as code.
 # Each says so when it has been refused.
 PROBE = """

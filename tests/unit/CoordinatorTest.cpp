@@ -212,6 +212,7 @@ TEST_F(CoordinatorTest, WritesAFileAgainForThePageThatHasItsHandle)
     post("nativeDownload", body);
     choose(folder.write("logo.png", "older"));
     const auto saved = takeAnswer();
+    EXPECT_THAT(std::string(saved["file"]), testing::MatchesRegex("[0-9a-f]{32}"));
     body["file"] = saved["file"];
     body["data"] = ",QQ==";
     EXPECT_THAT(post("nativeDownload", body), testing::Contains("✅ File saved to: " + inFolder("logo.png").string()));
@@ -366,8 +367,8 @@ TEST_F(CoordinatorTest, RefusesAFileThatIsWrittenToMeanwhile)
 {
     const auto path = folder.write("a.json", std::string(64 << 20, ' '));
     const std::jthread writer([&](const std::stop_token& stop) {
-        for (std::ofstream file(path, std::ios::app); !stop.stop_requested();)
-            file << ' ' << std::flush;
+        for (std::fstream file(path); !stop.stop_requested();)
+            file.seekp(0) << ' ' << std::flush;
     });
     post("nativeFilePicker");
     EXPECT_EQ(choose(path).back(), "❌ Error reading file: The file was changed while it was read");

@@ -55,6 +55,9 @@ template<typename Work> void without(std::uint32_t call, std::uint32_t error, Wo
     }).join();
 }
 
+// Never read: that no disk can store it is known before.
+const std::span<const std::byte> exbibyte(std::as_bytes(std::span("")).data(), 1UL << 60);
+
 class FileWriter : public testing::Test {
 protected:
     Error write(const std::string& name, const std::string& content) const
@@ -108,8 +111,6 @@ TEST_F(FileWriter, LeavesTheOldContentWholeWhenTheNewOneDoesNotFit)
         EXPECT_EQ(write(name, large.substr(0, 64 << 10)), std::nullopt);
     EXPECT_EQ(folder.read("target").size(), 64U << 10);
 
-    // Never read: that no disk can store it is known before.
-    const std::span<const std::byte> exbibyte(std::as_bytes(std::span(large)).data(), 1UL << 60);
     errno = ENOENT; // of an earlier call
     EXPECT_NE(writeFile(path / "old", exbibyte), std::nullopt);
     EXPECT_EQ(folder.read("old"), "precious");
@@ -166,7 +167,13 @@ TEST_F(FileWriter, ReplacesContentWhereNoSpaceCanBeSetAside)
         for (const char* name : {"old", "new"}) {
             EXPECT_EQ(write(name, "content"), std::nullopt);
             EXPECT_EQ(folder.read(name), "content");
+            EXPECT_EQ(writeFile(path / name, exbibyte), "No space left on device");
+            EXPECT_EQ(folder.read(name), "content");
         }
+    });
+    without(SYS_ftruncate, EIO, [&] {
+        EXPECT_EQ(write("needs no cut", "content"), std::nullopt);
+        EXPECT_EQ(write("old", "x"), "Input/output error");
     });
 }
 

@@ -25,9 +25,9 @@ void apply(GVariantPtr value)
 {
     while (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_VARIANT) != 0)
         value.reset(g_variant_get_variant(value.get()));
-    auto* settings = gtk_settings_get_default();
-    if (settings == nullptr || g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32) == 0)
+    if (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_UINT32) == 0)
         return;
+    auto* settings = gtk_settings_get_default();
     const auto scheme = g_variant_get_uint32(value.get());
     if (scheme == preferDark || scheme == preferLight)
         g_object_set(settings, toolkitKey, static_cast<gboolean>(scheme == preferDark), nullptr);

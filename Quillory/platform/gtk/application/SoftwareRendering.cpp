@@ -21,7 +21,7 @@ bool inSoftware = false;
 // Mesa's names for the processor.
 bool isSoftware(std::string_view renderer)
 {
-    constexpr std::array<std::string_view, 3> names {"llvmpipe", "softpipe", "swrast"};
+    constexpr auto names = std::to_array<std::string_view>({"llvmpipe", "softpipe", "swrast"});
     return std::ranges::any_of(names,
                                [&](std::string_view name) { return renderer.find(name) != std::string_view::npos; });
 }
