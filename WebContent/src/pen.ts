@@ -1,6 +1,6 @@
 // Lines and outlines that are drawn point by point: a click sets a corner, a drag a point that the line passes in a curve.
 // By keyboard a cursor goes from point to point.
-import { Path, Point, type TComplexPathData, type TMat2D } from "fabric";
+import { Path, Point, type TComplexPathData } from "fabric";
 import { inSteps } from "./line";
 import { INK } from "./objects";
 import type { Stage } from "./stage";
@@ -16,17 +16,16 @@ const NOWHERE = new Point(0, 0);
 const length = ({ x, y }: Point): number => Math.hypot(x, y);
 
 /** The line through the points, and back to the first where it is closed. */
-function outline(nodes: readonly Node[], closed: boolean, plane: TMat2D = [1, 0, 0, 1, 0, 0]): TComplexPathData {
+function outline(nodes: readonly Node[], closed: boolean): TComplexPathData {
   const [first] = nodes;
   if (!first) return [];
   const step = (to: Node, i: number): TComplexPathData[number] => {
     const from = nodes[i]!;
-    const [a, b, end] = [from.at.add(from.way), to.at.subtract(to.way), to.at].map((p) => p.transform(plane)) as [Point, Point, Point];
-    return length(from.way) + length(to.way) === 0 ? ["L", end.x, end.y] : ["C", a.x, a.y, b.x, b.y, end.x, end.y];
+    const [a, b] = [from.at.add(from.way), to.at.subtract(to.way)];
+    return length(from.way) + length(to.way) === 0 ? ["L", to.at.x, to.at.y] : ["C", a.x, a.y, b.x, b.y, to.at.x, to.at.y];
   };
-  const start = first.at.transform(plane);
   const way = [...nodes.slice(1), ...(closed ? [first] : [])].map(step);
-  return [["M", start.x, start.y], ...way, ...(closed ? ([["Z"]] as TComplexPathData) : [])];
+  return [["M", first.at.x, first.at.y], ...way, ...(closed ? ([["Z"]] as TComplexPathData) : [])];
 }
 
 export class Pen {
@@ -107,13 +106,13 @@ export class Pen {
     const nodes = [...this.#nodes, ...next];
     const { viewportTransform, selectionBorderColor } = this.stage.canvas;
     ctx.save();
-    Object.assign(ctx, { strokeStyle: selectionBorderColor, fillStyle: "#ffffff", lineWidth: 1.5 });
-    ctx.stroke(new Path2D(outline(nodes, false, viewportTransform).flat().join(" ")));
+    ctx.transform(...viewportTransform);
+    Object.assign(ctx, { strokeStyle: selectionBorderColor, fillStyle: "#ffffff", lineWidth: 1.5 / viewportTransform[0] });
+    ctx.stroke(new Path2D(outline(nodes, false).flat().join(" ")));
     for (const { at, way } of nodes) {
-      const [from, point, to] = [at.subtract(way), at, at.add(way)].map((p) => p.transform(viewportTransform)) as [Point, Point, Point];
-      ctx.stroke(new Path2D(`M ${from.x} ${from.y} L ${to.x} ${to.y}`));
+      ctx.stroke(new Path2D(`M ${at.x - way.x} ${at.y - way.y} L ${at.x + way.x} ${at.y + way.y}`));
       ctx.beginPath();
-      ctx.arc(point.x, point.y, 4, 0, 2 * Math.PI);
+      ctx.arc(at.x, at.y, 4 / viewportTransform[0], 0, 2 * Math.PI);
       ctx.fill();
       ctx.stroke();
     }
