@@ -3,7 +3,8 @@
 #include <gio/gio.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <fstream>
+#include <string>
 
 #include "platform/glib/GObjectPtr.h"
 
@@ -13,18 +14,30 @@ namespace {
 
 constexpr int timeoutMilliseconds = 500;
 
+// As the process began with it: the toolkit takes the launcher's out of the environment when it is loaded.
+std::string variableOfLaunch(const std::string& name)
+{
+    std::ifstream environment("/proc/self/environ", std::ios::binary);
+    for (std::string entry; std::getline(environment, entry, '\0');)
+        if (entry.starts_with(name + "="))
+            return entry.substr(name.size() + 1);
+    return {};
+}
+
 // The launcher gave this process the right to take the focus; the window that takes it is the other's.
 GVariant* launchData()
 {
     GVariantDict data;
     g_variant_dict_init(&data, nullptr);
-    const auto add = [&](const char* key, const char* variable) {
-        const char* value = std::getenv(variable);
-        if (value != nullptr && *value != '\0' && g_utf8_validate(value, -1, nullptr) != 0)
-            g_variant_dict_insert(&data, key, "s", value);
+    const auto add = [&](const char* key, const std::string& value) {
+        if (!value.empty() && g_utf8_validate(value.c_str(), -1, nullptr) != 0)
+            g_variant_dict_insert(&data, key, "s", value.c_str());
     };
-    add("desktop-startup-id", "DESKTOP_STARTUP_ID");
-    add("activation-token", "XDG_ACTIVATION_TOKEN");
+    const auto startup = variableOfLaunch("DESKTOP_STARTUP_ID");
+    const auto token = variableOfLaunch("XDG_ACTIVATION_TOKEN");
+    // GTK 4.8 looks for the token in the older of the two.
+    add("desktop-startup-id", startup.empty() ? token : startup);
+    add("activation-token", token);
     return g_variant_dict_end(&data);
 }
 
