@@ -69,8 +69,11 @@ Window::Window(Application& application, std::optional<Screen> screen, Size cont
         performClose();
         return TRUE;
     }));
-    m_connections.push_back(
-        connectScoped<void()>(window, "realize", [this] { m_application.setIconOf(GDK_TOPLEVEL(surface())); }));
+    m_connections.push_back(connectScoped<void()>(window, "realize", [this] {
+        m_application.setIconOf(GDK_TOPLEVEL(surface()));
+        m_connections.push_back(connectScoped<void(GdkToplevelSize*)>(
+            surface(), "compute-size", [this](GdkToplevelSize* limits) { keepWithinBounds(limits); }));
+    }));
     m_connections.push_back(connectScoped<void()>(window, "map", [this] {
         placeWhenMapped();
         if (m_hasMenuBar)
@@ -139,9 +142,25 @@ void Window::setContentView(const FramedView& content)
 
 void Window::setContentMinSize(Size size)
 {
+    m_minimum = size;
     const auto minimum = fitting(size);
     if (m_content.widget)
         gtk_widget_set_size_request(m_content.widget.get(), pixels(minimum.width), pixels(minimum.height));
+}
+
+// On Wayland only the compositor knows what its panels leave of the screen, and it says so before the window is shown.
+void Window::keepWithinBounds(GdkToplevelSize* limits)
+{
+    int width = 0;
+    int height = 0;
+    gdk_toplevel_size_get_bounds(limits, &width, &height);
+    if (!m_screen || isOnX11() || width <= 0 || height <= 0)
+        return;
+    auto& frame = m_screen->visibleFrame;
+    const Size left {std::min(frame.width, static_cast<double>(width)),
+                     std::min(frame.height, static_cast<double>(height))};
+    if (std::exchange(frame, left) != left)
+        setContentMinSize(m_minimum);
 }
 
 Size Window::fitting(Size content) const

@@ -40,12 +40,14 @@ private:
     void returnFocusFromMenuBar();
     void performClose();
     void placeWhenMapped();
+    void keepWithinBounds(GdkToplevelSize* limits);
     Size fitting(Size content) const;
     bool isOnX11() const;
     GdkSurface* surface() const;
 
     Application& m_application;
     std::optional<Screen> m_screen;
+    Size m_minimum; // of the content
     bool m_hasMenuBar;
     WindowPtr<GtkWindow> m_window;
     FirstFrame m_firstFrame {m_window.get()};
