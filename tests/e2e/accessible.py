@@ -37,8 +37,8 @@ class AccessibilityBus:
     def _node(self, *place):
         low, _ = self._ask(place, "GetState")
         name = self._ask(place, "Get", "org.a11y.atspi.Accessible", "Name", interface=dbus.PROPERTIES_IFACE)
-        # Newer versions call a button so.
-        role = self._ask(place, "GetRoleName").replace("push button", "button")
+        # The engine has names of its roles for people alone. Newer versions call a button so.
+        role = (self._ask(place, "GetRoleName") or self._ask(place, "GetLocalizedRoleName")).replace("push button", "button")
         return Node(role, str(name), {state for state, bit in STATES.items() if low >> bit & 1})
 
     def _ask(self, place, method, *arguments, interface="org.a11y.atspi.Accessible"):

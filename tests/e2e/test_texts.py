@@ -3,7 +3,11 @@ import pathlib
 import re
 import subprocess
 
+import gi
 import pytest
+
+gi.require_version("Gtk", "4.0")
+from gi.repository import Gtk
 
 from accessible import AccessibilityBus
 from desktop import Desktop, wait_for
@@ -109,6 +113,15 @@ def test_windows_and_menus_are_named_in_their_language_and_reached_by_keyboard(
         desktop.cancel_panel(f"⟦{title}⟧")
     help_text = run(tree.binary, "--help", env={**locale, "LANGUAGE": "xx"})
     assert help_text.startswith("⟦") and help_text.rstrip().endswith("⟧")
+
+
+@pytest.mark.skipif(Gtk.check_version(4, 14, 0) is not None, reason="before 4.14 GTK has no place for a page among its widgets")
+def test_the_page_is_told_of_too(launch, tree_of_the_editor, desktop, bus):
+    launch(tree_of_the_editor, env=bus.ENVIRONMENT, ready=False)
+    parts = {("button", "New project"), ("entry", "Name of the project"), ("combo box", "Page size"), ("check box", "Transparent")}
+    nodes = wait_for(lambda: (nodes := bus.nodes("Quillory")) and parts <= {(node.role, node.name) for node in nodes} and nodes,
+                     "the page's buttons and fields")
+    assert [node for node in nodes if node.name.startswith("Canvas.") and "focusable" in node.states]
 
 
 def test_an_icon_that_cannot_be_decoded_is_not_shown(launch, tree, desktop, bus):
