@@ -9,6 +9,8 @@ from wayland_keyboard import KEY_CODES
 
 QUESTION = "Add Keyboard Shortcuts"
 WINDOWS = "global.get_window_actors().map((actor) => actor.meta_window)"
+STORE = "org.gnome.settings-daemon.global-shortcuts"
+KEYS = "'shortcuts': <['<Shift><Super>e']>, "
 REMOTE = "org.gnome.Mutter.RemoteDesktop"
 
 
@@ -60,6 +62,17 @@ class GnomeSession(Session):
         self.wait_active(QUESTION)
         wait_for(lambda: self.key("alt+a") or not self.windows(QUESTION), "the question to be answered")
         app.log.wait("Accessibility permission granted - hotkey now active")
+
+    def let_hotkey(self, granted):
+        """The user takes the chord away in the settings, or gives it back; these keep it, and tell the portal twice then."""
+        def kept(keys):
+            return f"[('bring-to-front', {{{keys}'description': <'Bring Quillory to the front'>}})]"
+
+        name, given = "com.quillory.Quillory", KEYS if granted else ""
+        self.run("gsettings", "set", f"{STORE}.application:/{STORE.replace('.', '/')}/{name}/", "shortcuts", kept(given))
+        for keys in dict.fromkeys(("", given)):
+            self.run("gdbus", "call", "--session", "--dest", "org.freedesktop.impl.portal.desktop.gnome", "--object-path",
+                     "/org/gnome/globalshortcuts", "--method", "org.gnome.GlobalShortcutsRebind.RebindShortcuts", name, kept(keys))
 
     def key(self, *chords):
         for keys in (chord.split("+") for chord in chords):

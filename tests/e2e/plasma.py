@@ -13,6 +13,7 @@ from desktop import Session
 from wayland_keyboard import WaylandKeyboard
 
 SOCKET = "wayland-quillory"
+META_SHIFT_E = 0x12000045  # as Qt writes it
 ALERT = "Accessibility Permission Required"
 # KWin answers questions about its windows only to its own scripts, and what those print is in its log.
 # Its words for them are others since version 6.
@@ -105,6 +106,13 @@ class PlasmaSession(Session):
     def settle(self, app):
         """Waits for the hotkey, which a portal that takes its time gives later."""
         app.log.wait("Global hotkey Cmd+Shift+E registered")
+
+    def let_hotkey(self, granted):
+        """The user takes the chord away in the settings, or gives it back."""
+        service = self.dbus.get_object("org.kde.kglobalaccel", "/kglobalaccel", introspect=False)
+        accel = dbus.Interface(service, "org.kde.KGlobalAccel")
+        program, = [names[0] for names in accel.allMainComponents() if "quillory" in names[0]]
+        accel.setForeignShortcut([program, "bring-to-front", "", ""], dbus.Array([META_SHIFT_E] if granted else [], signature="i"))
 
     # Keys
 

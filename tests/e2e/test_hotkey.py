@@ -1,6 +1,7 @@
 """The hotkey: real key events under X11 and in a Plasma session, and portals that answer as they like."""
 import contextlib
 import ctypes
+import fcntl
 import os
 import re
 import shutil
@@ -10,7 +11,7 @@ import time
 
 import pytest
 
-from application import LAUNCH, STATUS_REPORT, Log
+from application import LAUNCH, STATUS_REPORT, Log, wait_ended
 from desktop import wait_for
 from gnome import QUESTION, GnomeSession
 from plasma import ALERT, PlasmaSession
@@ -50,8 +51,15 @@ def anywhere(request, installed):
         yield session or request.getfixturevalue(request.param)
 
 
-def test_from_the_first_grant_to_the_second_start(launch, tree, anywhere):
-    app = launch(tree, on=anywhere)
+def test_from_the_first_grant_to_the_second_start(launch, tree, anywhere, tmp_path):
+    def chord_reaches_the_other():
+        start = len(other.log.lines)
+        wait_for(lambda: anywhere.focus(other.window) and (anywhere.key(CHORD) or "press E" in other.log.lines[start:]),
+                 "the chord to be the other program's")
+
+    env = {"TMPDIR": str(tmp_path / "temporary")}
+    os.mkdir(env["TMPDIR"])
+    app = launch(tree, env, on=anywhere)
     anywhere.settle(app)
     with KeyWindow(anywhere) as other:
         anywhere.key("shift+e", CHORD)
@@ -62,14 +70,28 @@ def test_from_the_first_grant_to_the_second_start(launch, tree, anywhere):
             anywhere.key(CHORD)
             anywhere.wait_active("Quillory")
         assert [key for key in presses_until(anywhere, other) if not key.endswith("_L")] == ["E", "k"], "swallowed"
+        before = anywhere.wait_window("Quillory")
+        assert app.start_again({"XDG_ACTIVATION_TOKEN": other.activation_token()}).wait_exit() == 0
+        assert anywhere.wait_active("Quillory") == before, "not taken off the screen on the way"
+        if hasattr(anywhere, "let_hotkey"):
+            anywhere.let_hotkey(False)
+            chord_reaches_the_other()
+            anywhere.let_hotkey(True)
+            wait_for(lambda: anywhere.is_active("Quillory") or anywhere.key(CHORD), "the hotkey to work again")
         assert app.quit() == 0
-        app = launch(tree, on=anywhere)
+        app = launch(tree, env, on=anywhere)
         app.log.wait("Global hotkey Cmd+Shift+E registered")
         assert not anywhere.windows(ALERT) and not anywhere.windows(QUESTION), "nobody is asked again"
         anywhere.focus(other.window)
         anywhere.key(CHORD)
         anywhere.wait_active("Quillory")
+        processes = app.children()
         assert app.quit() == 0
+        wait_ended(processes)
+        chord_reaches_the_other()
+        with open(f"{anywhere.runtime}/Quillory.lock", "ab") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        assert not anywhere.dbus.name_has_owner("com.quillory.Quillory") and not os.listdir(env["TMPDIR"])
 
 
 # X11

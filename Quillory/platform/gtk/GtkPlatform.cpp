@@ -50,6 +50,17 @@ void setActivationToken(const std::string& token)
         gdk_wayland_display_set_startup_notification_id(display, token.c_str());
 }
 
+// The program that it is for does not matter to any compositor.
+std::string makeActivationToken()
+{
+    const GObjectPtr<GdkAppLaunchContext> context(gdk_display_get_app_launch_context(gdk_display_get_default()));
+    const GObjectPtr<GAppInfo> program(
+        g_app_info_create_from_commandline("settings", nullptr, G_APP_INFO_CREATE_NONE, nullptr));
+    const GStringPtr token(
+        g_app_launch_context_get_startup_notify_id(G_APP_LAUNCH_CONTEXT(context.get()), program.get(), nullptr));
+    return token ? token.get() : "";
+}
+
 }
 
 GtkPlatform::GtkPlatform()
@@ -152,6 +163,10 @@ HotkeyBackend& GtkPlatform::hotkeyBackend()
             .willDeliverX11Event = [this](std::uint32_t time) { m_application.noteUserTime(time); },
             .hasFocus = [this] { return m_application.hasFocus(); },
             .willDeliverWaylandEvent = setActivationToken,
+            .withActivationToken =
+                [this](std::function<void(std::string)> received) {
+                    m_application.whenFocused([received = std::move(received)] { received(makeActivationToken()); });
+                },
             .withMainWindow =
                 [this](std::function<void(std::string)> received) {
                     m_application.whenMainWindowIsShown(

@@ -5,10 +5,29 @@
 
 #include <gio/gio.h>
 
-namespace quillory::GnomeShortcutStore {
+#include "platform/glib/GObjectPtr.h"
+#include "platform/glib/SignalConnection.h"
+#include "platform/glib/Timeout.h"
 
-// Whether GNOME has shortcuts for the application that `accept` accepts, as a list of the type a(sa{sv}). Its portal
-// does not say so without asking the user for those that it does not have. False on another desktop.
-bool has(const std::string& applicationID, const std::function<bool(GVariant* shortcuts)>& accept);
+namespace quillory {
+
+// What GNOME keeps of an application's shortcuts, as a list of the type a(sa{sv}). Its portal does not say it without
+// asking the user for those that it does not have. Empty on another desktop. Main thread only.
+class GnomeShortcutStore {
+public:
+    explicit GnomeShortcutStore(const std::string& applicationID);
+
+    // Whether `accept` accepts the list.
+    bool has(const std::function<bool(GVariant* shortcuts)>& accept) const;
+
+    // Has `changed` called on the main context once the user is done with a change. It replaces the one before.
+    void watch(std::function<void()> changed);
+    void stopWatching();
+
+private:
+    GObjectPtr<GSettings> m_settings; // null on another desktop
+    SignalConnection m_watch;
+    Timeout m_settled;
+};
 
 }

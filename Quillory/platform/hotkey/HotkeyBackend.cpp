@@ -14,6 +14,7 @@ public:
     bool isTrusted(bool) override { return false; }
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t, EventTapCallback, void*) override { return nullptr; }
     std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>&) override { return nullptr; }
+    bool hasShortcutSettings() override { return false; }
     void openShortcutSettings() override { }
 };
 

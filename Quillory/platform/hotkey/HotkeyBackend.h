@@ -25,6 +25,9 @@ struct HotkeyBackendOptions {
     // Whether a window of the application has the focus already, which others lose because of a press.
     std::function<bool()> hasFocus;
     std::function<void(std::string activationToken)> willDeliverWaylandEvent;
+    // Hands what entitles a program that is started then to take the focus to `received`, or an empty text: once a
+    // window of the application has the focus, or does not get it in half a second.
+    std::function<void(std::function<void(std::string activationToken)> received)> withActivationToken;
     // Hands the portal's name for the main window to `received` once that window is on the screen, or an empty text
     // if it has none.
     std::function<void(std::function<void(std::string parentWindow)> received)> withMainWindow;
@@ -50,7 +53,9 @@ public:
     virtual std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) = 0;
     virtual std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>& tap) = 0;
 
-    // Opens the desktop's own panel for shortcuts, where it has one that is known.
+    // Whether the desktop has a panel of its own for shortcuts that is known; takes 250 ms at most.
+    virtual bool hasShortcutSettings() = 0;
+    // Opens it, where there is one.
     virtual void openShortcutSettings() = 0;
 };
 

@@ -41,10 +41,23 @@ std::shared_ptr<RunLoopSource> PortalHotkeyBackend::makeRunLoopSource(const std:
     return SessionRunLoopSource::make(tap);
 }
 
+bool PortalHotkeyBackend::hasShortcutSettings()
+{
+    return m_session->canConfigure() || hasSettingsProgram();
+}
+
 void PortalHotkeyBackend::openShortcutSettings()
 {
-    if (!m_session->configure())
-        openSettingsProgram(m_session->isOffered() ? m_options.applicationID : "");
+    const auto open = [session = m_session, id = m_options.applicationID](const std::string& token) {
+        if (session->canConfigure())
+            session->configure(token);
+        else
+            openSettingsProgram(session->isOffered() ? id : "", token);
+    };
+    if (m_options.withActivationToken)
+        m_options.withActivationToken(open);
+    else
+        open("");
 }
 
 }

@@ -18,6 +18,7 @@ public:
     // Null until the shortcut is bound. Making a second tap takes the presses from the first.
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) override;
     std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>& tap) override;
+    bool hasShortcutSettings() override;
     void openShortcutSettings() override;
 
 private:

@@ -4,7 +4,6 @@
 #include <iostream>
 #include <utility>
 
-#include "platform/hotkey/GnomeShortcutStore.h"
 #include "platform/hotkey/PortalShortcut.h"
 
 namespace quillory {
@@ -60,6 +59,7 @@ GVariant* noOptions()
 
 PortalSession::PortalSession(std::string applicationID, WithWindow withWindow)
     : m_applicationID(std::move(applicationID))
+    , m_gnomeStore(m_applicationID)
     , m_withWindow(std::move(withWindow))
 {
 }
@@ -91,6 +91,16 @@ void PortalSession::ask(std::chrono::milliseconds patience)
 
 void PortalSession::close()
 {
+    closeSession();
+    m_gnomeStore.stopWatching();
+    m_subscriptions.clear();
+    // The portal ends what an absent client left open, a dialog for instance.
+    m_connection.reset();
+    m_asked = m_refused = false;
+}
+
+void PortalSession::closeSession()
+{
     if (m_connection && !m_session.empty()) {
         GError* error = nullptr;
         const GVariantPtr reply(g_dbus_connection_call_sync(
@@ -100,20 +110,21 @@ void PortalSession::close()
             PortalBus::report(*owner);
     }
     forgetSession();
-    m_subscriptions.clear();
-    // The portal ends what an absent client left open, a dialog for instance.
-    m_connection.reset();
-    m_asked = m_refused = false;
 }
 
-bool PortalSession::configure()
+bool PortalSession::canConfigure()
 {
     constexpr unsigned firstVersionWithConfigure = 2;
-    if (m_session.empty() || versionWithin(configurePatience).value_or(0) < firstVersionWithConfigure)
-        return false;
+    return !m_session.empty() && versionWithin(configurePatience).value_or(0) >= firstVersionWithConfigure;
+}
+
+void PortalSession::configure(const std::string& activationToken)
+{
+    GVariantDict options;
+    g_variant_dict_init(&options, nullptr);
+    g_variant_dict_insert(&options, "activation_token", "s", activationToken.c_str());
     PortalBus::call(m_connection.get(), shortcutsInterface, "ConfigureShortcuts",
-                    g_variant_new("(os@a{sv})", m_session.c_str(), "", noOptions()));
-    return true;
+                    g_variant_new("(os@a{sv})", m_session.c_str(), "", g_variant_dict_end(&options)));
 }
 
 std::optional<unsigned> PortalSession::versionWithin(std::chrono::milliseconds patience)
@@ -235,6 +246,17 @@ void PortalSession::forgetSession()
     m_bound = false;
 }
 
+// GNOME keeps a shortcut without keys that the user has taken away. Given back to a session that is open, its portal
+// (48.0) takes the keys and tells nobody of a press; a session that begins afterwards gets them.
+void PortalSession::waitUntilGivenBack()
+{
+    closeSession();
+    m_gnomeStore.watch([this] {
+        if (m_session.empty() && !isAsking() && m_gnomeStore.has(PortalShortcut::isInWithKeys))
+            createSession();
+    });
+}
+
 void PortalSession::tellChanged()
 {
     if (changed)
@@ -293,7 +315,7 @@ void PortalSession::shortcutsListed(GVariant* results)
     m_bound = m_bound || hasOurShortcut(results);
     if (m_bound)
         return;
-    if (GnomeShortcutStore::has(m_applicationID, PortalShortcut::isIn))
+    if (m_gnomeStore.has(PortalShortcut::isIn))
         bindShortcuts("");
     else
         bindShortcutsOfWindow();
@@ -304,7 +326,9 @@ void PortalSession::shortcutsBound(unsigned response, GVariant* results)
     // A change may have been told before.
     m_bound = m_bound || hasOurShortcut(results);
     m_refused = !m_bound && response <= cancelledByUser;
-    if (!m_bound && !m_refused)
+    if (!m_bound && m_gnomeStore.has(PortalShortcut::isIn))
+        waitUntilGivenBack();
+    else if (!m_bound && !m_refused)
         std::cerr << "quillory: the global shortcuts portal could not serve the request" << std::endl;
 }
 
@@ -322,6 +346,8 @@ void PortalSession::shortcutsChanged(GVariant* parameters)
         return;
     m_bound = PortalShortcut::isIn(child(parameters, 1).get());
     m_refused = !m_bound;
+    if (!m_bound && !m_pending && m_gnomeStore.has(PortalShortcut::isIn))
+        waitUntilGivenBack();
     tellChanged();
 }
 

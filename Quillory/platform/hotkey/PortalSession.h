@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/hotkey/GnomeShortcutStore.h"
 #include "platform/hotkey/PortalBus.h"
 
 namespace quillory {
@@ -49,9 +50,10 @@ public:
     // Gives the shortcut up and forgets that it was asked for. Waits 100 ms at most.
     void close();
 
-    // Opens the desktop's dialog for the session's shortcuts; false if this portal has none. Waits
-    // 250 ms at most.
-    bool configure();
+    // Whether the desktop has a dialog for the session's shortcuts, and opens it. `activationToken` entitles it to take
+    // the focus. Waits 250 ms at most.
+    bool canConfigure();
+    void configure(const std::string& activationToken);
 
 private:
     enum class Step { createSession, listShortcuts, bindShortcuts };
@@ -73,7 +75,9 @@ private:
     void bindShortcuts(const std::string& parentWindow);
     void bindShortcutsOfWindow();
     void call(Step step, const char* method, const std::function<GVariant*(GVariantDict& options)>& parameters);
+    void closeSession();
     void forgetSession();
+    void waitUntilGivenBack();
     void tellChanged();
 
     void requestAnswered(const std::string& path, GVariant* parameters);
@@ -86,6 +90,7 @@ private:
     void portalOwnerChanged(GVariant* parameters);
 
     std::string m_applicationID;
+    GnomeShortcutStore m_gnomeStore;
     WithWindow m_withWindow;
     GObjectPtr<GDBusConnection> m_connection;
     std::vector<PortalBus::Subscription> m_subscriptions;

@@ -15,6 +15,20 @@ bool isOfType(GVariant* value, const char* type)
     return value != nullptr && g_variant_is_of_type(value, G_VARIANT_TYPE(type)) != 0;
 }
 
+// What a list says of the shortcut; null if it is not there.
+GVariantPtr propertiesIn(GVariant* list)
+{
+    if (!isOfType(list, "a(sa{sv})"))
+        return nullptr;
+    for (gsize i = 0; i < g_variant_n_children(list); ++i) {
+        const GVariantPtr shortcut(g_variant_get_child_value(list, i));
+        const GVariantPtr name(g_variant_get_child_value(shortcut.get(), 0));
+        if (isNamed(name.get()))
+            return GVariantPtr(g_variant_get_child_value(shortcut.get(), 1));
+    }
+    return nullptr;
+}
+
 }
 
 GVariantPtr list()
@@ -29,15 +43,13 @@ GVariantPtr list()
 
 bool isIn(GVariant* list)
 {
-    if (!isOfType(list, "a(sa{sv})"))
-        return false;
-    for (gsize i = 0; i < g_variant_n_children(list); ++i) {
-        const GVariantPtr shortcut(g_variant_get_child_value(list, i));
-        const GVariantPtr name(g_variant_get_child_value(shortcut.get(), 0));
-        if (isNamed(name.get()))
-            return true;
-    }
-    return false;
+    return propertiesIn(list) != nullptr;
+}
+
+bool isInWithKeys(GVariant* list)
+{
+    const auto keys = option(propertiesIn(list).get(), "shortcuts");
+    return isOfType(keys.get(), "as") && g_variant_n_children(keys.get()) > 0;
 }
 
 bool isNamed(GVariant* name)

@@ -15,6 +15,8 @@ GVariantPtr list();
 // What comes from the bus may be null, or of any type.
 bool isIn(GVariant* list);
 bool isNamed(GVariant* identifier);
+// The same in the list that GNOME keeps, where it may have no keys.
+bool isInWithKeys(GVariant* list);
 
 // Of a text or an object path; empty for anything else.
 std::string text(GVariant* value);

@@ -1,11 +1,12 @@
 #include "platform/hotkey/SettingsProgram.h"
 
-#include <algorithm>
-#include <sstream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <glib.h>
+#include "platform/glib/GObjectPtr.h"
+#include "platform/hotkey/CurrentDesktop.h"
 
 namespace quillory {
 
@@ -28,38 +29,40 @@ std::vector<SettingsProgram> knownPrograms(const std::string& applicationID)
             {"KDE", {"systemsettings5", "kcm_keys", "--args", applicationID}}};
 }
 
-std::vector<std::string> currentDesktops()
+// Null on a desktop whose program is not known, or not installed.
+std::optional<SettingsProgram> programOfDesktop(const std::string& applicationID)
 {
-    std::vector<std::string> names;
-    const char* desktops = g_getenv("XDG_CURRENT_DESKTOP");
-    std::istringstream list(desktops != nullptr ? desktops : "");
-    for (std::string name; std::getline(list, name, ':');)
-        names.push_back(name);
-    return names;
+    for (auto& program : knownPrograms(applicationID)) {
+        if (isCurrentDesktop(program.desktop) && GStringPtr(g_find_program_in_path(program.command.front().c_str())))
+            return std::move(program);
+    }
+    return std::nullopt;
 }
 
-bool start(const std::vector<std::string>& command)
+}
+
+bool hasSettingsProgram()
 {
+    return programOfDesktop("").has_value();
+}
+
+void openSettingsProgram(const std::string& applicationID, const std::string& activationToken)
+{
+    const auto program = programOfDesktop(applicationID);
+    if (!program)
+        return;
     std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const auto& argument : command)
+    arguments.reserve(program->command.size() + 1);
+    for (const auto& argument : program->command)
         arguments.push_back(const_cast<char*>(argument.c_str()));
     arguments.push_back(nullptr);
     const auto flags =
         static_cast<GSpawnFlags>(G_SPAWN_SEARCH_PATH | G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL);
-    return g_spawn_async(nullptr, arguments.data(), nullptr, flags, nullptr, nullptr, nullptr, nullptr) != 0;
-}
-
-}
-
-void openSettingsProgram(const std::string& applicationID)
-{
-    const auto desktops = currentDesktops();
-    for (const auto& program : knownPrograms(applicationID)) {
-        const bool here = std::find(desktops.begin(), desktops.end(), program.desktop) != desktops.end();
-        if (here && start(program.command))
-            return;
-    }
+    auto* environment = g_get_environ();
+    if (!activationToken.empty())
+        environment = g_environ_setenv(environment, "XDG_ACTIVATION_TOKEN", activationToken.c_str(), TRUE);
+    g_spawn_async(nullptr, arguments.data(), environment, flags, nullptr, nullptr, nullptr, nullptr);
+    g_strfreev(environment);
 }
 
 }

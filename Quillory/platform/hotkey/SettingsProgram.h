@@ -4,8 +4,11 @@
 
 namespace quillory {
 
-// Starts the settings program of the user's desktop at its page for the shortcuts of an application, or of all
-// where `applicationID` is empty. Does nothing on a desktop whose program is not known or not installed.
-void openSettingsProgram(const std::string& applicationID);
+// Whether the settings program of the user's desktop is known and installed.
+bool hasSettingsProgram();
+
+// Starts it at its page for the shortcuts of an application, or of all where `applicationID` is empty. Does nothing
+// where there is none. `activationToken` entitles it to take the focus; it may be empty.
+void openSettingsProgram(const std::string& applicationID, const std::string& activationToken);
 
 }

@@ -30,9 +30,14 @@ std::shared_ptr<RunLoopSource> X11HotkeyBackend::makeRunLoopSource(const std::sh
     return SessionRunLoopSource::make(tap);
 }
 
+bool X11HotkeyBackend::hasShortcutSettings()
+{
+    return hasSettingsProgram();
+}
+
 void X11HotkeyBackend::openShortcutSettings()
 {
-    openSettingsProgram("");
+    openSettingsProgram("", "");
 }
 
 }

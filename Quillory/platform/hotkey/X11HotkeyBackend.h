@@ -12,6 +12,7 @@ public:
     bool isTrusted(bool prompt) override;
     std::shared_ptr<EventTap> makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData) override;
     std::shared_ptr<RunLoopSource> makeRunLoopSource(const std::shared_ptr<EventTap>& tap) override;
+    bool hasShortcutSettings() override;
     void openShortcutSettings() override;
 
 private:

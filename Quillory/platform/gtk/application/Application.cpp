@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "platform/glib/BoxedFunction.h"
-#include "platform/glib/SignalConnection.h"
 #include "platform/gtk/application/ColorScheme.h"
 #include "platform/gtk/application/SoftwareRendering.h"
 #include "platform/gtk/web/ContentFilter.h"
@@ -22,6 +21,7 @@ namespace quillory::gtk {
 namespace {
 
 constexpr std::chrono::milliseconds longestPreparation {200};
+constexpr std::chrono::milliseconds longestWaitForFocus {500};
 constexpr std::chrono::seconds longestPreparationForEnd {1};
 
 // The engine's sandbox does not start with a cache folder that is no folder; the usual one takes its place.
@@ -208,6 +208,23 @@ void Application::noteMainWindowShown()
 {
     if (m_mainWindowShown)
         std::exchange(m_mainWindowShown, nullptr)(mainWindow());
+}
+
+void Application::whenFocused(std::function<void()> focused)
+{
+    auto* window = mainWindow();
+    const auto go = [this, focused = std::move(focused)] {
+        m_focusChange.disconnect();
+        m_focusWait.stop();
+        focused();
+    };
+    if (window == nullptr || gtk_window_is_active(window) != 0)
+        return go();
+    m_focusChange = connectScoped<void(GParamSpec*)>(window, "notify::is-active", [go](GParamSpec*) { go(); });
+    m_focusWait.start(longestWaitForFocus, [go] {
+        go();
+        return false;
+    });
 }
 
 bool Application::hasFocus() const

@@ -12,6 +12,7 @@
 
 #include "platform/Application.h"
 #include "platform/glib/GObjectPtr.h"
+#include "platform/glib/SignalConnection.h"
 #include "platform/glib/Timeout.h"
 
 namespace quillory::gtk {
@@ -46,6 +47,8 @@ public:
     void noteMainWindowShown();
     // Whether one of the program's windows has the focus.
     bool hasFocus() const;
+    // Calls `focused` once the main window has the focus, or does not get it in half a second. One waits at a time.
+    void whenFocused(std::function<void()> focused);
 
     // Keeps a dialog alive while it is shown and nobody else holds it; dropped when the run ends.
     void keep(std::shared_ptr<void> dialog) { m_dialogs.insert(std::move(dialog)); }
@@ -82,6 +85,8 @@ private:
     std::vector<GtkWindow*> m_modalAlerts; // they unregister before they go
     Preparation m_prepareForEnd;
     Timeout m_end;
+    SignalConnection m_focusChange;
+    Timeout m_focusWait;
     bool m_terminating = false;
 };
 

@@ -1,5 +1,6 @@
 #include "platform/gtk/panels/PermissionAlert.h"
 
+#include <span>
 #include <utility>
 
 #include "platform/Localization.h"
@@ -21,12 +22,6 @@ PermissionAlert::PermissionAlert(Application& application, HotkeyBackend& backen
     , m_backend(backend)
     , m_alert(std::make_shared<gtk::Alert>(application))
 {
-}
-
-void PermissionAlert::setInformativeText(const std::string& text)
-{
-    // In no language at all, alerts are as the program has them.
-    m_alert->setInformativeText(m_backend.canBeTrusted() || !isLocalized() ? text : localized(withoutSettings));
 }
 
 void PermissionAlert::begin(bool modal, std::function<void(int answer)> answered)
@@ -51,7 +46,20 @@ void PermissionAlert::update()
     if (m_shown || m_backend.isAsking())
         return;
     m_shown = true;
-    const auto answered = [self = shared_from_this()](int answer) { self->finish(answer); };
+    present();
+}
+
+void PermissionAlert::present()
+{
+    // In no language at all, alerts are as the program has them.
+    const bool asWritten = !isLocalized();
+    m_alert->setInformativeText(asWritten || m_backend.canBeTrusted() ? m_informativeText : localized(withoutSettings));
+    const int first = asWritten || m_backend.hasShortcutSettings() ? 0 : 1;
+    for (const auto& title : std::span(m_buttons).subspan(static_cast<std::size_t>(first)))
+        m_alert->addButtonWithTitle(title);
+    const auto answered = [self = shared_from_this(), first](int answer) {
+        self->finish(answer == 0 ? answer : answer + first);
+    };
     if (m_modal)
         m_alert->runModal(answered);
     else
