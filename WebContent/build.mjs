@@ -7,9 +7,9 @@ import { dirname, join, resolve } from "node:path";
 import { fileURLToPath } from "node:url";
 import { build } from "esbuild";
 
-// What fabric and jsPDF use for things that the page never does (other document formats, gestures, running without a browser).
+// What fabric uses for things that the page never does (gestures, running without a browser).
 // npm installs these optional packages all the same; they stay out of the page.
-const absent = ["canvas", "canvg", "core-js", "dompurify", "html2canvas", "jsdom", "westures"];
+const absent = ["canvas", "jsdom", "westures"];
 
 const here = dirname(fileURLToPath(import.meta.url));
 const option = (name) => process.argv.find((a) => a.startsWith(`--${name}=`))?.slice(name.length + 3);
@@ -18,7 +18,6 @@ async function buildPage(outdir) {
   mkdirSync(outdir, { recursive: true });
   const scripts = {
     editor: { entryPoints: [join(here, "src/main.ts")] },
-    pdf: { entryPoints: [join(here, "src/pdf.ts")], globalName: "quilloryPdf" }, // loaded when it is needed
     encoder: { entryPoints: [join(here, "src/encoder.ts")] }, // a worker
   };
   for (const [name, script] of Object.entries(scripts)) {

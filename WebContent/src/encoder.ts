@@ -1,7 +1,6 @@
 // Makes a file of rows of pixels as they come; runs in a worker, beside the page.
 import type { EncoderRequest, EncoderResponse, PictureInfo } from "./encoding";
 
-
 interface Encoder {
   add(pixels: ArrayBufferLike): Promise<void> | void;
   end(): Promise<Blob>;
@@ -20,41 +19,6 @@ function* rowsOf(pixels: ArrayBufferLike, { width, isOpaque }: PictureInfo): Gen
       }
       yield row;
     } else yield rgba.subarray(start, start + width * 4);
-  }
-}
-
-class Deflated implements Encoder {
-  protected readonly parts: BlobPart[] = [];
-  readonly #stream = new CompressionStream("deflate");
-  readonly #writer = this.#stream.writable.getWriter();
-  readonly #read = this.#collect();
-
-  constructor(protected readonly info: PictureInfo) {}
-
-  protected take(bytes: Uint8Array<ArrayBuffer>): void {
-    this.parts.push(bytes);
-  }
-  async #collect(): Promise<void> {
-    const reader = this.#stream.readable.getReader();
-    for (let { done, value } = await reader.read(); !done; { done, value } = await reader.read()) this.take(value!);
-  }
-
-  protected prepare(pixels: ArrayBufferLike): Uint8Array<ArrayBuffer> {
-    const result = new Uint8Array((pixels.byteLength / 4) * 3);
-    let to = 0;
-    for (const row of rowsOf(pixels, this.info)) {
-      result.set(row, to);
-      to += row.length;
-    }
-    return result;
-  }
-  async add(pixels: ArrayBufferLike): Promise<void> {
-    await this.#writer.write(this.prepare(pixels));
-  }
-  async end(): Promise<Blob> {
-    await this.#writer.close();
-    await this.#read;
-    return new Blob(this.parts);
   }
 }
 
@@ -81,14 +45,17 @@ const [SUB, UP] = [1, 2] as const;
 const SAMPLED = 7; // one byte of so many tells which way suits a row
 const size = (difference: number): number => Math.abs((difference << 24) >> 24);
 
-class Png extends Deflated {
+class Png implements Encoder {
+  readonly #parts: BlobPart[] = [];
+  readonly #stream = new CompressionStream("deflate");
+  readonly #writer = this.#stream.writable.getWriter();
+  readonly #read = this.#collect();
   readonly #pixel: number;
   /** The row before, after as many zeros as a pixel has bytes. */
   #above: Uint8Array;
   #row: Uint8Array;
 
-  constructor(info: PictureInfo) {
-    super(info);
+  constructor(private readonly info: PictureInfo) {
     this.#pixel = info.isOpaque ? 3 : 4;
     this.#above = new Uint8Array((info.width + 1) * this.#pixel);
     this.#row = new Uint8Array(this.#above.length);
@@ -97,15 +64,16 @@ class Png extends Deflated {
     header.setUint32(4, info.height);
     header.setUint8(8, 8); // bits
     header.setUint8(9, info.isOpaque ? 2 : 6);
-    this.parts.push(new Uint8Array([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]), chunk("IHDR", new Uint8Array(header.buffer)));
+    this.#parts.push(new Uint8Array([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]), chunk("IHDR", new Uint8Array(header.buffer)));
   }
 
-  protected override take(bytes: Uint8Array): void {
-    this.parts.push(chunk("IDAT", bytes));
+  async #collect(): Promise<void> {
+    const reader = this.#stream.readable.getReader();
+    for (let { done, value } = await reader.read(); !done; { done, value } = await reader.read()) this.#parts.push(chunk("IDAT", value!));
   }
 
   /** Each byte as its difference from the one above it or to its left, whichever way looks smaller for the row. */
-  protected override prepare(pixels: ArrayBufferLike): Uint8Array<ArrayBuffer> {
+  #prepare(pixels: ArrayBufferLike): Uint8Array<ArrayBuffer> {
     const [pixel, rows] = [this.#pixel, pixels.byteLength / 4 / this.info.width];
     const result = new Uint8Array(rows * (this.info.width * pixel + 1));
     let to = 0;
@@ -128,9 +96,13 @@ class Png extends Deflated {
     return balance <= 0 ? UP : SUB;
   }
 
-  override async end(): Promise<Blob> {
-    const file = await super.end();
-    return new Blob([file, chunk("IEND", new Uint8Array())], { type: "image/png" });
+  async add(pixels: ArrayBufferLike): Promise<void> {
+    await this.#writer.write(this.#prepare(pixels));
+  }
+  async end(): Promise<Blob> {
+    await this.#writer.close();
+    await this.#read;
+    return new Blob([...this.#parts, chunk("IEND", new Uint8Array())], { type: "image/png" });
   }
 }
 
@@ -159,7 +131,7 @@ let encoder: Encoder;
 async function answer(request: EncoderRequest): Promise<EncoderResponse> {
   if (request === "end") return { file: await encoder.end() };
   if ("pixels" in request) await encoder.add(request.pixels);
-  else encoder = new { png: Png, jpeg: Jpeg, deflated: Deflated }[request.kind](request);
+  else encoder = new { png: Png, jpeg: Jpeg }[request.kind](request);
   return {};
 }
 onmessage = ({ data }: MessageEvent<EncoderRequest>) => {

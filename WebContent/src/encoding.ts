@@ -1,7 +1,6 @@
 // What the page and the worker that makes files of pictures (encoder.ts) say to each other.
 
-/** PNG and JPEG files, or the pixels of an opaque picture as a PDF file holds them. */
-export type Kind = "png" | "jpeg" | "deflated";
+export type Kind = "png" | "jpeg";
 export interface PictureInfo {
   kind: Kind;
   width: number;

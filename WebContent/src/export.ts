@@ -3,10 +3,10 @@ import type { EncoderRequest, EncoderResponse, Kind } from "./encoding";
 import { readAsDataURL } from "./images";
 import { t } from "./language";
 import { fileName, pageFileNames } from "./names";
+import { printedDocument } from "./pdf";
 import { PagePicture } from "./picture";
-import type * as Pdf from "./pdf";
-import { type PageData, usedAssets } from "./project";
-import type { NamedFile } from "./shell";
+import type { PageData } from "./project";
+import { type NamedFile, shell } from "./shell";
 import { writeSvg } from "./svg";
 
 export type Format = "png" | "jpeg" | "pdf" | "svg";
@@ -22,8 +22,7 @@ export type Step = (done: number, total: number) => Promise<void>;
 
 const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf", svg: "svg" } as const;
 const JPEG_QUALITY = 0.95;
-const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
-const PDF_MIN_SCALE = 2; // 192 pixels an inch, so that paper shows no steps
+const PDF_MIN_SCALE = 2; // of pictures: 192 pixels an inch, so that paper shows no steps
 /** JPEG files are made of all pixels at once, four bytes each. */
 const MAX_PIXELS = { png: 2 ** 28, jpeg: 2 ** 27 } as const;
 
@@ -67,34 +66,6 @@ async function encode(picture: PagePicture, kind: Kind, step: (share: number) =>
   }
 }
 
-let pdfScript: Promise<typeof Pdf> | undefined;
-const loadPdf = (): Promise<typeof Pdf> =>
-  (pdfScript ??= new Promise((resolve, reject) => {
-    const script = document.createElement("script");
-    script.src = "pdf.js";
-    script.onload = () => resolve((window as unknown as { quilloryPdf: typeof Pdf }).quilloryPdf);
-    script.onerror = () => {
-      pdfScript = undefined;
-      reject(new Error(t("The file can't be read.")));
-    };
-    document.head.append(script);
-  }));
-
-/** Pages of shapes and text keep every pixel; those with pictures are JPEG, or the file would be far too large. */
-async function pdfFile(pages: readonly PageData[], scale: number, step: Step): Promise<Blob> {
-  const { PdfDocument } = await loadPdf();
-  const pdf = new PdfDocument();
-  for (const [i, page] of pages.entries()) {
-    await step(i, pages.length);
-    const picture = await PagePicture.of(page, Math.min(Math.max(scale, PDF_MIN_SCALE), fittingScale(page, "jpeg")), "#ffffff");
-    const kind = usedAssets(page.objects).size > 0 ? "jpeg" : "deflated";
-    const file = await encode(picture, kind, (share) => step(i + share, pages.length));
-    const { width, height } = picture;
-    pdf.add(page.width * POINTS_PER_UNIT, page.height * POINTS_PER_UNIT, { kind, width, height, bytes: new Uint8Array(await file.arrayBuffer()) });
-  }
-  return pdf.file();
-}
-
 /** One file for each page, or one PDF file for all. */
 export async function exportPages(
   project: string, pages: readonly PageData[], options: ExportOptions, step: Step,
@@ -102,7 +73,11 @@ export async function exportPages(
   const { format, scale } = options;
   for (const page of pages) checkSize(page, options);
   const extension = EXTENSION[format];
-  if (format === "pdf") return [{ filename: fileName(project, extension), data: await readAsDataURL(await pdfFile(pages, scale, step)) }];
+  if (format === "pdf") {
+    const { html, sizes } = await printedDocument(project, pages, Math.max(scale, PDF_MIN_SCALE), step);
+    const pdf = await shell.toPdf(await html.arrayBuffer(), sizes);
+    return [{ filename: fileName(project, extension), data: await readAsDataURL(pdf) }];
+  }
   const names = pages.length === 1 ? [fileName(project, extension)] : pageFileNames(project, pages.length, extension);
   const files: NamedFile[] = [];
   for (const [i, page] of pages.entries()) {

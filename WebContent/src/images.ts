@@ -136,11 +136,10 @@ export class AssetImage extends FabricImage {
     }
     this.set("dirty", true);
   }
-  override getSvgSrc(): string {
+  /** For drawings; toObject asks for it as well, and the data stays in the store. */
+  override getSrc(filtered?: boolean): string {
+    if (!filtered) return "";
     return this._element instanceof HTMLCanvasElement ? this._element.toDataURL() : (images.assets[this.asset] ?? "");
-  }
-  override getSrc(): string {
-    return ""; // toObject asks for it; the data stays in the store
   }
   // eslint-disable-next-line @typescript-eslint/no-explicit-any
   override toObject(keys: any[] = []): any {

@@ -41,7 +41,7 @@ export class CanvasLine extends Line {
     const heads = [headAt(to, head), ...(this.arrow === "both" ? [headAt(from, head.scalarMultiply(-1))] : [])];
     return [
       "<g>\n", "<line ", "COMMON_PARTS", `x1="${from.x}" y1="${from.y}" x2="${to.x}" y2="${to.y}" />\n`,
-      ...heads.map((points) => `<polygon fill="${String(this.stroke)}" points="${points.map((p) => `${p.x},${p.y}`).join(" ")}" />\n`), "</g>\n",
+      ...heads.map((points) => `<polygon style="fill: ${String(this.stroke)}; opacity: ${this.opacity}; ${this.visible ? "" : "visibility: hidden"}" points="${points.map((p) => `${p.x},${p.y}`).join(" ")}" />\n`), "</g>\n",
     ];
   }
 

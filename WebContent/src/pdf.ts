@@ -1,41 +1,106 @@
-// PDF documents with a picture on each page. A script of its own, because only an export to PDF needs jsPDF.
-import { jsPDF } from "jspdf";
+// PDF: a document with a drawing for each page, which the shell prints into a file. Shadows go into it as pictures, since
+// the engine prints filters coarsely, and images no finer than they are to be seen.
+import { FabricImage, type FabricObject, Group, Shadow, StaticCanvas, util } from "fabric";
+import { drawnBox, visiblePart } from "./bounds";
+import type { Step } from "./export";
+import { AssetImage } from "./images";
+import { createObjects } from "./objects";
+import { imageType, type PageData } from "./project";
+import { drawing } from "./svg";
 
-export interface PdfPicture {
-  kind: "jpeg" | "deflated";
-  /** In pixels. */
-  width: number;
-  height: number;
-  bytes: Uint8Array;
+const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
+const MAX_SHADOW_PIXELS = 2 ** 21;
+const FAR = 2 ** 13;
+const KEPT = 0.8; // an image that would have this share of its pixels keeps all
+const JPEG_QUALITY = 0.95;
+
+export interface PrintedDocument {
+  html: Blob;
+  /** Of the pages, as the shell wants them. */
+  sizes: string;
 }
 
-/** jsPDF puts JPEG files into a document as they are; this teaches it the same for pixels that are compressed already. */
-const deflated = new Map<string, PdfPicture>();
-Object.assign(jsPDF.API, {
-  processDEFLATED(this: { __addimage__: { arrayBufferToBinaryString(b: Uint8Array): string } }, _: unknown, index: number, alias: string) {
-    const { width, height, bytes } = deflated.get(alias)!;
-    const data = this.__addimage__.arrayBufferToBinaryString(bytes);
-    return { data, index, alias, width, height, colorSpace: "DeviceRGB", bitsPerComponent: 8, filter: "FlateDecode" };
-  },
-});
+const partsOf = (objects: readonly FabricObject[]): FabricObject[] =>
+  objects.flatMap((o) => [o, ...(o instanceof Group ? partsOf(o.getObjects()) : [])]);
 
-export class PdfDocument {
-  #pdf: jsPDF | undefined;
-  #pages = 0;
-
-  /** Adds a page of a size in points that is filled by its picture. */
-  add(width: number, height: number, picture: PdfPicture): void {
-    const size: [number, number] = [width, height];
-    const orientation = width > height ? "landscape" : "portrait";
-    if (this.#pdf) this.#pdf.addPage(size, orientation);
-    else this.#pdf = new jsPDF({ unit: "pt", format: size, orientation });
-    const alias = `page-${this.#pages++}`;
-    deflated.set(alias, picture);
-    this.#pdf.addImage(picture.bytes, picture.kind.toUpperCase(), 0, 0, ...size, alias);
-    deflated.delete(alias);
+/** An object's shadow alone, as a picture of the page's part that it falls on: it is drawn while the object is out of sight. */
+function shadowOf(o: FabricObject, canvas: StaticCanvas, finest: number): string | undefined {
+  const boxAt = (scale: number) => {
+    const box = drawnBox(o, util.multiplyTransformMatrices([scale, 0, 0, scale, 0, 0], o.calcTransformMatrix()));
+    return { box, part: visiblePart(box, canvas.width * scale, canvas.height * scale) };
+  };
+  const { width: w, height: h } = boxAt(1).part ?? { width: 1, height: 1 };
+  const scale = Math.min(finest, Math.sqrt(MAX_SHADOW_PIXELS / (w * h)));
+  const { box, part } = boxAt(scale);
+  if (!part) return "";
+  const far = Math.ceil(box.right) - part.x;
+  if (far > FAR) return undefined;
+  const element = document.createElement("canvas");
+  [element.width, element.height] = [part.width, part.height];
+  const ctx = element.getContext("2d", { willReadFrequently: true })!;
+  canvas.viewportTransform = [scale, 0, 0, scale, -part.x - far, -part.y]; // shadows follow it
+  ctx.setTransform(...canvas.viewportTransform);
+  const { shadow, group } = o;
+  o.shadow = new Shadow({ ...shadow, offsetX: shadow!.offsetX + far / scale / o.getObjectScaling().x });
+  if (group) {
+    ctx.transform(...group.calcTransformMatrix());
+    group._transformDone = true;
   }
+  o.render(ctx);
+  if (group) group._transformDone = false;
+  o.shadow = shadow;
+  canvas.viewportTransform = [1, 0, 0, 1, 0, 0];
+  const toPage = util.matrixToSVG(util.invertTransform(group?.calcTransformMatrix() ?? [1, 0, 0, 1, 0, 0]));
+  const place = `x="${part.x / scale}" y="${part.y / scale}" width="${part.width / scale}" height="${part.height / scale}"`;
+  const picture = `<image transform="${toPage}" ${place} preserveAspectRatio="none" xlink:href="${element.toDataURL()}" />\n`;
+  element.width = element.height = 0;
+  return picture;
+}
 
-  file(): Blob {
-    return this.#pdf!.output("blob");
+/** What is to be seen of an image, with as many pixels as `finest` has for a unit of the page. */
+function pixelsOf(image: AssetImage, finest: number): string {
+  const { x, y } = image.getObjectScaling();
+  const [share, source] = [Math.max(x, y) * finest, image.getSrc(true)];
+  if (share > KEPT) return source;
+  const { width, height } = image.getOriginalSize();
+  const element = document.createElement("canvas");
+  [element.width, element.height] = [Math.ceil(width * share), Math.ceil(height * share)];
+  const ctx = element.getContext("2d", { willReadFrequently: true })!;
+  ctx.imageSmoothingQuality = "high";
+  ctx.drawImage(image.getElement(), 0, 0, element.width, element.height);
+  const data = element.toDataURL(imageType(source) === "image/jpeg" ? "image/jpeg" : "image/png", JPEG_QUALITY);
+  element.width = element.height = 0;
+  return data;
+}
+
+async function printed(page: PageData, finest: number, step: (share: number) => Promise<void>): Promise<string> {
+  const objects = await createObjects(page.objects);
+  const canvas = new StaticCanvas(undefined, { width: page.width, height: page.height, renderOnAddRemove: false, skipOffscreen: false });
+  canvas.add(...objects);
+  const parts = partsOf(objects);
+  const shadows = new Map<FabricObject, string>();
+  for (const [i, o] of parts.entries()) {
+    if (!o.shadow && !(o instanceof FabricImage)) continue;
+    await step(i / parts.length);
+    if (o instanceof AssetImage) {
+      const source = pixelsOf(o, finest);
+      o.getSrc = () => source;
+    }
+    const shadow = o.shadow && shadowOf(o, canvas, finest);
+    if (shadow === undefined || shadow === null) continue;
+    shadows.set(o, shadow);
+    o.shadow = null;
   }
+  return drawing(page, canvas, (o) => shadows.get(o) ?? "").replace("<svg ", '<svg preserveAspectRatio="none" ');
+}
+
+export async function printedDocument(name: string, pages: readonly PageData[], finest: number, step: Step): Promise<PrintedDocument> {
+  const title = name.replace(/[&<]/g, (c) => `&#${c.charCodeAt(0)};`);
+  const parts = [`<!doctype html><meta charset="utf-8"><title>${title}</title>\n`];
+  for (const [i, page] of pages.entries()) {
+    await step(i, pages.length);
+    parts.push(await printed(page, finest, (share) => step(i + share, pages.length)));
+  }
+  const points = (side: number) => Math.max(1, Math.round(side * POINTS_PER_UNIT));
+  return { html: new Blob(parts), sizes: pages.map(({ width, height }) => `${points(width)}x${points(height)}`).join() };
 }

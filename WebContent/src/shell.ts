@@ -65,6 +65,12 @@ export const shell = {
   fonts: async (): Promise<string[]> => (await request("fonts"))?.json() ?? [],
   /** Makes a PNG file of a picture that the engine does not know. */
   toPng: async (picture: ArrayBuffer) => (await request("png", picture))?.blob(),
+  /** Prints an HTML document into a PDF file; `sizes` are those of its pages in points, as in "595x842,300x225". */
+  toPdf: async (html: ArrayBuffer, sizes: string): Promise<Blob> => {
+    const answer = await fetch(`quillory:pdf?${sizes}`, { method: "POST", body: html });
+    if (!answer.ok) throw new Error((await answer.text()) || answer.statusText);
+    return answer.blob();
+  },
   /** Saves to the file that a handle stands for, or where the user says. */
   download: ({ filename, data }: NamedFile, file?: string) => ask("nativeDownload", { filename, data, ...(file !== undefined && { file }) }),
   downloadAll: (files: NamedFile[]) => ask("nativeBatchDownload", { files }),

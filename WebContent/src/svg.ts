@@ -6,6 +6,7 @@ import { t } from "./language";
 import { createObjects } from "./objects";
 import { changeFill } from "./paint";
 import { cleanObject, FormatError, type ObjectData, type PageData } from "./project";
+import { isBlended } from "./sheets";
 
 export const looksLikeSvg = (text: string): boolean => /^\s*(<\?xml[^>]*>\s*)?(<!--[^]*?-->\s*|<!DOCTYPE[^>]*>\s*)*<svg[\s>]/i.test(text);
 
@@ -53,8 +54,50 @@ export async function readSvg(source: string, page: { width: number; height: num
   return parts.map(dataOf).filter((data) => data !== undefined);
 }
 
-export async function writeSvg({ width, height, background, objects }: PageData): Promise<Blob> {
-  const canvas = new StaticCanvas(undefined, { width, height, backgroundColor: background ?? "" });
-  canvas.add(...(await createObjects(objects)));
-  return new Blob([canvas.toSVG()], { type: "image/svg+xml" });
+/** The lines under a text where the canvas draws them: those of a drawing have another place and thickness. */
+function underlinesOf(text: FabricText): string {
+  const drawn: string[] = [];
+  const recorder = {
+    fillStyle: "#000000" as unknown,
+    fillRect(x: number, y: number, width: number, height: number) {
+      const fill = typeof this.fillStyle === "string" ? this.fillStyle : "#000000";
+      drawn.push(`<rect x="${x}" y="${y}" width="${width}" height="${height}" fill="${fill}" opacity="${text.opacity}" />\n`);
+    },
+  };
+  if (text.visible) text._renderTextDecoration(recorder as unknown as CanvasRenderingContext2D, "underline");
+  return drawn.join("");
+}
+
+/** What a drawing says otherwise than a canvas draws: blending, underlines, and a gradient across a text's letters, not its box. */
+function asOnCanvas(o: FabricObject, before: (o: FabricObject) => string): void {
+  const fill = o.fill as Gradient<"linear"> | string | null;
+  if (o instanceof FabricText && fill instanceof Gradient) {
+    o.fill = new Gradient({ ...fill.toObject(), gradientUnits: "pixels", gradientTransform: [o.width, 0, 0, o.height, 0, 0] });
+  }
+  if (o instanceof FabricText) {
+    const [underlines, text] = [underlinesOf(o), o._toSVG.bind(o)];
+    Object.assign(o, { getSvgTextDecoration: () => "" });
+    o._toSVG = () => [underlines, ...text()];
+  }
+  const own = o.toSVG.bind(o);
+  const blend = o.globalCompositeOperation === "source-over" ? "" : `mix-blend-mode: ${o.globalCompositeOperation}`;
+  const style = o instanceof Group && isBlended(o) ? `isolation: isolate; ${blend}` : blend;
+  o.toSVG = (reviver) => {
+    const markup = before(o) + own(reviver);
+    return style ? `<g style="${style}">\n${markup}</g>\n` : markup;
+  };
+  if (o instanceof Group) o.getObjects().forEach((part) => asOnCanvas(part, before));
+}
+
+/** A page's drawing; `before` gives what is to be below an object of it. */
+export function drawing(page: PageData, canvas: StaticCanvas, before: (o: FabricObject) => string = () => ""): string {
+  canvas.backgroundColor = page.background ?? "";
+  canvas.getObjects().forEach((o) => asOnCanvas(o, before));
+  return canvas.toSVG({ suppressPreamble: true });
+}
+
+export async function writeSvg(page: PageData): Promise<Blob> {
+  const canvas = new StaticCanvas(undefined, { width: page.width, height: page.height, renderOnAddRemove: false });
+  canvas.add(...(await createObjects(page.objects)));
+  return new Blob(['<?xml version="1.0" encoding="UTF-8"?>\n', drawing(page, canvas)], { type: "image/svg+xml" });
 }

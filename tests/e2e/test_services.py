@@ -121,6 +121,21 @@ def test_a_page_that_asks_saves_in_place_until_it_is_loaded_anew(shell, portal, 
     assert shell.own_errors() == []
 
 
+def test_a_document_is_printed_and_runs_no_code(shell, portal, tmp_path):
+    html = "<title>Plan</title><p>one</p><p style='height: 1px'>two<script>document.body.innerHTML = ''</script></p>"
+    number = shell.start_script(f"""
+        const print = (sizes) => fetch("quillory:pdf?" + sizes, {{method: "POST", body: new TextEncoder().encode({json.dumps(html)})}});
+        const refused = await Promise.all(["", "1x1", "1x1,1x1,1x1"].map(print));
+        const pdf = new Uint8Array(await (await print("200x100,61x350")).arrayBuffer());
+        post("nativeDownload", {{filename: "a.pdf", data: "data:application/pdf;base64," + pdf.toBase64()}});
+        return refused.map((answer) => answer.status);""")
+    portal.choose(tmp_path / "a.pdf")
+    assert shell.result(number) == [400, 500, 500]
+    info = wait_for(lambda: (tmp_path / "a.pdf").exists() and shell.desktop.run("pdfinfo", "-l", "2", tmp_path / "a.pdf"), "the file")
+    assert re.search(r"Plan\n[^$]*Pages: +2\n[^$]* 1 size: +200 x 100 pts\n[^$]* 2 size: +61 x 350 pts\n", info), info
+    assert shell.desktop.run("pdftotext", tmp_path / "a.pdf", "-").split() == ["one", "two"]
+
+
 def test_project_text_reaches_the_page_byte_for_byte(shell, portal, tmp_path):
     project = tmp_path / "a project.json"
     for content in (b"", MIXED.encode(), "\ufeff{}".encode(), b"'" * 1000 + b"\\" * 1001 + b"\r\n" * 500):

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "platform/gtk/web/PrintedFile.h"
 #include "services/StringObject.h"
 
 namespace quillory::gtk {
@@ -91,6 +92,22 @@ TEST_F(Engine, ReadsListsWithHolesAndTreesThatReferToThemselves)
     const auto tree = evaluate("const tree = {files: [{filename: 'a'}]}; tree.self = tree; tree");
     EXPECT_EQ(tree.at("self")->at("self")->at("files")->at(0)->at("filename")->text()->utf8(), "a");
     EXPECT_FALSE(readStringObject(tree));
+}
+
+TEST(PrintedFile, HasAsManyPagesAsThereAreSizes)
+{
+    const std::string file = "%PDF 1 0 obj<</MediaBox [0 0 1002 1002]\n/Tabs /S>>2 0 obj<</MediaBox [0 0 1002 1002]>>";
+    const auto cut = [&](std::vector<PageSize> pages) {
+        auto pdf = file;
+        return cutPrintedPages(std::as_writable_bytes(std::span(pdf)), 1002, pages) ? pdf : "";
+    };
+    EXPECT_EQ(cut({{300, 1000}, {7, 90}}),
+              "%PDF 1 0 obj<</MediaBox [0 0 300 1000] \n/Tabs /S>>2 0 obj<</MediaBox [0 0 7 90]     >>");
+    EXPECT_EQ(cut({{1, 1}}), "");
+    EXPECT_EQ(cut({{1, 1}, {1, 1}, {1, 1}}), "");
+    EXPECT_EQ(readPageSizes("300x1000,14400x1").back().width, 14400U);
+    for (const char* sizes : {"", "300", "300x", "0x1", "1x14401", "-1x1", "1x1 1x1", "1 x1", "1x1,"})
+        EXPECT_TRUE(readPageSizes(sizes).empty()) << sizes;
 }
 
 }

@@ -105,7 +105,7 @@ std::unique_ptr<quillory::WebViewConfiguration> GtkPlatform::makeWebViewConfigur
 std::shared_ptr<quillory::WebView>
 GtkPlatform::makeWebView(std::unique_ptr<quillory::WebViewConfiguration> configuration)
 {
-    answerPageRequests(m_pasteboard);
+    answerPageRequests(m_pasteboard, m_printer);
     auto view = std::make_shared<WebView>(dynamic_cast<WebViewConfiguration&>(*configuration));
     m_application.setPreparationForEnd([weak = std::weak_ptr(view)](auto done) {
         if (const auto page = weak.lock())

@@ -7,6 +7,7 @@
 #include "platform/gtk/application/MainQueue.h"
 #include "platform/gtk/application/Workspace.h"
 #include "platform/gtk/clipboard/Pasteboard.h"
+#include "platform/gtk/web/DocumentPrinter.h"
 #include "platform/hotkey/HotkeyBackend.h"
 #include "platform/posix/InstalledBundle.h"
 #include "platform/posix/StandardLog.h"
@@ -53,6 +54,7 @@ private:
     posix::InstalledBundle m_bundle;
     MainQueue m_mainQueue;
     BackgroundQueue m_backgroundQueue;
+    DocumentPrinter m_printer {m_backgroundQueue};
     Application m_application;
     Pasteboard m_pasteboard;
     std::unique_ptr<HotkeyBackend> m_hotkeyBackend;

@@ -107,6 +107,22 @@ void answerWithPNG(const Request& request)
     });
 }
 
+void answerWithPDF(const Request& request, DocumentPrinter& printer)
+{
+    const std::string_view address(webkit_uri_scheme_request_get_uri(request.get()));
+    auto pages = readPageSizes(address.substr(std::min(address.find('?'), address.size() - 1) + 1));
+    if (pages.empty())
+        return answer(request, SOUP_STATUS_BAD_REQUEST);
+    readBody(request, [request, &printer, pages = std::move(pages)](GBytesPtr html) {
+        printer.print(std::move(html), pages, [request](const GBytesPtr& pdf, const std::string& error) {
+            if (pdf)
+                return answer(request, SOUP_STATUS_OK, "application/pdf", pdf);
+            const GBytesPtr reason(g_bytes_new(error.data(), error.size()));
+            answer(request, SOUP_STATUS_INTERNAL_SERVER_ERROR, "text/plain; charset=utf-8", reason);
+        });
+    });
+}
+
 void answerAboutCopied(const Request& request, Pasteboard& pasteboard)
 {
     if (std::string_view(webkit_uri_scheme_request_get_http_method(request.get())) == "GET")
@@ -135,8 +151,15 @@ bool isFromFile(WebKitURISchemeRequest* request)
     return from != nullptr && origin == from;
 }
 
-void received(WebKitURISchemeRequest* request, gpointer pasteboard)
+// What requests are answered with.
+struct Helpers {
+    Pasteboard& pasteboard;
+    DocumentPrinter& printer;
+};
+
+void received(WebKitURISchemeRequest* request, gpointer data)
 {
+    const auto& helpers = *static_cast<const Helpers*>(data);
     guarded([&] {
         const Request owned(retain(request));
         const std::string_view what(webkit_uri_scheme_request_get_path(request));
@@ -147,7 +170,9 @@ void received(WebKitURISchemeRequest* request, gpointer pasteboard)
         else if (what == "dropped" && isFromFile(request))
             answerWithDrop(owned);
         else if (what == "copied" && isFromFile(request))
-            answerAboutCopied(owned, *static_cast<Pasteboard*>(pasteboard));
+            answerAboutCopied(owned, helpers.pasteboard);
+        else if (what == "pdf" && isFromFile(request))
+            answerWithPDF(owned, helpers.printer);
         else
             answer(owned, SOUP_STATUS_NOT_FOUND);
     });
@@ -160,10 +185,12 @@ void noteDrop(double x, double y, std::size_t files)
     lastDrop() = {x, y, files, std::chrono::steady_clock::now()};
 }
 
-void answerPageRequests(Pasteboard& pasteboard)
+void answerPageRequests(Pasteboard& pasteboard, DocumentPrinter& printer)
 {
     auto* context = webkit_web_context_get_default();
-    webkit_web_context_register_uri_scheme(context, scheme, received, &pasteboard, nullptr);
+    auto helpers = std::make_unique<Helpers>(Helpers {pasteboard, printer});
+    const auto free = [](gpointer data) { std::unique_ptr<Helpers>(static_cast<Helpers*>(data)); };
+    webkit_web_context_register_uri_scheme(context, scheme, received, helpers.release(), free);
     // The page's own address is none of the scheme's.
     webkit_security_manager_register_uri_scheme_as_cors_enabled(webkit_web_context_get_security_manager(context),
                                                                 scheme);

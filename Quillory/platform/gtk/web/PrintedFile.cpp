@@ -1,0 +1,102 @@
+#include "platform/gtk/web/PrintedFile.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <charconv>
+#include <ranges>
+
+namespace quillory::gtk {
+
+namespace {
+
+constexpr std::size_t mostPages = 1000;
+constexpr unsigned longestSide = 14400; // that a PDF file can have
+
+// Takes the number at the text's beginning off it; 0 if there is none that a side can be.
+unsigned takeSide(std::string_view& text)
+{
+    unsigned side = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return error == std::errc() && side <= longestSide ? side : 0;
+}
+
+bool take(std::string_view& text, char character)
+{
+    const bool isThere = text.starts_with(character);
+    text.remove_prefix(isThere ? 1 : 0);
+    return isThere;
+}
+
+std::string mediaBox(unsigned width, unsigned height)
+{
+    return "/MediaBox [0 0 " + std::to_string(width) + " " + std::to_string(height) + "]";
+}
+
+}
+
+std::vector<PageSize> readPageSizes(std::string_view list)
+{
+    std::vector<PageSize> pages;
+    do {
+        const auto width = takeSide(list);
+        const auto height = take(list, 'x') ? takeSide(list) : 0;
+        if (width == 0 || height == 0 || pages.size() == mostPages)
+            return {};
+        pages.push_back({width, height});
+    } while (take(list, ','));
+    return list.empty() ? pages : std::vector<PageSize>();
+}
+
+PrintedFile::PrintedFile(unsigned side, std::vector<PageSize> pages)
+    : m_side(side)
+    , m_pages(std::move(pages))
+    , m_file(memfd_create("quillory-print", MFD_CLOEXEC))
+{
+}
+
+PrintedFile::~PrintedFile()
+{
+    if (!m_content.empty())
+        munmap(m_content.data(), m_content.size());
+}
+
+std::string PrintedFile::uri() const
+{
+    return m_file ? "file:///proc/self/fd/" + std::to_string(m_file.get()) : std::string();
+}
+
+void PrintedFile::read()
+{
+    struct stat status { };
+    if (fstat(m_file.get(), &status) != 0 || status.st_size == 0)
+        return;
+    const auto size = static_cast<std::size_t>(status.st_size);
+    void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, m_file.get(), 0);
+    if (memory == MAP_FAILED)
+        return;
+    m_content = {static_cast<std::byte*>(memory), size};
+    m_isWhole = cutPrintedPages(m_content, m_side, m_pages);
+}
+
+// The engine writes the pages' dictionaries in plain text at the end of the file, in the pages' order. A smaller box is
+// never longer.
+bool cutPrintedPages(std::span<std::byte> pdf, unsigned side, std::span<const PageSize> pages)
+{
+    const std::string_view file(reinterpret_cast<const char*>(pdf.data()), pdf.size());
+    const auto printed = mediaBox(side, side);
+    auto place = file.rfind(printed);
+    for (const auto& [width, height] : std::views::reverse(pages)) {
+        if (place == std::string_view::npos || width > side || height > side)
+            return false;
+        auto box = mediaBox(width, height);
+        box.resize(printed.size(), ' ');
+        std::ranges::copy(std::as_bytes(std::span(box)), pdf.begin() + static_cast<std::ptrdiff_t>(place));
+        place = file.rfind(printed, place);
+    }
+    return place == std::string_view::npos;
+}
+
+}
