@@ -68,7 +68,7 @@ export const shell = {
   /** Prints an HTML document into a PDF file; `sizes` are those of its pages in points, as in "595x842,300x225". */
   toPdf: async (html: ArrayBuffer, sizes: string): Promise<Blob> => {
     const answer = await fetch(`quillory:pdf?${sizes}`, { method: "POST", body: html });
-    if (!answer.ok) throw new Error((await answer.text()) || answer.statusText);
+    if (!answer.ok) throw new Error((await answer.text()) || t("This is too large for a PDF file."));
     return answer.blob();
   },
   /** Saves to the file that a handle stands for, or where the user says. */
