@@ -12,13 +12,15 @@ interface Paragraph {
   texts: string[];
 }
 
-const SINGLE_LETTERS = /^[ -~\u00a0-\u02ff]*$/; // none that belongs to the one before
+const SINGLE_LETTERS = /^[\n -~\u00a0-\u02ff]*$/; // none that belongs to the one before
 
 export class LaidOutText extends Textbox {
   // Without initial values: the base class's constructor lays out the text already.
   private declare font: string;
   private declare paragraphs: Map<string, Paragraph>;
   private declare boxes: Map<string, Map<string, GraphemeBBox>>;
+  /** Measured rows, by the list of their letters. */
+  private declare rows: WeakMap<string[], { boxes: GraphemeBBox[]; size: ReturnType<Textbox["_measureLine"]> }>;
 
   private get hasOneStyle(): boolean {
     if (this.charSpacing !== 0) return false;
@@ -37,6 +39,7 @@ export class LaidOutText extends Textbox {
     this.font = font;
     this.paragraphs = new Map();
     this.boxes = new Map();
+    this.rows = new WeakMap();
   }
 
   // ---- measuring ----
@@ -51,6 +54,18 @@ export class LaidOutText extends Textbox {
     const previous = at > 0 ? this.__charBounds[line]![at - 1]! : undefined;
     const left = previous ? previous.left + previous.width + box.kernedWidth - box.width : 0;
     return { ...box, left };
+  }
+
+  override _measureLine(line: number): ReturnType<Textbox["_measureLine"]> {
+    if (!this.hasOneStyle || this.textAlign.startsWith("justify")) return super._measureLine(line); // widened in place afterwards
+    const letters = this._textLines[line]!;
+    let row = this.rows.get(letters);
+    if (!row) {
+      const size = super._measureLine(line);
+      this.rows.set(letters, (row = { boxes: this.__charBounds[line]!, size }));
+    }
+    this.__charBounds[line] = row.boxes;
+    return { ...row.size };
   }
 
   override getHeightOfChar(line: number, at: number): number {

@@ -43,6 +43,9 @@ export class Layers {
   /** As high as the list would be with all of its rows. */
   readonly #height = document.createElement("div");
   #cursor = 0;
+  /** What part of the list is in sight: asking for it has the page laid out. */
+  #sight = { top: 0, height: 0 };
+  #shown = "";
 
   constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
     this.#height.setAttribute("role", "presentation");
@@ -69,8 +72,12 @@ export class Layers {
       e.preventDefault();
       e.stopPropagation();
     });
-    this.#list.addEventListener("scroll", () => this.#showRows());
-    new ResizeObserver(() => this.#showRows()).observe(this.#list);
+    const look = () => {
+      this.#sight = { top: this.#list.scrollTop, height: this.#list.clientHeight };
+      this.#showRows();
+    };
+    this.#list.addEventListener("scroll", look);
+    new ResizeObserver(look).observe(this.#list);
   }
 
   #choose(at: number, extend: boolean): void {
@@ -91,6 +98,7 @@ export class Layers {
     Object.assign(field, { type: "text", value: nameOf(object), maxLength: 200 });
     field.setAttribute("aria-label", t("Name of the object"));
     item.querySelector("span")!.replaceWith(field);
+    this.#shown = "";
     field.addEventListener("change", () => this.edits.renameObject(object, field.value.trim()));
     field.addEventListener("blur", () => {
       field.remove();
@@ -108,9 +116,9 @@ export class Layers {
     if (!only || another) return;
     this.#cursor = objects.length - 1 - objects.indexOf(only);
     const top = this.#cursor * ROW_HEIGHT;
-    const { scrollTop, clientHeight } = this.#list;
-    if (top < scrollTop) this.#list.scrollTop = top;
-    else if (top + ROW_HEIGHT > scrollTop + clientHeight) this.#list.scrollTop = top + ROW_HEIGHT - clientHeight;
+    const { top: first, height } = this.#sight;
+    const to = top < first ? top : Math.max(first, top + ROW_HEIGHT - height);
+    if (to !== first) this.#list.scrollTop = this.#sight.top = to;
     this.#showRows();
   }
 
@@ -121,13 +129,17 @@ export class Layers {
   #showRows(): void {
     if (this.#isRenaming) return;
     const { objects, canvas } = this.editor.stage;
-    const { scrollTop, clientHeight } = this.#list;
-    const first = Math.max(0, Math.floor(scrollTop / ROW_HEIGHT) - SPARE_ROWS);
-    const last = Math.min(objects.length, Math.ceil((scrollTop + clientHeight) / ROW_HEIGHT) + SPARE_ROWS);
+    const { top, height } = this.#sight;
+    const first = Math.max(0, Math.floor(top / ROW_HEIGHT) - SPARE_ROWS);
+    const last = Math.min(objects.length, Math.ceil((top + height) / ROW_HEIGHT) + SPARE_ROWS);
     const numbers = new Set(Array.from({ length: Math.max(0, last - first) }, (_, i) => first + i));
     if (this.#cursor < objects.length) numbers.add(this.#cursor);
-    const rows = [...numbers].sort((a, b) => a - b).map((number) => {
-      const object = objects.at(-1 - number)!;
+    const seen = [...numbers].sort((a, b) => a - b).map((number) => [number, objects.at(-1 - number)!] as const);
+    const states = seen.map(([number, o]) => [number, o.type, nameOf(o), canvas.isSelected(o), o.locked, o.visible]);
+    const shown = JSON.stringify([states, objects.length, this.#cursor]);
+    if (shown === this.#shown) return;
+    this.#shown = shown;
+    const rows = seen.map(([number, object]) => {
       const row = option(`layer-${number}`, canvas.isSelected(object), icon(object.type.toLowerCase()), label(nameOf(object)), ...statesOf(object));
       row.dataset.row = String(number);
       row.style.top = `${number * ROW_HEIGHT}px`;
@@ -170,23 +182,34 @@ export class Pages {
 
   refresh(): void {
     const { pages } = this.editor.state;
-    const items = pages.map((page, i) => {
-      const frame = document.createElement("span");
-      frame.className = "thumb";
+    const { children } = this.#list;
+    const before = [children.length, this.#list.querySelector("[aria-selected=true]")?.id].join();
+    while (children.length > pages.length) children[pages.length]!.remove();
+    pages.forEach((page, i) => {
+      const item = children[i] ?? this.#list.appendChild(this.#item(i));
+      const selected = String(i === this.editor.page);
+      if (item.getAttribute("aria-selected") !== selected) item.setAttribute("aria-selected", selected);
+      const frame = item.firstElementChild as HTMLElement;
       frame.style.aspectRatio = `${page.width} / ${page.height}`;
-      const thumb = this.#thumbs.get(page) ?? this.#list.children[i]?.querySelector("canvas");
-      if (thumb) frame.append(thumb);
-      return option(`page-${i}`, i === this.editor.page, frame, String(i + 1));
+      const thumb = this.#thumbs.get(page);
+      if (thumb && frame.firstChild !== thumb) frame.replaceChildren(thumb);
     });
-    items.forEach((item, i) => {
-      item.dataset.row = String(i);
-      item.setAttribute("aria-label", t("Page {number}", { number: i + 1 }));
-    });
-    this.#list.replaceChildren(...items);
-    this.#list.setAttribute("aria-activedescendant", `page-${this.editor.page}`);
-    items[this.editor.page]?.scrollIntoView({ block: "nearest", inline: "nearest" });
+    const id = `page-${this.editor.page}`;
+    if (before !== [children.length, id].join()) {
+      this.#list.setAttribute("aria-activedescendant", id);
+      children[this.editor.page]?.scrollIntoView({ block: "nearest", inline: "nearest" });
+    }
     clearTimeout(this.#timer);
     this.#timer = window.setTimeout(() => void this.#drawThumbs(), THUMB_DELAY);
+  }
+
+  #item(number: number): HTMLLIElement {
+    const frame = document.createElement("span");
+    frame.className = "thumb";
+    const item = option(`page-${number}`, false, frame, String(number + 1));
+    item.dataset.row = String(number);
+    item.setAttribute("aria-label", t("Page {number}", { number: number + 1 }));
+    return item;
   }
 
   async #drawThumbs(): Promise<void> {
@@ -195,7 +218,9 @@ export class Pages {
       if (this.#thumbs.has(page)) continue;
       const scale = Math.min(1, (THUMB_HEIGHT * devicePixelRatio) / page.height);
       const { stage } = this.editor;
-      const thumb = page === this.editor.pageData && stage.isSettled ? stage.canvas.picture(scale) : (await PagePicture.of(page, scale)).draw();
+      const isShown = () => page === this.editor.pageData && stage.isSettled;
+      const thumb = isShown() ? await stage.canvas.picture(scale, isShown) : (await PagePicture.of(page, scale)).draw();
+      if (!thumb) return; // another change brings the next one
       this.#thumbs.set(page, thumb);
       if (this.editor.state.pages[i] === page) this.#list.children[i]?.querySelector(".thumb")?.replaceChildren(thumb);
     }

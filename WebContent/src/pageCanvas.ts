@@ -1,12 +1,21 @@
 // The canvas of one page: what it draws below, above and around the objects.
-import { Canvas, type FabricObject, type Group } from "fabric";
+import { ActiveSelection, Canvas, FabricObject, type Group, type TPointerEvent } from "fabric";
 import { groupAround } from "./objects";
 import type { ObjectData, PageData } from "./project";
-import { dataOf } from "./record";
+import { dataOf, describe } from "./record";
 import { StillLayers } from "./still";
 import { CanvasText } from "./text";
 
 export type PageFormat = Omit<PageData, "objects">;
+
+const TURN = 8; // ms
+
+/** Where the handles are is asked of the selected object alone. */
+const { setCoords } = FabricObject.prototype;
+FabricObject.prototype.setCoords = function (this: FabricObject) {
+  if (this.canvas && this.canvas._activeObject !== this) this.aCoords = this.calcACoords();
+  else setCoords.call(this);
+};
 
 /**
  * Draws the page below its objects and dims what lies outside of it. While something is dragged or a text is edited, what
@@ -81,22 +90,25 @@ export class PageCanvas extends Canvas {
   }
 
   override _renderObjects(ctx: CanvasRenderingContext2D, objects: FabricObject[]): void {
-    const changing = ctx === this.getContext() ? this.#changing(objects) : undefined;
-    if (!changing) {
-      if (ctx === this.getContext()) this.#still = undefined;
-      return super._renderObjects(ctx, objects);
-    }
-    const [first, last] = changing;
-    const [below, above] = [objects.slice(0, first), objects.slice(last + 1)];
+    if (ctx !== this.getContext()) return super._renderObjects(ctx, objects);
     const draw = (layer: CanvasRenderingContext2D, still: FabricObject[]) => super._renderObjects(layer, still);
-    if (!this.#still?.shows(ctx, this.page, below, above)) this.#still = new StillLayers(ctx, this.page, below, above, draw);
-    this.#still.drawBelow(ctx);
-    draw(ctx, objects.slice(first, last + 1));
-    this.#still.drawAbove(ctx);
+    const changing = this.#changing(objects);
+    if (changing) {
+      const [below, above] = [objects.slice(0, changing[0]), objects.slice(changing[1] + 1)];
+      if (!this.#still?.shows(ctx, this.page, below, above)) this.#still = new StillLayers(ctx, this.page, below, above, draw);
+    }
+    const between = changing ? objects.slice(changing[0], changing[1] + 1) : this.#still?.between(ctx, this.page, objects);
+    if (!between) {
+      this.#still = undefined;
+      return draw(ctx, objects);
+    }
+    this.#still!.drawBelow(ctx);
+    draw(ctx, between);
+    this.#still!.drawAbove(ctx);
   }
 
-  /** A small picture of the page as it is now. */
-  picture(scale: number): HTMLCanvasElement {
+  /** A small picture of the page as it is now, drawn in short turns; undefined if that is no longer wanted in between. */
+  async picture(scale: number, isWanted: () => boolean): Promise<HTMLCanvasElement | undefined> {
     const canvas = document.createElement("canvas");
     canvas.width = Math.max(1, Math.round(this.page.width * scale));
     canvas.height = Math.max(1, Math.round(this.page.height * scale));
@@ -104,11 +116,23 @@ export class PageCanvas extends Canvas {
     ctx.fillStyle = this.page.background ?? "transparent";
     ctx.fillRect(0, 0, canvas.width, canvas.height);
     ctx.scale(scale, scale);
-    const { viewportTransform } = this; // shadows follow it
-    Object.assign(this, { skipOffscreen: false, viewportTransform: [scale, 0, 0, scale, 0, 0] });
-    super._renderObjects(ctx, this._objects);
-    Object.assign(this, { skipOffscreen: true, viewportTransform });
+    const objects = [...this._objects];
+    for (let i = 0; i < objects.length; ) {
+      const { viewportTransform } = this; // shadows follow it
+      Object.assign(this, { skipOffscreen: false, viewportTransform: [scale, 0, 0, scale, 0, 0] });
+      const end = performance.now() + TURN;
+      do super._renderObjects(ctx, [objects[i++]!]);
+      while (i < objects.length && performance.now() < end);
+      Object.assign(this, { skipOffscreen: true, viewportTransform });
+      await new Promise((resolve) => setTimeout(resolve));
+      if (!isWanted()) return undefined;
+    }
     return canvas;
+  }
+
+  override _setActiveObject(object: FabricObject, e?: TPointerEvent): boolean {
+    for (const o of object instanceof ActiveSelection ? object.getObjects() : [object]) describe(o);
+    return super._setActiveObject(object, e);
   }
 
   override _renderBackground(ctx: CanvasRenderingContext2D): void {

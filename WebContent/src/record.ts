@@ -5,28 +5,50 @@ import { cleanObject, type ObjectData } from "./project";
 
 interface Entry {
   data: ObjectData;
-  /** How the canvas described the object when it had this data: a file may leave out what is usual. */
-  text: string;
+  /**
+   * How the canvas described the object when it had this data: a file may leave out what is usual. Made when the object is
+   * about to change for the first time, which most of a page's never do.
+   */
+  text?: string;
 }
 const entries = new WeakMap<FabricObject, Entry>();
 const touched = new WeakSet<FabricObject>();
+const drawn = new WeakSet<FabricObject>();
 const identities = new WeakMap<ObjectData, object>();
 
 const set = Base.prototype._set;
 Base.prototype._set = function (this: FabricObject, key: string, value: unknown) {
-  if (key !== "canvas" && key !== "dirty") {
-    let top: FabricObject = this;
-    while (top.parent) top = top.parent;
-    touched.add(top);
+  if (key !== "canvas" && (key !== "dirty" || value)) {
+    const top = topOf(this);
+    drawn.delete(top);
+    if (key !== "dirty" && !touched.has(top)) {
+      describe(top);
+      touched.add(top);
+    }
   }
   return set.call(this, key, value);
+};
+const topOf = (object: FabricObject): FabricObject => {
+  while (object.parent) object = object.parent;
+  return object;
 };
 
 /** Notes what an object was made from. */
 export function remember(object: FabricObject, data: ObjectData): void {
-  entries.set(object, { data, text: JSON.stringify(cleanObject(object.toObject())) });
+  entries.set(object, { data });
   touched.delete(object);
 }
+
+/** To be called before an object may change in other ways than by its setters. */
+export function describe(object: FabricObject): void {
+  const entry = entries.get(topOf(object));
+  if (entry) entry.text ??= JSON.stringify(cleanObject(topOf(object).toObject()));
+}
+
+/** Notes that an object was drawn as it is. */
+export const noteDrawn = (object: FabricObject): unknown => drawn.add(object);
+/** Whether an object looks as it did then. */
+export const isAsDrawn = (object: FabricObject): boolean => drawn.has(object);
 
 /** An object's data, the very same as before if it did not change; `raw` gives fabric's own description of it. */
 export function dataOf(object: FabricObject, mayHaveChanged: boolean, raw: () => unknown): ObjectData {

@@ -23,6 +23,7 @@ export class Stage {
   readonly view: Viewport;
   readonly groups: EnteredGroups;
   #loading = 0;
+  #selecting = false;
 
   constructor(readonly host: HTMLElement, readonly events: StageEvents) {
     this.canvas = new PageCanvas(host.appendChild(document.createElement("canvas")), {
@@ -37,7 +38,7 @@ export class Stage {
       canvas.on(name, () => {
         this.#styleControls();
         queueMicrotask(() => this.groups.leave());
-        if (!this.#loading) events.selected();
+        if (!this.#loading && !this.#selecting) events.selected();
       });
     }
     for (const name of ["object:moving", "object:scaling", "object:rotating", "object:resizing"] as const) {
@@ -72,7 +73,7 @@ export class Stage {
   async show(page: PageData, selected?: ReadonlySet<object>): Promise<void> {
     const turn = ++this.#loading;
     this.canvas.discardActiveObject();
-    const shown = this.#shown();
+    const shown = this.#shown(this.objects);
     const objects = page.objects.map((data) => shown.get(data));
     const missing = page.objects.filter((_, i) => !objects[i]);
     const created = await createObjects(missing);
@@ -85,10 +86,10 @@ export class Stage {
     this.select(selected ? all.filter((_, i) => selected.has(identityOf(page.objects[i]!))) : []);
   }
 
-  /** The objects on the canvas by what they stand for; without those that have no data, being out of bounds. */
-  #shown(): Map<ObjectData, FabricObject> {
+  /** Objects on the canvas by what they stand for; without those that have no data, being out of bounds. */
+  #shown(objects: readonly FabricObject[]): Map<ObjectData, FabricObject> {
     const shown = new Map<ObjectData, FabricObject>();
-    for (const object of this.objects) {
+    for (const object of objects) {
       try {
         shown.set(this.canvas.dataOf(object), object);
       } catch (error) {
@@ -101,7 +102,7 @@ export class Stage {
   setFormat({ width, height, background }: PageFormat): void {
     const { page } = this.canvas;
     const resized = width !== page.width || height !== page.height;
-    this.canvas.page = { width, height, background };
+    if (resized || background !== page.background) this.canvas.page = { width, height, background };
     if (resized) this.view.fit();
     this.canvas.requestRenderAll();
   }
@@ -135,7 +136,7 @@ export class Stage {
     return this.selection.map((o) => this.canvas.dataOf(o));
   }
   get selectedIdentities(): Set<object> {
-    return new Set([...this.#shown()].filter(([, o]) => this.canvas.isSelected(o)).map(([data]) => identityOf(data)));
+    return new Set([...this.#shown(this.selection).keys()].map(identityOf));
   }
   /** What is edited in a group, or else what is selected. */
   get edited(): FabricObject[] {
@@ -161,9 +162,11 @@ export class Stage {
   }
 
   select(objects: FabricObject[]): void {
+    this.#selecting = true; // told once, below
     this.canvas.discardActiveObject();
     if (objects.length > 1) this.canvas.setActiveObject(new ActiveSelection(objects, { canvas: this.canvas }));
     else if (objects[0]) this.canvas.setActiveObject(objects[0]);
+    this.#selecting = false;
     this.canvas.requestRenderAll();
     this.events.selected();
   }
@@ -179,11 +182,11 @@ export class Stage {
   #styleControls(): void {
     const accent = getComputedStyle(document.documentElement).getPropertyValue("--accent");
     for (const o of new Set([...this.edited, ...(this.active ? [this.active] : [])])) {
-      o.set({
+      Object.assign(o, { // not by its setters: nothing of the object itself changes
         borderColor: accent, cornerColor: "#ffffff", cornerStrokeColor: accent, cornerStyle: "circle", cornerSize: 10,
         transparentCorners: false, borderScaleFactor: 1.5, padding: 0, lockScalingFlip: true, snapAngle: 15, snapThreshold: 4,
       });
-      if (o instanceof Textbox) o.set({ editingBorderColor: accent, cursorColor: accent });
+      if (o instanceof Textbox) Object.assign(o, { editingBorderColor: accent, cursorColor: accent });
     }
   }
 

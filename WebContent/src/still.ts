@@ -1,6 +1,7 @@
-// What lies below and above an object that is being changed by hand: drawn once, and then shown as pictures. What is above
-// and blends with what is below it is drawn anew each time.
+// What lies below and above an object that is being changed by hand: drawn once, and then shown as pictures, also when that
+// is undone. What is above and blends with what is below it is drawn anew each time.
 import type { FabricObject } from "fabric";
+import { isAsDrawn, noteDrawn } from "./record";
 import { isBlended } from "./sheets";
 
 type Draw = (ctx: CanvasRenderingContext2D, objects: FabricObject[]) => void;
@@ -24,6 +25,7 @@ export class StillLayers {
     this.#place = placeOf(ctx);
     this.#below = this.#picture(ctx, below, ctx.canvas);
     if (!above.some(isBlended)) this.#above = this.#picture(ctx, above);
+    [...below, ...above].forEach(noteDrawn);
   }
 
   #picture(ctx: CanvasRenderingContext2D, objects: FabricObject[], background?: HTMLCanvasElement): HTMLCanvasElement {
@@ -39,6 +41,14 @@ export class StillLayers {
   /** Whether these objects are the ones in the pictures, seen from the same place. */
   shows(ctx: CanvasRenderingContext2D, page: unknown, below: FabricObject[], above: FabricObject[]): boolean {
     return page === this.page && same(this.#place, placeOf(ctx)) && same(this.below, below) && same(this.above, above);
+  }
+
+  /** What lies between the pictures, where all that is in them looks as it did and is in its place: `undefined` elsewhere. */
+  between(ctx: CanvasRenderingContext2D, page: unknown, objects: FabricObject[]): FabricObject[] | undefined {
+    const { below, above } = this;
+    const end = objects.length - above.length;
+    const isStill = end >= below.length && this.shows(ctx, page, objects.slice(0, below.length), objects.slice(end));
+    return isStill && below.every(isAsDrawn) && above.every(isAsDrawn) ? objects.slice(below.length, end) : undefined;
   }
 
   drawBelow(ctx: CanvasRenderingContext2D): void {

@@ -59,8 +59,6 @@ export class Viewport {
   }
 
   #changed(): void {
-    for (const o of this.canvas.getObjects()) o.setCoords();
-    this.canvas.getActiveObject()?.setCoords();
     this.onChange();
   }
 
