@@ -12,30 +12,21 @@ import statistics
 import tempfile
 
 import jobs
+from figures import spread, verdict
 from rig import Rig
 
 Row = collections.namedtuple("Row", "name unit ours theirs limit extra")
 
 
-def spread(values):
-    return f"{statistics.median(values):.1f} ({min(values):.1f}–{max(values):.1f})"
-
-
 def print_row(row):
     ours, theirs = statistics.median(row.ours), statistics.median(row.theirs)
-    bound = row.limit * theirs + row.extra if row.limit else None
+    bound = abs(row.limit) * theirs + row.extra if row.limit else None
     ratio = ours / (theirs + row.extra) if theirs + row.extra else float("nan")
-    if not row.limit:
-        verdict = "–"
-    elif row.limit > 0:
-        verdict = "met" if ours <= bound else "NOT MET"
-    else:
-        verdict = "met" if ours >= -bound else "NOT MET"
     limit = "" if not row.limit else f"{'≤' if row.limit > 0 else '≥'} {abs(row.limit):g}"
     if row.extra:
         limit += f" + {row.extra:.0f} {row.unit}"
-    print(f"| {row.name} | {row.unit} | {spread(row.ours)} | {spread(row.theirs)} | {ours / theirs if theirs else ratio:.2f} | {limit} | {verdict} |",
-          flush=True)
+    print(f"| {row.name} | {row.unit} | {spread(row.ours)} | {spread(row.theirs)} | {ours / theirs if theirs else ratio:.2f} | {limit} "
+          f"| {verdict(row.ours, bound, at_least=bool(row.limit and row.limit < 0))} |", flush=True)
 
 
 def main():

@@ -10,11 +10,16 @@ export type PageFormat = Omit<PageData, "objects">;
 
 const TURN = 8; // ms
 
-/** Where the handles are is asked of the selected object alone. */
-const { setCoords } = FabricObject.prototype;
+// Only the selected object has handles; where they would be is not worked out for all others.
+const { setCoords, findControl } = FabricObject.prototype;
+const isActive = (o: FabricObject): boolean => o.canvas?._activeObject === o;
 FabricObject.prototype.setCoords = function (this: FabricObject) {
-  if (this.canvas && this.canvas._activeObject !== this) this.aCoords = this.calcACoords();
-  else setCoords.call(this);
+  if (isActive(this)) setCoords.call(this);
+  else this.aCoords = this.calcACoords();
+};
+FabricObject.prototype.findControl = function (this: FabricObject, ...at: Parameters<typeof findControl>) {
+  this.__corner = undefined;
+  return isActive(this) ? findControl.apply(this, at) : undefined;
 };
 
 /**
