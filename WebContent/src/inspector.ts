@@ -26,6 +26,8 @@ export class Inspector {
     this.refresh();
     this.editor.stage.editedText?.takeFocus();
   });
+  /** The kinds of objects that a property is for. */
+  readonly #kinds = new Map(this.#fields.map((f) => [f.dataset.prop!, f.closest<HTMLElement>("[data-for]")?.dataset.for?.split(" ") ?? []]));
 
   constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
     for (const field of this.#fields) {
@@ -42,8 +44,7 @@ export class Inspector {
     const { active } = this.editor.stage;
     if (WHOLE[prop]) return [WHOLE[prop], active ? [active] : []];
     if (OBJECT[prop]) return [OBJECT[prop], selection];
-    const kinds = this.#panel.querySelector(`[data-prop="${prop}"]`)!.closest<HTMLElement>("[data-for]")!.dataset.for!.split(" ");
-    return [LEAF[prop]!, leaves.filter((leaf) => kinds.includes(typeOf(leaf)))];
+    return [LEAF[prop]!, leaves.filter((leaf) => this.#kinds.get(prop)!.includes(typeOf(leaf)))];
   }
 
   #read(field: HTMLInputElement | HTMLSelectElement): Value | undefined {

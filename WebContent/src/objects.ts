@@ -102,7 +102,7 @@ export async function createObjects(data: readonly ObjectData[]): Promise<Fabric
     objects.push(...(await util.enlivenObjects<FabricObject>(data.slice(i, i + MADE_AT_ONCE).map((d) => structuredClone(d)))));
   }
   for (const leaf of leavesOf(objects)) leaf.set({ strokeUniform: true });
-  objects.forEach(applyLock);
+  objects.filter((o) => o.locked).forEach(applyLock);
   return objects;
 }
 

@@ -4,6 +4,7 @@ import type { ObjectData, PageData } from "./project";
 
 const SHOWN = 12;
 const ofPages = new WeakMap<PageData, Map<string, number>>();
+let shown: readonly PageData[] | undefined;
 
 /** How often each colour is used on a page. */
 function coloursOf(page: PageData): Map<string, number> {
@@ -21,8 +22,10 @@ function coloursOf(page: PageData): Map<string, number> {
 
 /** Shows the most used colours in the rows that are made for them; a press gives one to the row's property. */
 export function showSwatches(editor: Editor, pick: (prop: string, colour: string) => void): void {
+  if (editor.state.pages === shown) return;
+  shown = editor.state.pages;
   const counts = new Map<string, number>();
-  for (const page of editor.state.pages) for (const [colour, n] of coloursOf(page)) counts.set(colour, (counts.get(colour) ?? 0) + n);
+  for (const page of shown) for (const [colour, n] of coloursOf(page)) counts.set(colour, (counts.get(colour) ?? 0) + n);
   const colours = [...counts].sort((a, b) => b[1] - a[1]).slice(0, SHOWN).map(([colour]) => colour);
   for (const row of document.querySelectorAll<HTMLElement>("[data-swatches]")) {
     if (row.dataset.shown === colours.join()) continue;
