@@ -52,14 +52,15 @@ export class StillLayers {
   }
 
   drawBelow(ctx: CanvasRenderingContext2D): void {
-    this.#show(ctx, this.#below);
+    this.#show(ctx, this.#below, "copy"); // the background is in it: over itself its edge would be darker
   }
   drawAbove(ctx: CanvasRenderingContext2D): void {
     if (this.#above) this.#show(ctx, this.#above);
     else this.draw(ctx, this.above);
   }
-  #show(ctx: CanvasRenderingContext2D, picture: HTMLCanvasElement): void {
+  #show(ctx: CanvasRenderingContext2D, picture: HTMLCanvasElement, how: GlobalCompositeOperation = "source-over"): void {
     ctx.save();
+    ctx.globalCompositeOperation = how;
     ctx.setTransform(1, 0, 0, 1, 0, 0);
     ctx.drawImage(picture, 0, 0);
     ctx.restore();
