@@ -23,7 +23,7 @@ def say(*words):
 def load(mock, parameters):
     """Parameters: `answer` to BindShortcuts ("grant", "refuse", "nothing"), `version` of the shortcuts, `registry`."""
     mock.parameters = parameters
-    mock.scheme = 0
+    mock.settings = {}
     mock.AddProperties(MAIN_IFACE, {"version": dbus.UInt32(3)})
     mock.AddProperties(SHORTCUTS, {"version": dbus.UInt32(parameters["version"])})
     say("ready")
@@ -102,12 +102,12 @@ def Bind(self, granted):
 
 
 @dbus.service.method(SETTINGS, in_signature="ss", out_signature="v")
-def Read(self, _group, _key):
-    return dbus.UInt32(self.scheme, variant_level=1)
+def Read(self, _group, key):
+    return self.settings[key]
 
 
-@dbus.service.method(MOCK_IFACE, in_signature="u")
-def Prefer(self, scheme):
-    """The user wants light or dark windows."""
-    self.scheme = scheme
-    self.EmitSignal(SETTINGS, "SettingChanged", "ssv", ["org.freedesktop.appearance", "color-scheme", scheme])
+@dbus.service.method(MOCK_IFACE, in_signature="sv")
+def Prefer(self, key, value):
+    """The user changes a setting of the desktop's appearance."""
+    self.settings[key] = value
+    self.EmitSignal(SETTINGS, "SettingChanged", "ssv", ["org.freedesktop.appearance", key, value])

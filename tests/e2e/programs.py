@@ -117,9 +117,10 @@ class Portal(Program):
 
     # Settings
 
-    def prefer(self, scheme):
-        """What color-scheme is from now on: 0 for no preference, 1 for dark, 2 for light."""
-        self._mock.Prefer(dbus.UInt32(scheme))
+    def prefer(self, scheme, accent):
+        """The appearance from now on: 0 for no preference, 1 for dark, 2 for light; red, green and blue up to 1."""
+        self._mock.Prefer("color-scheme", dbus.UInt32(scheme))
+        self._mock.Prefer("accent-color", dbus.Struct(accent, signature="ddd"))
 
     # Shortcuts
 

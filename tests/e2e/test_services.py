@@ -76,13 +76,15 @@ def test_panels_say_what_they_are_for(shell, portal):
         "OpenFile", "Choose a folder to save 1 files", set(), {"accept_label": "Save Here", "directory": 1})
 
 
-def test_the_page_is_as_dark_as_the_desktop(launch, portal):
-    portal.prefer(1)
+def test_the_page_looks_as_the_desktop_prefers(launch, portal):
+    red, green, none = (1.0, 0.0, 0.0), (0.0, 0.5, 0.25), (-1.0, -1.0, -1.0)
+    portal.prefer(1, red)
     app = launch()
-    for scheme, following in ((1, 2), (2, 1), (1, 0), (0, 0)):
-        wait_for(lambda: app.run_script("return matchMedia('(prefers-color-scheme: dark)').matches") == (scheme == 1),
-                 f"the page to follow {scheme}")
-        portal.prefer(following)
+    for shown, scheme, accent in (([True, "rgb(255,0,0)"], 2, green), ([False, "rgb(0,128,64)"], 1, none), ([True, ""], 0, red),
+                                  ([False, "rgb(255,0,0)"], 0, red)):
+        wait_for(lambda: app.run_script("""return [matchMedia("(prefers-color-scheme: dark)").matches,
+            getComputedStyle(document.documentElement).getPropertyValue("--desktop-accent")]""") == shown, shown)
+        portal.prefer(scheme, accent)
 
 
 def test_each_request_has_a_panel_of_its_own(shell, portal, tmp_path):

@@ -1,6 +1,7 @@
 #include "platform/gtk/web/UserContentController.h"
 
 #include "platform/glib/Guarded.h"
+#include "platform/gtk/application/AccentColor.h"
 #include "platform/gtk/web/JSCValue.h"
 
 namespace quillory::gtk {
@@ -25,10 +26,12 @@ struct UserContentController::Registration {
 UserContentController::UserContentController()
     : m_manager(webkit_user_content_manager_new())
 {
+    listenToAccentColor([this](const std::string& color) { setAccentColorOfPage(color); });
 }
 
 UserContentController::~UserContentController()
 {
+    listenToAccentColor(nullptr);
     for (const auto& registration : m_registrations)
         g_signal_handler_disconnect(m_manager.get(), registration->connection);
 }
@@ -42,6 +45,18 @@ void UserContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessag
                                                 G_CALLBACK(Registration::received), registration.get());
     webkit_user_content_manager_register_script_message_handler(m_manager.get(), name.c_str(), nullptr);
     m_registrations.push_back(std::move(registration));
+}
+
+void UserContentController::setAccentColorOfPage(const std::string& color)
+{
+    webkit_user_content_manager_remove_all_style_sheets(m_manager.get());
+    if (color.empty())
+        return;
+    auto* style = webkit_user_style_sheet_new((":root { --desktop-accent: " + color + "; }").c_str(),
+                                              WEBKIT_USER_CONTENT_INJECT_TOP_FRAME, WEBKIT_USER_STYLE_LEVEL_USER,
+                                              nullptr, nullptr);
+    webkit_user_content_manager_add_style_sheet(m_manager.get(), style);
+    webkit_user_style_sheet_unref(style);
 }
 
 std::shared_ptr<JSCTextFunctions> UserContentController::textFunctions(JSCContext* context)

@@ -25,6 +25,7 @@ public:
 private:
     struct Registration;
 
+    void setAccentColorOfPage(const std::string& color);
     std::shared_ptr<JSCTextFunctions> textFunctions(JSCContext* context);
 
     GObjectPtr<WebKitUserContentManager> m_manager;
