@@ -17,6 +17,8 @@ class GnomeShortcutStore {
 public:
     explicit GnomeShortcutStore(const std::string& applicationID);
 
+    explicit operator bool() const { return m_settings != nullptr; }
+
     // Whether `accept` accepts the list.
     bool has(const std::function<bool(GVariant* shortcuts)>& accept) const;
 

@@ -43,7 +43,7 @@ std::shared_ptr<RunLoopSource> PortalHotkeyBackend::makeRunLoopSource(const std:
 
 bool PortalHotkeyBackend::hasShortcutSettings()
 {
-    return m_session->canConfigure() || hasSettingsProgram();
+    return m_session->canConfigure() || m_session->canAskAgain() || hasSettingsProgram();
 }
 
 void PortalHotkeyBackend::openShortcutSettings()
@@ -51,6 +51,8 @@ void PortalHotkeyBackend::openShortcutSettings()
     const auto open = [session = m_session, id = m_options.applicationID](const std::string& token) {
         if (session->canConfigure())
             session->configure(token);
+        else if (session->canAskAgain())
+            session->askAgain();
         else
             openSettingsProgram(session->isOffered() ? id : "", token);
     };

@@ -112,6 +112,17 @@ void PortalSession::closeSession()
     forgetSession();
 }
 
+bool PortalSession::canAskAgain() const
+{
+    return m_connection && m_gnomeStore && !m_gnomeStore.has(PortalShortcut::isIn) && !isAsking();
+}
+
+void PortalSession::askAgain()
+{
+    closeSession();
+    createSession();
+}
+
 bool PortalSession::canConfigure()
 {
     constexpr unsigned firstVersionWithConfigure = 2;

@@ -50,6 +50,11 @@ public:
     // Gives the shortcut up and forgets that it was asked for. Waits 100 ms at most.
     void close();
 
+    // Whether the desktop's settings know the shortcut only once its question was answered with yes, and puts that
+    // question again.
+    bool canAskAgain() const;
+    void askAgain();
+
     // Whether the desktop has a dialog for the session's shortcuts, and opens it. `activationToken` entitles it to take
     // the focus. Waits 250 ms at most.
     bool canConfigure();
