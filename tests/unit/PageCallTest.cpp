@@ -28,6 +28,16 @@ TEST(PageCall, EscapesWhatASingleQuotedLiteralCannotHold)
     }
 }
 
+TEST(PageCall, CutsNoCharacterInTwo)
+{
+    const auto script = scriptForText(fileContentCall, "ä日🖊'x", 1);
+    for (const std::string escaped : {"ä", "日", "🖊", "\\'", "x"}) {
+        std::string piece;
+        EXPECT_EQ(script.appendNext(piece), escaped != "x");
+        EXPECT_EQ(piece, escaped);
+    }
+}
+
 TEST(PageCall, EncodesAnImageInPieces)
 {
     std::string all(2 * usualPiece + 1, 'x');
