@@ -73,6 +73,8 @@ def CreateSession(self, options, sender):
 
 @dbus.service.method(SHORTCUTS, in_signature="oa{sv}", out_signature="o", sender_keyword="sender")
 def ListShortcuts(self, _session, options, sender):
+    if self.parameters["version"] > 1:  # as one that cannot
+        raise dbus.exceptions.DBusException("none", name="org.freedesktop.DBus.Error.Failed")
     request = path("request", sender, options["handle_token"])
     known = [("bring-to-front", {})] if self.parameters["answer"] == "known" else []
     respond(self, sender, request, 0, {"shortcuts": dbus.Array(known, signature="(sa{sv})")})
