@@ -3,7 +3,7 @@ import type { EncoderRequest, EncoderResponse, Kind } from "./encoding";
 import { readAsDataURL } from "./images";
 import { t } from "./language";
 import { fileName, pageFileNames } from "./names";
-import { printedDocument } from "./pdf";
+import { printedDocument, type Step } from "./pdf";
 import { PagePicture } from "./picture";
 import type { PageData } from "./project";
 import { type NamedFile, shell } from "./shell";
@@ -17,8 +17,6 @@ export interface ExportOptions {
   /** Of JPEG, from 0 to 1. */
   quality?: number;
 }
-/** Called as often as there is something to show of what is done, of `total`; throws to stop. */
-export type Step = (done: number, total: number) => Promise<void>;
 
 const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf", svg: "svg" } as const;
 const JPEG_QUALITY = 0.95;

@@ -2,7 +2,6 @@
 // the engine prints filters coarsely, and images no finer than they are to be seen.
 import { FabricImage, type FabricObject, Group, Shadow, StaticCanvas, util } from "fabric";
 import { drawnBox, visiblePart } from "./bounds";
-import type { Step } from "./export";
 import { AssetImage } from "./images";
 import { createObjects } from "./objects";
 import { imageType, type PageData } from "./project";
@@ -13,6 +12,9 @@ const MAX_SHADOW_PIXELS = 2 ** 21;
 const FAR = 2 ** 13;
 const KEPT = 0.8; // an image that would have this share of its pixels keeps all
 const JPEG_QUALITY = 0.95;
+
+/** Called as often as there is something to show of what is done, of `total`; throws to stop. */
+export type Step = (done: number, total: number) => Promise<void>;
 
 export interface PrintedDocument {
   html: Blob;
