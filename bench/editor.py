@@ -301,7 +301,8 @@ def photos(page):
     for _ in range(8):  # the engine collects what nobody holds when it sees fit
         time.sleep(5)
         settled.append(page.used() - before)
-    figures["Photo of 24 megapixels: memory within 40 s after 7×"] = (min(settled), "MiB")
+    name = "Photo of 24 megapixels: memory"
+    figures[f"{name} within 40 s after 7×, beyond that after 1×"] = (min(settled) - figures[f"{name} after 1×"][0], "MiB")
     return figures
 
 
@@ -309,12 +310,11 @@ JOBS = {"objects-1000": objects(1000), "objects-5000": objects(5000), "typing": 
         "png-16384": png(16384), "cancel": cancel, "photos": photos}
 
 ONCE = ("png-16384", "photos")
-PHOTO = 6000 * 4000 * 4 / (1 << 20)  # MiB, decoded
 GOALS = {
     "1,000 objects: opening": 300, "1,000 objects: script per frame of a drag": 8, "1,000 objects: undo": 50,
     "5,000 objects: opening": 1500, "5,000 objects: script per frame of a drag": 16, "5,000 objects: undo": 200,
     "Typing in 11,000 characters: a key": 16, "PNG of 4096²": 3000, "PNG of 8192²": 12_000, "PNG of 16384²": 48_000,
-    "Cancel of an export": 200, "Photo of 24 megapixels: memory within 40 s after 7×": PHOTO,
+    "Cancel of an export": 200, "Photo of 24 megapixels: memory within 40 s after 7×, beyond that after 1×": 10,
 }
 
 
