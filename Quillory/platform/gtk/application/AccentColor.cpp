@@ -25,16 +25,15 @@ link, button.link, button.link > label { color: mix(@desktop_accent, @theme_fg_c
 std::string current;
 std::function<void(const std::string&)> listening;
 
-// Belongs to the display.
 GtkCssProvider* styles()
 {
-    static auto* const provider = [] {
-        const GObjectPtr<GtkCssProvider> made(gtk_css_provider_new());
+    static const auto provider = [] {
+        GObjectPtr<GtkCssProvider> made(gtk_css_provider_new());
         gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(made.get()),
                                                    GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
-        return made.get();
+        return made;
     }();
-    return provider;
+    return provider.get();
 }
 
 std::string cssColor(const std::array<double, 3>& parts)
