@@ -5,6 +5,7 @@ import os
 import dbus
 
 from desktop import Session, wait_for
+from plasma import ALERT
 from wayland_keyboard import KEY_CODES
 
 QUESTION = "Add Keyboard Shortcuts"
@@ -58,8 +59,10 @@ class GnomeSession(Session):
         self.minimize(title, "delete")
 
     def settle(self, app):
-        """Says yes to the desktop's question, which belongs to the program's window and stands before it."""
+        """Says no to the desktop's question, which stands before the window, then yes: the alert leads back to it."""
         self.wait_active(QUESTION)
+        wait_for(lambda: self.windows(ALERT) or self.key("Escape"), "the alert")
+        wait_for(lambda: self.is_active(QUESTION) or self.is_active(ALERT) and self.key("Return"), "the question again")
         wait_for(lambda: self.key("alt+a") or not self.windows(QUESTION), "the question to be answered")
         app.log.wait("Accessibility permission granted - hotkey now active")
 
