@@ -4,6 +4,7 @@
 #include <webkit/webkit.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 #include <utility>
 
@@ -34,17 +35,16 @@ unsigned stepsOfPaper(const std::vector<PageSize>& pages)
 // it.
 std::string styleFor(const std::vector<PageSize>& pages)
 {
-    const auto paper = std::to_string(stepsOfPaper(pages) * pixelsPerStep) + "px";
-    const auto step = std::to_string(pixelsPerStep) + "px";
-    auto style = "body{margin:0;width:" + paper + "}body>*{display:block;box-sizing:content-box;margin:0;border:0;"
-        + "position:relative;top:" + step + "}body>*+*{break-before:page}";
+    const auto paper = stepsOfPaper(pages) * pixelsPerStep;
+    std::ostringstream style;
+    style << "body{margin:0;width:" << paper << "px}body>*{display:block;box-sizing:content-box;margin:0;border:0;"
+          << "position:relative;top:" << pixelsPerStep << "px}body>*+*{break-before:page}";
     for (std::size_t i = 0; i < pages.size(); ++i) {
-        const auto width = std::to_string(pages[i].width) + "pt";
-        const auto height = std::to_string(pages[i].height) + "pt";
-        style += "body>:nth-child(" + std::to_string(i + 1) + "){width:" + width + ";height:" + height
-            + ";padding:calc(" + paper + " - " + step + " - " + height + ") 0 0}";
+        const auto& [width, height] = pages[i];
+        style << "body>:nth-child(" << i + 1 << "){width:" << width << "pt;height:" << height << "pt;padding:calc("
+              << paper - pixelsPerStep << "px - " << height << "pt) 0 0}";
     }
-    return style;
+    return style.str();
 }
 
 GObjectPtr<WebKitWebView> makeView(const std::string& style)

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <ranges>
 
 namespace quillory::gtk {
 
@@ -88,7 +87,8 @@ bool cutPrintedPages(std::span<std::byte> pdf, unsigned side, std::span<const Pa
     const std::string_view file(reinterpret_cast<const char*>(pdf.data()), pdf.size());
     const auto printed = mediaBox(side, side);
     auto place = file.rfind(printed);
-    for (const auto& [width, height] : std::views::reverse(pages)) {
+    for (auto page = pages.rbegin(); page != pages.rend(); ++page) {
+        const auto& [width, height] = *page;
         if (place == std::string_view::npos || width > side || height > side)
             return false;
         auto box = mediaBox(width, height);
