@@ -50,6 +50,7 @@ STATUS_REPORT = [
     "=== HotkeyManager Status ===", "Accessibility trusted: true", "Event tap exists: true",
     "RunLoop source exists: true", "Event tap enabled: true", "============================",
 ]
+COMPLAINT = re.compile(r"Sanitizer|runtime error|-CRITICAL \*\*")
 LAUNCH = ["Global hotkey Cmd+Shift+E registered", "Main window created"]
 
 
@@ -90,7 +91,7 @@ class Log:
 
 
 class Application:
-    # All that were started and not yet looked at by the fixture `sanitizers_have_nothing_to_say`.
+    # All that were started and not yet looked at by the fixture `nobody_complains`.
     started = []
     _page = _scripts = 0
 
@@ -134,6 +135,7 @@ class Application:
         start = len(self.log.lines)
         self.start_script("location.reload()")
         self.wait_ready(start)
+        assert not self.complaints(), "\n".join(self.complaints())
         self.log.lines.clear()
         self.errors.lines.clear()
 
@@ -170,10 +172,9 @@ class Application:
         """What the program itself says on standard error; the toolkit and the engine write there too."""
         return [line for line in self.errors.lines if line.startswith("quillory:")]
 
-    def sanitizer_reports(self):
-        """What AddressSanitizer or UndefinedBehaviorSanitizer have found, once the program has ended."""
-        self.errors.wait_end()
-        found = [i for i, line in enumerate(self.errors.lines) if "Sanitizer" in line or "runtime error" in line]
+    def complaints(self):
+        """What the toolkit calls critical so far, and what AddressSanitizer or UndefinedBehaviorSanitizer have found."""
+        found = [i for i, line in enumerate(self.errors.lines) if COMPLAINT.search(line)]
         return self.errors.lines[found[0]:] if found else []
 
     # The process
@@ -199,6 +200,7 @@ class Application:
         if self.process.poll() is None:
             self.process.kill()
         self.process.wait()
+        self.errors.wait_end()
 
     def children(self, name=None):
         """The processes that this one started, theirs included: all, or those of a program."""

@@ -37,12 +37,12 @@ def session(request):
 
 
 @pytest.fixture(scope="module", autouse=True)
-def sanitizers_have_nothing_to_say():
+def nobody_complains():
     """Holds for every program that a file's tests start, whatever they are about (see tests/sanitizers)."""
     yield
     for app in Application.started:
         app.kill()
-    reports = [line for app in Application.started for line in app.sanitizer_reports()]
+    reports = [line for app in Application.started for line in app.complaints()]
     Application.started.clear()
     assert not reports, "\n".join(reports)
 

@@ -20,11 +20,12 @@ GtkMessageType messageType(AlertStyle style)
     return GTK_MESSAGE_WARNING;
 }
 
-// The title is for lists of windows; in the alert itself the message says the same.
+// The title is for lists of windows; in the alert itself the message says the same. Where the window manager draws the
+// frame there is no bar of the toolkit's.
 void hideTitleLabel(GtkDialog* dialog)
 {
     auto* titlebar = gtk_window_get_titlebar(GTK_WINDOW(dialog));
-    for (auto* child = gtk_widget_get_first_child(titlebar); child != nullptr;
+    for (auto* child = titlebar != nullptr ? gtk_widget_get_first_child(titlebar) : nullptr; child != nullptr;
          child = gtk_widget_get_next_sibling(child)) {
         if (GTK_IS_LABEL(child))
             gtk_widget_set_visible(child, FALSE);
