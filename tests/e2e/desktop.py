@@ -260,7 +260,8 @@ class Desktop(Session):
         self.key("ctrl+a")
         # Behind a folder's name the panel would put what is in it, as soon as it has read that; behind a dot it puts nothing.
         self.type(os.path.join(path, "x/.") if os.path.isdir(path) else str(path))
-        self.key("Return")
+        # What the panel has completed meanwhile stands behind it.
+        self.key("shift+End", "Delete", "Return")
         if replace:
             wait_for(lambda: self.active_window() not in ("", window), "the question whether to replace the file")
             self.key("alt+r")

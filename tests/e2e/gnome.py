@@ -61,7 +61,7 @@ class GnomeSession(Session):
     def settle(self, app):
         """Says no to the desktop's question, which stands before the window, then yes: the alert leads back to it."""
         self.wait_active(QUESTION)
-        wait_for(lambda: self.windows(ALERT) or self.key("Escape"), "the alert")
+        wait_for(lambda: self.windows(ALERT) or self.is_active(QUESTION) and self.key("Escape"), "the alert")
         wait_for(lambda: self.is_active(QUESTION) or self.is_active(ALERT) and self.key("Return"), "the question again")
         wait_for(lambda: self.key("alt+a") or not self.windows(QUESTION), "the question to be answered")
         app.log.wait("Accessibility permission granted - hotkey now active")
