@@ -12,6 +12,7 @@
 #include "platform/glib/GObjectPtr.h"
 #include "platform/glib/SignalConnection.h"
 #include "platform/gtk/application/SoftwareRendering.h"
+#include "platform/gtk/web/EngineThreads.h"
 #include "platform/gtk/web/PrintedFile.h"
 
 namespace quillory::gtk {
@@ -130,6 +131,7 @@ public:
         m_printed = std::move(printed);
         m_view = makeView(m_style);
         m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [this](int event) {
+            takeRealTimePriorityFromThreads();
             if (event == WEBKIT_LOAD_FINISHED)
                 print();
         });

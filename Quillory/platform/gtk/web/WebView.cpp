@@ -4,6 +4,7 @@
 
 #include "platform/Localization.h"
 #include "platform/gtk/web/ContentFilter.h"
+#include "platform/gtk/web/EngineThreads.h"
 #include "platform/gtk/web/PageLanguages.h"
 #include "platform/gtk/web/PageRequests.h"
 #include "platform/gtk/window/AccessibleName.h"
@@ -131,6 +132,7 @@ WebView::WebView(const WebViewConfiguration& configuration)
             m_pageEndHandler();
     };
     m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [this, pageEnded](int event) {
+        takeRealTimePriorityFromThreads();
         if (event != WEBKIT_LOAD_COMMITTED)
             return;
         pageEnded();
