@@ -48,7 +48,7 @@ GBytesPtr convert(GBytes* image)
     const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop(g_main_loop_new(nullptr, FALSE),
                                                                         g_main_loop_unref);
     GBytesPtr result;
-    convertToPNG(GBytesPtr(g_bytes_ref(image)), [&](GBytesPtr png) {
+    convertToPNG(GBytesPtr(g_bytes_ref(image)), "is measured", [&](GBytesPtr png) {
         result = std::move(png);
         g_main_loop_quit(loop.get());
     });
