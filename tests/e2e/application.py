@@ -50,8 +50,8 @@ STATUS_REPORT = [
     "=== HotkeyManager Status ===", "Accessibility trusted: true", "Event tap exists: true",
     "RunLoop source exists: true", "Event tap enabled: true", "============================",
 ]
-# GLib calls a bus that has ended critical.
-COMPLAINT = re.compile(r"Sanitizer|runtime error|-CRITICAL \*\*(?!.*The connection is closed)")
+# GIO calls it critical when a bus has ended.
+COMPLAINT = re.compile(r"Sanitizer|runtime error|(?<!GLib-GIO)-CRITICAL \*\*")
 LAUNCH = ["Global hotkey Cmd+Shift+E registered", "Main window created"]
 
 
