@@ -163,15 +163,17 @@ void received(WebKitURISchemeRequest* request, gpointer data)
     guarded([&] {
         const Request owned(retain(request));
         const std::string_view what(webkit_uri_scheme_request_get_path(request));
-        if (what == "fonts" && isFromFile(request))
+        if (!isFromFile(request))
+            return answer(owned, SOUP_STATUS_NOT_FOUND);
+        if (what == "fonts")
             answerWithFonts(owned);
-        else if (what == "png" && isFromFile(request))
+        else if (what == "png")
             answerWithPNG(owned);
-        else if (what == "dropped" && isFromFile(request))
+        else if (what == "dropped")
             answerWithDrop(owned);
-        else if (what == "copied" && isFromFile(request))
+        else if (what == "copied")
             answerAboutCopied(owned, helpers.pasteboard);
-        else if (what == "pdf" && isFromFile(request))
+        else if (what == "pdf")
             answerWithPDF(owned, helpers.printer);
         else
             answer(owned, SOUP_STATUS_NOT_FOUND);
