@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "platform/Text.h"
 
@@ -13,22 +12,20 @@ namespace quillory {
 // that refers to itself, and most of a tree is never read. Main thread only.
 class Value {
 public:
-    enum class Kind { null, boolean, number, text, array, object };
-
     virtual ~Value() = default;
-    virtual Kind kind() const = 0;
 
-    // Of a text; null for every other kind.
+    // Of a text; null for anything else.
     virtual TextHandle text() const = 0;
 
-    // Of an array; no elements for every other kind.
+    // Of an array; no elements for anything else.
     virtual std::size_t size() const = 0;
     virtual std::unique_ptr<Value> at(std::size_t index) const = 0;
-    // Whether every element is an object whose every value is a text, found without making the elements.
+    // Whether this is an array of string objects, found without making the elements.
     virtual bool holdsStringObjects() const = 0;
 
-    // Of an object; no keys for every other kind. A key that is not there has a null value.
-    virtual std::vector<std::string> keys() const = 0;
+    // Whether this is an object of no more than 100,000 keys whose every value is a text.
+    virtual bool isStringObject() const = 0;
+    // Of an object; no keys for anything else. A key that is not there has the value null.
     virtual std::unique_ptr<Value> at(const std::string& key) const = 0;
 };
 

@@ -24,11 +24,8 @@ constexpr std::size_t mostFiles = 100'000;
 // Null for a body of another shape. The files are read one by one, when their turn comes.
 FileList readFiles(const Value& body)
 {
-    if (body.kind() != Value::Kind::object)
-        return nullptr;
     FileList list = body.at("files");
-    const bool isBatch = list->kind() == Value::Kind::array && list->size() <= mostFiles && list->holdsStringObjects();
-    return isBatch ? list : nullptr;
+    return list->size() <= mostFiles && list->holdsStringObjects() ? list : nullptr;
 }
 
 // Writes the files of one batch in their order. It holds itself until the last one is written.

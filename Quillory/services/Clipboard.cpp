@@ -1,7 +1,6 @@
 #include "services/Clipboard.h"
 
 #include "services/DataURL.h"
-#include "services/StringObject.h"
 
 namespace quillory {
 
@@ -19,9 +18,8 @@ Clipboard::Clipboard(Platform& platform, std::weak_ptr<Page> page)
 
 void Clipboard::handleNativeCopy(const ScriptMessage& message)
 {
-    const auto body = readStringObject(*message.body);
-    const auto data = body ? textForKey(*body, "data") : nullptr;
-    if (!data) {
+    const auto data = message.body->at("data")->text();
+    if (!data || !message.body->isStringObject()) {
         m_platform.log().print("❌ Invalid copy message");
         return;
     }

@@ -5,7 +5,6 @@
 #include "services/DataURL.h"
 #include "services/FileWriter.h"
 #include "services/PathExtension.h"
-#include "services/StringObject.h"
 
 namespace quillory {
 
@@ -51,10 +50,9 @@ void handleNativeDownload(const ServiceContext& context, const ScriptMessage& me
 {
     auto& log = context.platform.log();
     const Reply reply(context.loadedPage, *message.body);
-    const auto body = readStringObject(*message.body);
-    const auto filename = body ? textForKey(*body, "filename") : nullptr;
-    const auto data = body ? textForKey(*body, "data") : nullptr;
-    if (!filename || !data) {
+    const auto filename = message.body->at("filename")->text();
+    const auto data = message.body->at("data")->text();
+    if (!filename || !data || !message.body->isStringObject()) {
         log.print("❌ Invalid download message");
         return reply.failed({}, "Invalid download message");
     }

@@ -8,7 +8,7 @@ Reply::Reply(std::weak_ptr<LoadedPage> page, const Value& body)
     : m_page(std::move(page))
 {
     const auto textUnder = [&](const char* key) -> std::optional<std::string> {
-        const auto text = body.kind() == Value::Kind::object ? body.at(key)->text() : nullptr;
+        const auto text = body.at(key)->text();
         return text ? std::optional(text->utf8()) : std::nullopt;
     };
     m_id = textUnder("reply");

@@ -51,15 +51,6 @@ public:
         : m_value(std::move(value))
     {
     }
-    Kind kind() const override
-    {
-        return m_value.is_boolean() ? Kind::boolean
-            : m_value.is_number()   ? Kind::number
-            : m_value.is_string()   ? Kind::text
-            : m_value.is_array()    ? Kind::array
-            : m_value.is_object()   ? Kind::object
-                                    : Kind::null;
-    }
     TextHandle text() const override
     {
         return m_value.is_string() ? std::make_shared<PlainText>(m_value.get<std::string>()) : nullptr;
@@ -73,13 +64,7 @@ public:
     {
         return m_value.is_array() && std::ranges::all_of(m_value, holdsTextsOnly);
     }
-    std::vector<std::string> keys() const override
-    {
-        std::vector<std::string> keys;
-        for (auto entry = m_value.begin(); m_value.is_object() && entry != m_value.end(); ++entry)
-            keys.push_back(entry.key());
-        return keys;
-    }
+    bool isStringObject() const override { return holdsTextsOnly(m_value); }
     std::unique_ptr<Value> at(const std::string& key) const override
     {
         return std::make_unique<PlainValue>(m_value.is_object() && m_value.contains(key) ? m_value[key] : nullptr);

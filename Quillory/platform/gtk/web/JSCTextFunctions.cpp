@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <new>
 #include <string_view>
-#include <vector>
 
 namespace quillory::gtk {
 
@@ -34,18 +33,23 @@ constexpr std::string_view source = R"(({
             buffer.transfer(0);
         }
     },
+    isStringObject(value) {
+        if (typeof value !== "object" || value === null || Array.isArray(value) || value instanceof Date)
+            return false;
+        let keys = 0;
+        for (const key in value) {
+            if (++keys > 100000 || typeof value[key] !== "string")
+                return false;
+        }
+        return true;
+    },
     holdsStringObjects(list) {
         if (!Array.isArray(list))
             return false;
         // A hole is an element too, which is no object.
         for (let i = 0; i < list.length; ++i) {
-            const entry = list[i];
-            if (typeof entry !== "object" || entry === null || Array.isArray(entry) || entry instanceof Date)
+            if (!this.isStringObject(list[i]))
                 return false;
-            for (const key in entry) {
-                if (typeof entry[key] !== "string")
-                    return false;
-            }
         }
         return true;
     },
@@ -94,14 +98,19 @@ GObjectPtr<::JSCValue> bufferOver(const SharedMemory& memory, JSCContext* contex
 
 }
 
+bool JSCTextFunctions::isStringObject(::JSCValue* value)
+{
+    return jsc_value_to_boolean(call("isStringObject", {value}).get()) != 0;
+}
+
 bool JSCTextFunctions::holdsStringObjects(::JSCValue* list)
 {
-    return jsc_value_to_boolean(call(m_holdsStringObjects, "holdsStringObjects", {list}).get()) != 0;
+    return jsc_value_to_boolean(call("holdsStringObjects", {list}).get()) != 0;
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)
 {
-    auto result = call(m_wellFormed, "wellFormed", {text});
+    auto result = call("wellFormed", {text});
     if (!jsc_value_is_string(result.get()))
         throw std::bad_alloc();
     return result;
@@ -109,24 +118,22 @@ GObjectPtr<::JSCValue> JSCTextFunctions::wellFormed(::JSCValue* text)
 
 std::shared_ptr<const Bytes> JSCTextFunctions::decodedAfterFirstComma(::JSCValue* text)
 {
-    const double length = jsc_value_to_double(call(m_decodedLength, "decodedLength", {text}).get());
+    const double length = jsc_value_to_double(call("decodedLength", {text}).get());
     auto memory = length < 0 ? nullptr : allocate(length);
     if (!memory)
         return nullptr;
     const auto buffer = bufferOver(memory, m_context.get());
-    if (!buffer || !jsc_value_to_boolean(call(m_decode, "decode", {text, buffer.get()}).get()))
+    if (!buffer || !jsc_value_to_boolean(call("decode", {text, buffer.get()}).get()))
         return nullptr;
     return memory;
 }
 
-GObjectPtr<::JSCValue> JSCTextFunctions::call(GObjectPtr<::JSCValue>& function, const char* name,
-                                              std::initializer_list<::JSCValue*> arguments)
+GObjectPtr<::JSCValue> JSCTextFunctions::call(const char* name, std::vector<::JSCValue*> arguments)
 {
-    if (!function)
-        function.reset(jsc_value_object_get_property(compiled().get(), name));
-    std::vector<::JSCValue*> list(arguments);
-    return GObjectPtr<::JSCValue>(
-        jsc_value_function_callv(function.get(), static_cast<guint>(list.size()), list.data()));
+    if (!m_functions)
+        m_functions = compiled();
+    return GObjectPtr<::JSCValue>(jsc_value_object_invoke_methodv(
+        m_functions.get(), name, static_cast<guint>(arguments.size()), arguments.data()));
 }
 
 GObjectPtr<::JSCValue> JSCTextFunctions::compiled() const

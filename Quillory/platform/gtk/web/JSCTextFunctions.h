@@ -2,8 +2,8 @@
 
 #include <jsc/jsc.h>
 
-#include <initializer_list>
 #include <memory>
+#include <vector>
 
 #include "platform/Text.h"
 #include "platform/glib/GObjectPtr.h"
@@ -22,7 +22,8 @@ public:
 
     JSCContext* context() const { return m_context.get(); }
 
-    // Whether it is a list, each element of which is an object whose every value is a text.
+    // See Value.
+    bool isStringObject(::JSCValue* value);
     bool holdsStringObjects(::JSCValue* list);
     // `text` with U+FFFD for every unpaired surrogate. Throws std::bad_alloc if there is no memory for it.
     GObjectPtr<::JSCValue> wellFormed(::JSCValue* text);
@@ -31,16 +32,11 @@ public:
     std::shared_ptr<const Bytes> decodedAfterFirstComma(::JSCValue* text);
 
 private:
-    GObjectPtr<::JSCValue> call(GObjectPtr<::JSCValue>& function, const char* name,
-                                std::initializer_list<::JSCValue*> arguments);
+    GObjectPtr<::JSCValue> call(const char* name, std::vector<::JSCValue*> arguments);
     GObjectPtr<::JSCValue> compiled() const;
 
     GObjectPtr<JSCContext> m_context;
-    // Looked up when they are first called.
-    GObjectPtr<::JSCValue> m_holdsStringObjects;
-    GObjectPtr<::JSCValue> m_wellFormed;
-    GObjectPtr<::JSCValue> m_decodedLength;
-    GObjectPtr<::JSCValue> m_decode;
+    GObjectPtr<::JSCValue> m_functions; // once one of them was called
 };
 
 }

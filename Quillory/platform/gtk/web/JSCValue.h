@@ -3,9 +3,7 @@
 #include <jsc/jsc.h>
 
 #include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "platform/Value.h"
 #include "platform/glib/GObjectPtr.h"
@@ -39,21 +37,16 @@ public:
     {
     }
 
-    Kind kind() const override;
     TextHandle text() const override;
     std::size_t size() const override;
     std::unique_ptr<Value> at(std::size_t index) const override;
     bool holdsStringObjects() const override { return m_functions->holdsStringObjects(m_value.get()); }
-    std::vector<std::string> keys() const override;
+    bool isStringObject() const override { return m_functions->isStringObject(m_value.get()); }
     std::unique_ptr<Value> at(const std::string& key) const override;
 
 private:
-    Kind findKind() const;
-
     GObjectPtr<::JSCValue> m_value;
     std::shared_ptr<JSCTextFunctions> m_functions;
-    mutable std::optional<Kind> m_kind;
-    mutable std::vector<std::string> m_keys; // once it is known that this is an object
 };
 
 }
