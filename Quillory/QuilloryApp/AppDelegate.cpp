@@ -137,8 +137,8 @@ void AppDelegate::applicationWillTerminate()
     HotkeyManager::shared->cleanup();
     if (!lockFileHandle)
         return;
-    flock(lockFileHandle->get(), LOCK_UN);
-    lockFileHandle->close();
+    flock(lockFileHandle.get(), LOCK_UN);
+    lockFileHandle.close();
 }
 
 void AppDelegate::showAboutWindow()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
 #include "platform/Platform.h"
 #include "support/FileDescriptor.h"
@@ -37,7 +36,7 @@ private:
     void activateRunningInstance();
 
     Platform& m_platform;
-    std::optional<FileDescriptor> lockFileHandle; // only while this process holds the lock
+    FileDescriptor lockFileHandle; // open only while this process holds the lock
     std::unique_ptr<Window> aboutWindow;
     std::unique_ptr<Window> mainWindow;
 };

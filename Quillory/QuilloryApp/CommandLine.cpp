@@ -22,14 +22,10 @@ std::string help()
                      "1 when there is no display to open a window on, 2 for a wrong command line.\n");
 }
 
-std::string version(const Bundle& bundle)
+std::string versionLine(const Bundle& bundle)
 {
-    std::string line = "Quillory";
-    const auto marketingVersion = bundle.infoString("CFBundleShortVersionString");
-    const auto build = bundle.infoString("CFBundleVersion");
-    if (marketingVersion && build)
-        line += " " + *marketingVersion + " (" + *build + ")";
-    return line + "\n";
+    const auto version = bundle.version();
+    return version ? "Quillory " + *version + "\n" : "Quillory\n";
 }
 
 CommandLineAnswer unexpected(std::string_view argument)
@@ -49,7 +45,7 @@ std::optional<CommandLineAnswer> answerCommandLine(std::span<const char* const> 
         return unexpected(first);
     if (arguments.size() > 1)
         return unexpected(arguments[1]);
-    return CommandLineAnswer {0, first == "--help" ? help() : version(bundle)};
+    return CommandLineAnswer {0, first == "--help" ? help() : versionLine(bundle)};
 }
 
 }

@@ -5,16 +5,6 @@
 
 namespace quillory {
 
-namespace {
-
-void bringSharedDelegateToFront()
-{
-    if (const auto delegate = AppDelegate::shared)
-        delegate->bringToFront();
-}
-
-}
-
 QuilloryApp::QuilloryApp(Platform& platform)
     : appDelegate(AppDelegate::make(platform))
 {
@@ -34,12 +24,12 @@ Scene QuilloryApp::body() const
 int QuilloryApp::main(Platform& platform)
 {
     HotkeyManager::shared = std::make_shared<HotkeyManager>(platform);
-    HotkeyManager::shared->bringToFront = bringSharedDelegateToFront;
-    int status = 0;
-    {
-        const QuilloryApp app(platform);
-        status = platform.application().run(*app.appDelegate, app.body());
-    }
+    HotkeyManager::shared->bringToFront = [] {
+        if (const auto delegate = AppDelegate::shared)
+            delegate->bringToFront();
+    };
+    const QuilloryApp app(platform);
+    const int status = platform.application().run(*app.appDelegate, app.body());
     // Both hold objects that the platform made, and it goes before static objects do.
     AppDelegate::shared.reset();
     HotkeyManager::shared.reset();

@@ -16,18 +16,6 @@ ImageView icon(const Bundle& bundle)
     return {iconName, resources ? (*resources / "icon.svg").string() : "", {128, 128}, localized("Quillory icon")};
 }
 
-// The line is complete or not there at all.
-std::optional<TextView> version(const Bundle& bundle)
-{
-    const auto marketingVersion = bundle.infoString("CFBundleShortVersionString");
-    const auto build = bundle.infoString("CFBundleVersion");
-    if (!marketingVersion || !build)
-        return std::nullopt;
-    return TextView {localized("Version ") + *marketingVersion + " (" + *build + ")",
-                     {.style = TextStyle::subheadline},
-                     ColorRole::secondary};
-}
-
 SeparatorView separator()
 {
     return {.horizontalPadding = 40};
@@ -71,8 +59,9 @@ View AboutView::body() const
     auto& items = column.children;
     items.emplace_back(icon(m_bundle));
     items.emplace_back(TextView {localized("Quillory"), {.size = 24, .bold = true}});
-    if (auto line = version(m_bundle))
-        items.emplace_back(std::move(*line));
+    if (const auto version = m_bundle.version())
+        items.emplace_back(
+            TextView {localized("Version ") + *version, {.style = TextStyle::subheadline}, ColorRole::secondary});
     items.emplace_back(separator());
     items.emplace_back(makerGroup());
     items.emplace_back(separator());

@@ -10,28 +10,18 @@ namespace quillory {
 struct ContentType {
     std::string mimeType;
     std::vector<std::string> suffixes;
-
-    bool operator==(const ContentType&) const = default;
-
-    static const ContentType png;
-    static const ContentType jpeg;
-    static const ContentType gif;
-    static const ContentType webP;
-    static const ContentType heic;
-    static const ContentType bmp;
-    static const ContentType tiff;
-    static const ContentType pdf;
-    static const ContentType json;
 };
 
-inline const ContentType ContentType::png {"image/png", {"png"}};
-inline const ContentType ContentType::jpeg {"image/jpeg", {"jpg", "jpeg"}};
-inline const ContentType ContentType::gif {"image/gif", {"gif"}};
-inline const ContentType ContentType::webP {"image/webp", {"webp"}};
-inline const ContentType ContentType::heic {"image/heic", {"heic"}};
-inline const ContentType ContentType::bmp {"image/bmp", {"bmp"}};
-inline const ContentType ContentType::tiff {"image/tiff", {"tif", "tiff"}};
-inline const ContentType ContentType::pdf {"application/pdf", {"pdf"}};
-inline const ContentType ContentType::json {"application/json", {"json"}};
+namespace ContentTypes {
+inline const ContentType png {"image/png", {"png"}};
+inline const ContentType jpeg {"image/jpeg", {"jpg", "jpeg"}};
+inline const ContentType gif {"image/gif", {"gif"}};
+inline const ContentType webP {"image/webp", {"webp"}};
+inline const ContentType heic {"image/heic", {"heic"}};
+inline const ContentType bmp {"image/bmp", {"bmp"}};
+inline const ContentType tiff {"image/tiff", {"tif", "tiff"}};
+inline const ContentType pdf {"application/pdf", {"pdf"}};
+inline const ContentType json {"application/json", {"json"}};
+}
 
 }

@@ -7,11 +7,9 @@ namespace quillory {
 namespace EventType {
 inline constexpr std::uint32_t keyDown = 10;
 inline constexpr std::uint32_t tapDisabledByTimeout = 0xFFFFFFFE;
-inline constexpr std::uint32_t tapDisabledByUserInput = 0xFFFFFFFF;
 }
 
 namespace EventFlags {
-inline constexpr std::uint64_t capsLock = 0x10000;
 inline constexpr std::uint64_t shift = 0x20000;
 inline constexpr std::uint64_t control = 0x40000;
 inline constexpr std::uint64_t option = 0x80000;

@@ -68,7 +68,7 @@ void Clipboard::pasteImage(const Turn& turn)
         if (!png)
             return;
         if (const auto page = m_page.lock())
-            page->sendImageToPage({ContentType::png.mimeType, std::move(png)});
+            page->sendImageToPage({ContentTypes::png.mimeType, std::move(png)});
         m_platform.log().print("📥 Pasted image from pasteboard");
     });
 }

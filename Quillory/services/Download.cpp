@@ -1,6 +1,6 @@
 #include "services/Download.h"
 
-#include <algorithm>
+#include <array>
 
 #include "services/DataURL.h"
 #include "services/FileWriter.h"
@@ -10,15 +10,7 @@ namespace quillory {
 
 namespace {
 
-std::optional<ContentType> allowedType(const std::string& filename)
-{
-    const auto extension = pathExtension(filename);
-    for (const auto& type : {ContentType::png, ContentType::jpeg, ContentType::pdf, ContentType::json}) {
-        if (std::ranges::find(type.suffixes, extension) != type.suffixes.end())
-            return type;
-    }
-    return std::nullopt;
-}
+const std::array exportedTypes {ContentTypes::png, ContentTypes::jpeg, ContentTypes::pdf, ContentTypes::json};
 
 void saveFile(const ServiceContext& context, const std::filesystem::path& file, const Bytes& bytes, const Reply& reply)
 {
@@ -76,7 +68,7 @@ void showSavePanel(const ServiceContext& context, const std::string& filename, s
     const auto panel = context.platform.makeSavePanel();
     panel->setNameFieldStringValue(filename);
     panel->setCanCreateDirectories(true);
-    if (const auto type = allowedType(filename))
+    if (const auto* type = typeByExtension(exportedTypes, filename))
         panel->setAllowedContentTypes({*type});
 
     panel->beginWithCompletionHandler([=, bytes = std::move(bytes)](ModalResponse response, const auto& url) {

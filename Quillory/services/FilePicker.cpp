@@ -24,7 +24,7 @@ void showFilePicker(const ServiceContext& context, const Reply& reply)
     panel->setCanChooseFiles(true);
     panel->setCanChooseDirectories(false);
     panel->setAllowsMultipleSelection(false);
-    panel->setAllowedContentTypes({ContentType::json});
+    panel->setAllowedContentTypes({ContentTypes::json});
     panel->setMessage(localized("Select a Quillory project file"));
     panel->beginWithCompletionHandler([=](ModalResponse response, const auto& url) {
         if (response != ModalResponse::ok || !url)

@@ -26,15 +26,13 @@ std::string describe(int error)
     return std::generic_category().message(error);
 }
 
-// One place in the file system, relative to a folder that is open already or to the working directory.
+// One place in the file system: in a folder that is open already, which the name must not lead out of, or relative to
+// the working directory (AT_FDCWD).
 class Target {
 public:
-    enum class Confined { no, toFolder };
-
-    Target(int folder, std::string name, Confined confined)
+    Target(int folder, std::string name)
         : m_folder(folder)
         , m_name(std::move(name))
-        , m_confined(confined)
     {
     }
 
@@ -42,7 +40,7 @@ public:
     FileDescriptor open(int flags) const
     {
         flags |= O_WRONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-        return m_confined == Confined::toFolder ? openBeneath(flags) : openAt(flags);
+        return m_folder == AT_FDCWD ? openAt(flags) : openBeneath(flags);
     }
 
     void remove() const { unlinkat(m_folder, m_name.c_str(), 0); }
@@ -68,7 +66,6 @@ private:
 
     int m_folder;
     std::string m_name;
-    Confined m_confined;
 };
 
 // Setting blocks aside does not ask whether the process may write that far.
@@ -182,7 +179,7 @@ std::optional<std::string> write(const Target& target, std::span<const std::byte
 
 std::optional<std::string> writeFile(const fs::path& path, std::span<const std::byte> bytes)
 {
-    return write(Target(AT_FDCWD, path, Target::Confined::no), bytes);
+    return write(Target(AT_FDCWD, path), bytes);
 }
 
 std::optional<std::string> writeFileInFolder(const fs::path& folder, const std::string& name,
@@ -193,7 +190,7 @@ std::optional<std::string> writeFileInFolder(const fs::path& folder, const std::
     const FileDescriptor directory(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!directory)
         return describe(errno);
-    return write(Target(directory.get(), name, Target::Confined::toFolder), bytes);
+    return write(Target(directory.get(), name), bytes);
 }
 
 }

@@ -1,6 +1,5 @@
 #include "services/ImagePicker.h"
 
-#include <algorithm>
 #include <array>
 
 #include "platform/Localization.h"
@@ -13,27 +12,20 @@ namespace quillory {
 
 namespace {
 
-const std::array imageTypes {ContentType::png,  ContentType::jpeg, ContentType::gif, ContentType::webP,
-                             ContentType::heic, ContentType::bmp,  ContentType::tiff};
-
-auto imageType(const std::filesystem::path& file)
-{
-    return std::ranges::find_if(imageTypes, [extension = pathExtension(file.string())](const ContentType& candidate) {
-        return std::ranges::find(candidate.suffixes, extension) != candidate.suffixes.end();
-    });
-}
+const std::array imageTypes {ContentTypes::png,  ContentTypes::jpeg, ContentTypes::gif, ContentTypes::webP,
+                             ContentTypes::heic, ContentTypes::bmp,  ContentTypes::tiff};
 
 }
 
 std::string imageMimeType(const std::filesystem::path& file)
 {
-    const auto type = imageType(file);
-    return type == imageTypes.end() ? ContentType::png.mimeType : type->mimeType;
+    const auto* type = typeByExtension(imageTypes, file.string());
+    return type != nullptr ? type->mimeType : ContentTypes::png.mimeType;
 }
 
 bool isImageFile(const std::filesystem::path& file)
 {
-    return imageType(file) != imageTypes.end();
+    return typeByExtension(imageTypes, file.string()) != nullptr;
 }
 
 void showImagePicker(const ServiceContext& context)

@@ -16,4 +16,13 @@ std::string pathExtension(std::string_view filename)
     return extension;
 }
 
+const ContentType* typeByExtension(std::span<const ContentType> types, std::string_view filename)
+{
+    const auto extension = pathExtension(filename);
+    for (const auto& type : types)
+        if (std::ranges::find(type.suffixes, extension) != type.suffixes.end())
+            return &type;
+    return nullptr;
+}
+
 }

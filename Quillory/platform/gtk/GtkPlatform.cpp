@@ -14,17 +14,12 @@
 #include "platform/gtk/window/ExportedWindow.h"
 #include "platform/gtk/window/Window.h"
 #include "platform/gtk/window/X11Placement.h"
+#include "platform/hotkey/PortalHotkeyBackend.h"
+#include "platform/hotkey/X11HotkeyBackend.h"
 
 namespace quillory::gtk {
 
 namespace {
-
-DisplayKind displayKind(GdkDisplay* display)
-{
-    if (GDK_IS_WAYLAND_DISPLAY(display))
-        return DisplayKind::wayland;
-    return GDK_IS_X11_DISPLAY(display) ? DisplayKind::x11 : DisplayKind::none;
-}
 
 std::filesystem::path iconsFolder(const Bundle& bundle)
 {
@@ -144,25 +139,33 @@ std::unique_ptr<quillory::Timer> GtkPlatform::scheduleTimer(std::chrono::millise
 
 std::shared_ptr<EventTap> GtkPlatform::makeEventTap(std::uint64_t mask, EventTapCallback callback, void* userData)
 {
-    return hotkeyBackend().makeEventTap(mask, callback, userData);
+    return (mask & 1ULL << EventType::keyDown) != 0 ? hotkeyBackend().makeEventTap(callback, userData) : nullptr;
 }
 
 std::shared_ptr<RunLoopSource> GtkPlatform::makeRunLoopSource(const std::shared_ptr<EventTap>& tap)
 {
-    return hotkeyBackend().makeRunLoopSource(tap);
+    return std::dynamic_pointer_cast<RunLoopSource>(tap);
 }
 
 HotkeyBackend& GtkPlatform::hotkeyBackend()
 {
-    if (!m_hotkeyBackend) {
-        auto* display = gdk_display_get_default();
-        m_hotkeyBackend = makeHotkeyBackend({
-            .display = displayKind(display),
-            .displayName = display != nullptr ? gdk_display_get_name(display) : "",
-            .applicationID = m_bundle.bundleIdentifier().value_or(""),
-            .willDeliverX11Event = [this](std::uint32_t time) { m_application.noteUserTime(time); },
-            .hasFocus = [this] { return m_application.hasFocus(); },
-            .willDeliverWaylandEvent = setActivationToken,
+    if (!m_hotkeyBackend)
+        m_hotkeyBackend = makeHotkeyBackend();
+    return *m_hotkeyBackend;
+}
+
+std::unique_ptr<HotkeyBackend> GtkPlatform::makeHotkeyBackend()
+{
+    auto* display = gdk_display_get_default();
+    if (GDK_IS_X11_DISPLAY(display))
+        return std::make_unique<X11HotkeyBackend>(
+            gdk_display_get_name(display),
+            X11EventTap::Hooks {.willDeliver = [this](std::uint32_t time) { m_application.noteUserTime(time); },
+                                .hasFocus = [this] { return m_application.hasFocus(); }});
+    return std::make_unique<PortalHotkeyBackend>(
+        m_bundle.bundleIdentifier().value_or(""),
+        PortalHotkeyBackend::Hooks {
+            .willDeliver = setActivationToken,
             .withActivationToken =
                 [this](std::function<void(std::string)> received) {
                     m_application.whenFocused([received = std::move(received)] { received(makeActivationToken()); });
@@ -172,10 +175,7 @@ HotkeyBackend& GtkPlatform::hotkeyBackend()
                     m_application.whenMainWindowIsShown(
                         [received = std::move(received)](GtkWindow* window) { exportWindow(window, received); });
                 },
-            .changed = [this] { m_accessibility.changed(); },
-        });
-    }
-    return *m_hotkeyBackend;
+            .changed = [this] { m_accessibility.changed(); }});
 }
 
 }

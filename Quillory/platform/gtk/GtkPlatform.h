@@ -49,6 +49,7 @@ public:
 private:
     // Made when it is first needed: the display is known then.
     HotkeyBackend& hotkeyBackend();
+    std::unique_ptr<HotkeyBackend> makeHotkeyBackend();
 
     posix::StandardLog m_log;
     posix::InstalledBundle m_bundle;

@@ -10,10 +10,6 @@ namespace quillory {
 
 namespace {
 
-struct SchemaUnref {
-    void operator()(GSettingsSchema* schema) const { g_settings_schema_unref(schema); }
-};
-
 constexpr const char* schemaName = "org.gnome.settings-daemon.global-shortcuts.application";
 constexpr const char* folder = "/org/gnome/settings-daemon/global-shortcuts/";
 
@@ -28,7 +24,7 @@ GnomeShortcutStore::GnomeShortcutStore(const std::string& applicationID)
     if (!isCurrentDesktop("GNOME"))
         return;
     auto* source = g_settings_schema_source_get_default();
-    const std::unique_ptr<GSettingsSchema, SchemaUnref> schema(
+    const std::unique_ptr<GSettingsSchema, FreedBy<g_settings_schema_unref>> schema(
         source != nullptr ? g_settings_schema_source_lookup(source, schemaName, TRUE) : nullptr);
     if (schema && g_settings_schema_has_key(schema.get(), "shortcuts") != 0)
         m_settings.reset(g_settings_new_full(schema.get(), nullptr, (folder + applicationID + "/").c_str()));
@@ -54,7 +50,7 @@ void GnomeShortcutStore::watch(std::function<void()> changed)
 
 void GnomeShortcutStore::stopWatching()
 {
-    m_watch.disconnect();
+    m_watch.reset();
     m_settled.stop();
 }
 

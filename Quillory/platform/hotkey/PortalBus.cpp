@@ -5,33 +5,14 @@
 #include <limits>
 #include <utility>
 
-#include "platform/glib/BoxedFunction.h"
+#include "platform/glib/AsyncReady.h"
 
 namespace quillory::PortalBus {
 
 namespace {
 
-using Answered = BoxedFunction<void(const GError* error)>;
-using ReceivedBox = BoxedFunction<void(const char* path, GVariant* parameters)>;
-
 // A dialog may stay open for as long as the user likes.
 constexpr int noTimeout = std::numeric_limits<int>::max();
-
-void callAnswered(GObject* connection, GAsyncResult* result, gpointer box)
-{
-    const auto answered = Answered::take(box);
-    GError* error = nullptr;
-    const GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, &error));
-    const GErrorPtr owner(error);
-    if (answered)
-        guarded(answered, error);
-}
-
-void signalReceived(GDBusConnection*, const char*, const char* object, const char*, const char*, GVariant* parameters,
-                    gpointer box)
-{
-    ReceivedBox::of(box)(object, parameters);
-}
 
 }
 
@@ -58,25 +39,35 @@ void report(const GError& error)
 void call(GDBusConnection* connection, const char* interface, const char* method, GVariant* parameters,
           std::function<void(const GError* error)> answered)
 {
+    const auto finish = [answered = std::move(answered)](GObject* source, GAsyncResult* result) {
+        GError* error = nullptr;
+        const GVariantPtr reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(source), result, &error));
+        const GErrorPtr owner(error);
+        answered(error);
+    };
     g_main_context_push_thread_default(g_main_context_default());
     g_dbus_connection_call(connection, name, path, interface, method, parameters, nullptr, G_DBUS_CALL_FLAGS_NONE,
-                           noTimeout, nullptr, callAnswered, Answered::make(std::move(answered)));
+                           noTimeout, nullptr, AsyncReady::call, AsyncReady::make(finish));
     g_main_context_pop_thread_default(g_main_context_default());
 }
 
-Subscription::Subscription(GDBusConnection* connection, const char* sender, const char* interface, const char* signal,
-                           const char* argument, Received received)
-    : m_connection(retain(connection))
-    , m_identifier(g_dbus_connection_signal_subscribe(connection, sender, interface, signal, nullptr, argument,
-                                                      G_DBUS_SIGNAL_FLAGS_NONE, signalReceived,
-                                                      ReceivedBox::make(std::move(received)), ReceivedBox::free))
+std::shared_ptr<void> subscribe(GDBusConnection* connection, const char* sender, const char* interface,
+                                const char* signal, const char* argument, const char* type, Received received)
 {
-}
-
-Subscription::~Subscription()
-{
-    if (m_connection)
-        g_dbus_connection_signal_unsubscribe(m_connection.get(), m_identifier);
+    using Box = BoxedFunction<void(const char* path, GVariant* parameters)>;
+    const auto call = [](GDBusConnection*, const char*, const char* path, const char*, const char*,
+                         GVariant* parameters, gpointer box) { Box::of(box)(path, parameters); };
+    const auto ofType = [type, received = std::move(received)](const char* path, GVariant* parameters) {
+        if (g_variant_is_of_type(parameters, G_VARIANT_TYPE(type)) != 0)
+            received(path, parameters);
+    };
+    const auto identifier =
+        g_dbus_connection_signal_subscribe(connection, sender, interface, signal, nullptr, argument,
+                                           G_DBUS_SIGNAL_FLAGS_NONE, call, Box::make(ofType), Box::free);
+    return {retain(connection).release(), [identifier](GDBusConnection* held) {
+                g_dbus_connection_signal_unsubscribe(held, identifier);
+                g_object_unref(held);
+            }};
 }
 
 PrivateContext::PrivateContext()
@@ -98,11 +89,8 @@ void PrivateContext::iterateUntil(std::chrono::steady_clock::time_point deadline
         std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     const GSourcePtr timeout(g_timeout_source_new(static_cast<guint>(std::max<long>(0, left.count()))));
     bool late = false;
-    const auto end = [](gpointer data) -> gboolean {
-        *static_cast<bool*>(data) = true;
-        return G_SOURCE_REMOVE;
-    };
-    g_source_set_callback(timeout.get(), end, &late, nullptr);
+    using End = BoxedFunction<void()>;
+    g_source_set_callback(timeout.get(), End::callOnce, End::make([&late] { late = true; }), End::free);
     g_source_attach(timeout.get(), m_context.get());
     while (!done() && !late)
         g_main_context_iteration(m_context.get(), TRUE);

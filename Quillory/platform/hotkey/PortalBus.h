@@ -4,7 +4,7 @@
 
 #include <chrono>
 #include <functional>
-#include <string>
+#include <memory>
 
 #include "platform/glib/GObjectPtr.h"
 
@@ -20,26 +20,16 @@ GObjectPtr<GDBusConnection> connect();
 void report(const GError& error);
 
 // Calls a method of the portal; a floating `parameters` is taken. `answered` gets null if it succeeded, on the main
-// context, and is called once; it may be empty.
-void call(GDBusConnection* connection, const char* interface, const char* method, GVariant* parameters,
-          std::function<void(const GError* error)> answered = nullptr);
+// context, and is called once.
+void call(
+    GDBusConnection* connection, const char* interface, const char* method, GVariant* parameters,
+    std::function<void(const GError* error)> answered = [](const GError*) {});
 
-// A signal that is heard while this lives, on the context that is the thread's default at the beginning.
-class Subscription {
-public:
-    using Received = std::function<void(const char* path, GVariant* parameters)>;
-
-    // Without an argument to look for, `argument` is null.
-    Subscription(GDBusConnection* connection, const char* sender, const char* interface, const char* signal,
-                 const char* argument, Received received);
-    ~Subscription();
-    Subscription(Subscription&&) = default;
-    Subscription& operator=(Subscription&&) = delete;
-
-private:
-    GObjectPtr<GDBusConnection> m_connection;
-    guint m_identifier;
-};
+// Has `received` called for a signal as long as what this returns is held, on the context that is the thread's default
+// now. What is not of `type` is passed over; without a first argument to look for, `argument` is null.
+using Received = std::function<void(const char* path, GVariant* parameters)>;
+std::shared_ptr<void> subscribe(GDBusConnection* connection, const char* sender, const char* interface,
+                                const char* signal, const char* argument, const char* type, Received received);
 
 // A context that hears nothing but what is subscribed to while it lives, so that waiting for it runs nothing
 // else of the program.

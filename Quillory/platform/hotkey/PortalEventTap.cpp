@@ -8,24 +8,19 @@ PortalEventTap::PortalEventTap(std::shared_ptr<PortalSession> session, EventTapC
                                WillDeliver willDeliver)
     : SessionEventTap(callback, userData)
     , m_session(std::move(session))
-    , m_willDeliver(std::move(willDeliver))
 {
-    m_session->activated = [this](std::string token) { deliver(std::move(token)); };
+    m_session->activated = [this, willDeliver = std::move(willDeliver)](std::string token) {
+        if (!delivers())
+            return;
+        willDeliver(std::move(token));
+        passes();
+    };
 }
 
 PortalEventTap::~PortalEventTap()
 {
     m_session->activated = nullptr;
     m_session->close();
-}
-
-void PortalEventTap::deliver(std::string activationToken)
-{
-    if (!delivers())
-        return;
-    if (m_willDeliver)
-        m_willDeliver(std::move(activationToken));
-    passes(TapEvent {keyCodeE, EventFlags::command | EventFlags::shift});
 }
 
 }

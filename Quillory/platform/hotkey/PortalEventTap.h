@@ -21,10 +21,7 @@ public:
     ~PortalEventTap() override;
 
 private:
-    void deliver(std::string activationToken);
-
     std::shared_ptr<PortalSession> m_session;
-    WillDeliver m_willDeliver;
 };
 
 }

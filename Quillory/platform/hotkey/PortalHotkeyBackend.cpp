@@ -14,11 +14,11 @@ constexpr std::chrono::milliseconds patience {250};
 
 }
 
-PortalHotkeyBackend::PortalHotkeyBackend(HotkeyBackendOptions options)
-    : m_options(std::move(options))
-    , m_session(std::make_shared<PortalSession>(m_options.applicationID, m_options.withMainWindow))
+PortalHotkeyBackend::PortalHotkeyBackend(const std::string& applicationID, Hooks hooks)
+    : m_applicationID(applicationID)
+    , m_hooks(std::move(hooks))
+    , m_session(std::make_shared<PortalSession>(applicationID, m_hooks.withMainWindow, m_hooks.changed))
 {
-    m_session->changed = m_options.changed;
 }
 
 bool PortalHotkeyBackend::isTrusted(bool prompt)
@@ -28,17 +28,11 @@ bool PortalHotkeyBackend::isTrusted(bool prompt)
     return m_session->isBound();
 }
 
-std::shared_ptr<EventTap> PortalHotkeyBackend::makeEventTap(std::uint64_t mask, EventTapCallback callback,
-                                                            void* userData)
+std::shared_ptr<EventTap> PortalHotkeyBackend::makeEventTap(EventTapCallback callback, void* userData)
 {
-    if ((mask & 1ULL << EventType::keyDown) == 0 || !m_session->isBound())
+    if (!m_session->isBound())
         return nullptr;
-    return std::make_shared<PortalEventTap>(m_session, callback, userData, m_options.willDeliverWaylandEvent);
-}
-
-std::shared_ptr<RunLoopSource> PortalHotkeyBackend::makeRunLoopSource(const std::shared_ptr<EventTap>& tap)
-{
-    return SessionRunLoopSource::make(tap);
+    return std::make_shared<PortalEventTap>(m_session, callback, userData, m_hooks.willDeliver);
 }
 
 bool PortalHotkeyBackend::hasShortcutSettings()
@@ -48,18 +42,14 @@ bool PortalHotkeyBackend::hasShortcutSettings()
 
 void PortalHotkeyBackend::openShortcutSettings()
 {
-    const auto open = [session = m_session, id = m_options.applicationID](const std::string& token) {
+    m_hooks.withActivationToken([session = m_session, id = m_applicationID](const std::string& token) {
         if (session->canConfigure())
             session->configure(token);
         else if (session->canAskAgain())
             session->askAgain();
         else
             openSettingsProgram(session->isOffered() ? id : "", token);
-    };
-    if (m_options.withActivationToken)
-        m_options.withActivationToken(open);
-    else
-        open("");
+    });
 }
 
 }

@@ -27,26 +27,19 @@ constexpr auto configurePatience = 250ms;
 constexpr unsigned success = 0;
 constexpr unsigned cancelledByUser = 1;
 
-// Null where there is no such child.
-GVariantPtr child(GVariant* parameters, gsize index)
-{
-    return GVariantPtr(index < g_variant_n_children(parameters) ? g_variant_get_child_value(parameters, index)
-                                                                : nullptr);
-}
-
-std::string childText(GVariant* parameters, gsize index)
-{
-    return PortalShortcut::text(child(parameters, index).get());
-}
-
+// Of a text or an object path; empty for anything else.
 std::string optionText(GVariant* options, const char* key)
 {
-    return PortalShortcut::text(PortalShortcut::option(options, key).get());
+    const GVariantPtr value(g_variant_lookup_value(options, key, nullptr));
+    const bool isText = value
+        && (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_STRING) != 0
+            || g_variant_is_of_type(value.get(), G_VARIANT_TYPE_OBJECT_PATH) != 0);
+    return isText ? g_variant_get_string(value.get(), nullptr) : "";
 }
 
 bool hasOurShortcut(GVariant* results)
 {
-    return PortalShortcut::isIn(PortalShortcut::option(results, "shortcuts").get());
+    return PortalShortcut::isIn(GVariantPtr(g_variant_lookup_value(results, "shortcuts", nullptr)).get());
 }
 
 // No options, floating.
@@ -57,10 +50,11 @@ GVariant* noOptions()
 
 }
 
-PortalSession::PortalSession(std::string applicationID, WithWindow withWindow)
+PortalSession::PortalSession(std::string applicationID, WithWindow withWindow, std::function<void()> changed)
     : m_applicationID(std::move(applicationID))
     , m_gnomeStore(m_applicationID)
     , m_withWindow(std::move(withWindow))
+    , m_changed(std::move(changed))
 {
 }
 
@@ -71,7 +65,7 @@ PortalSession::~PortalSession()
 
 void PortalSession::ask(std::chrono::milliseconds patience)
 {
-    if (std::exchange(m_asked, true))
+    if (m_connection)
         return;
     const auto deadline = Clock::now() + patience;
     m_connection = PortalBus::connect();
@@ -96,7 +90,6 @@ void PortalSession::close()
     m_subscriptions.clear();
     // The portal ends what an absent client left open, a dialog for instance.
     m_connection.reset();
-    m_asked = m_refused = false;
 }
 
 void PortalSession::closeSession()
@@ -149,40 +142,41 @@ std::optional<unsigned> PortalSession::versionWithin(std::chrono::milliseconds p
         PortalBus::report(*owner);
         return g_error_matches(error, G_IO_ERROR, G_IO_ERROR_TIMED_OUT) != 0 ? std::nullopt : std::optional(0U);
     }
-    const GVariantPtr version(g_variant_get_variant(child(reply.get(), 0).get()));
-    return g_variant_is_of_type(version.get(), G_VARIANT_TYPE_UINT32) != 0 ? g_variant_get_uint32(version.get()) : 0;
+    GVariant* version = nullptr;
+    g_variant_get(reply.get(), "(v)", &version);
+    const GVariantPtr owner(version);
+    return g_variant_is_of_type(version, G_VARIANT_TYPE_UINT32) != 0 ? g_variant_get_uint32(version) : 0;
 }
 
 void PortalSession::subscribe()
 {
-    const auto hear = [this](const char* sender, const char* interface, const char* signal, const char* argument,
-                             SignalHandler handler) {
-        m_subscriptions.emplace_back(
-            m_connection.get(), sender, interface, signal, argument,
-            [this, handler](const char*, GVariant* parameters) { (this->*handler)(parameters); });
-    };
-    m_subscriptions.push_back(subscribeToAnswers());
-    hear(PortalBus::name, shortcutsInterface, "Activated", nullptr, &PortalSession::shortcutActivated);
-    hear(PortalBus::name, shortcutsInterface, "ShortcutsChanged", nullptr, &PortalSession::shortcutsChanged);
-    hear("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", PortalBus::name,
-         &PortalSession::portalOwnerChanged);
+    m_subscriptions = {hearAnswers(),
+                       hear(PortalBus::name, shortcutsInterface, "Activated", nullptr, "(osta{sv})",
+                            &PortalSession::shortcutActivated),
+                       hear(PortalBus::name, shortcutsInterface, "ShortcutsChanged", nullptr, "(oa(sa{sv}))",
+                            &PortalSession::shortcutsChanged),
+                       hear("org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", PortalBus::name,
+                            "(sss)", &PortalSession::portalOwnerChanged)};
 }
 
-PortalBus::Subscription PortalSession::subscribeToAnswers()
+std::shared_ptr<void> PortalSession::hear(const char* sender, const char* interface, const char* signal,
+                                          const char* argument, const char* type, SignalHandler handler)
 {
-    return {m_connection.get(),
-            PortalBus::name,
-            requestInterface,
-            "Response",
-            nullptr,
-            [this](const char* path, GVariant* parameters) { requestAnswered(path, parameters); }};
+    return PortalBus::subscribe(
+        m_connection.get(), sender, interface, signal, argument, type,
+        [this, handler](const char* path, GVariant* parameters) { (this->*handler)(path, parameters); });
+}
+
+std::shared_ptr<void> PortalSession::hearAnswers()
+{
+    return hear(PortalBus::name, requestInterface, "Response", nullptr, "(ua{sv})", &PortalSession::requestAnswered);
 }
 
 // Each answer reaches the main context once more, where it is known already.
 void PortalSession::waitForAnswer(Clock::time_point deadline)
 {
     PortalBus::PrivateContext context;
-    const auto answers = subscribeToAnswers();
+    const auto answers = hearAnswers();
     createSession();
     context.iterateUntil(deadline, [this] { return !m_pending; });
 }
@@ -196,7 +190,7 @@ void PortalSession::registerApplication()
 
 void PortalSession::createSession()
 {
-    call(Step::createSession, "CreateSession", [](GVariantDict& options) {
+    call(&PortalSession::sessionCreated, "CreateSession", [](GVariantDict& options) {
         g_variant_dict_insert(&options, "session_handle_token", "s", sessionToken);
         // Some portals register what comes here, others what comes with BindShortcuts.
         g_variant_dict_insert_value(&options, "shortcuts", PortalShortcut::list().get());
@@ -206,37 +200,40 @@ void PortalSession::createSession()
 
 void PortalSession::listShortcuts()
 {
-    call(Step::listShortcuts, "ListShortcuts", [this](GVariantDict& options) {
+    call(&PortalSession::shortcutsListed, "ListShortcuts", [this](GVariantDict& options) {
         return g_variant_new("(o@a{sv})", m_session.c_str(), g_variant_dict_end(&options));
     });
 }
 
-void PortalSession::bindShortcuts(const std::string& parentWindow)
+// Binding once more what stands already opens the settings on some desktops, and a dialog on none.
+void PortalSession::bindShortcuts()
 {
-    call(Step::bindShortcuts, "BindShortcuts", [&](GVariantDict& options) {
-        return g_variant_new("(o@a(sa{sv})s@a{sv})", m_session.c_str(), PortalShortcut::list().get(),
-                             parentWindow.c_str(), g_variant_dict_end(&options));
-    });
-}
-
-void PortalSession::bindShortcutsOfWindow()
-{
+    if (m_bound)
+        return;
+    const auto bind = [this](const std::string& parentWindow) {
+        call(&PortalSession::shortcutsBound, "BindShortcuts", [&](GVariantDict& options) {
+            return g_variant_new("(o@a(sa{sv})s@a{sv})", m_session.c_str(), PortalShortcut::list().get(),
+                                 parentWindow.c_str(), g_variant_dict_end(&options));
+        });
+    };
+    if (m_gnomeStore.has(PortalShortcut::isIn))
+        return bind("");
     m_awaitsWindow = true;
-    m_withWindow([weak = weak_from_this(), session = m_session](const std::string& parentWindow) {
+    m_withWindow([weak = weak_from_this(), bind](const std::string& parentWindow) {
         const auto self = weak.lock();
-        if (self && self->m_session == session && std::exchange(self->m_awaitsWindow, false))
-            self->bindShortcuts(parentWindow);
+        if (self && std::exchange(self->m_awaitsWindow, false))
+            bind(parentWindow);
     });
 }
 
-void PortalSession::call(Step step, const char* method,
+void PortalSession::call(ResponseHandler answered, const char* method,
                          const std::function<GVariant*(GVariantDict& options)>& parameters)
 {
     const auto token = sessionToken + std::to_string(++m_requests);
     std::string name = g_dbus_connection_get_unique_name(m_connection.get()) + 1;
     std::replace(name.begin(), name.end(), '.', '_');
     const std::string path = std::string(PortalBus::path) + "/request/" + name + "/" + token;
-    m_pending = Request {step, path};
+    m_pending = Request {answered, path};
 
     GVariantDict options;
     g_variant_dict_init(&options, nullptr);
@@ -268,31 +265,16 @@ void PortalSession::waitUntilGivenBack()
     });
 }
 
-void PortalSession::tellChanged()
+void PortalSession::requestAnswered(const char* path, GVariant* parameters)
 {
-    if (changed)
-        changed();
-}
-
-void PortalSession::requestAnswered(const std::string& path, GVariant* parameters)
-{
-    if (!m_pending || m_pending->path != path || g_variant_is_of_type(parameters, G_VARIANT_TYPE("(ua{sv})")) == 0)
+    if (!m_pending || m_pending->path != path)
         return;
-    const auto step = std::exchange(m_pending, std::nullopt)->step;
-    const auto response = g_variant_get_uint32(child(parameters, 0).get());
-    const auto results = child(parameters, 1);
-    switch (step) {
-    case Step::createSession:
-        sessionCreated(response, results.get());
-        break;
-    case Step::listShortcuts:
-        shortcutsListed(results.get());
-        break;
-    case Step::bindShortcuts:
-        shortcutsBound(response, results.get());
-        break;
-    }
-    tellChanged();
+    unsigned response = 0;
+    GVariant* results = nullptr;
+    g_variant_get(parameters, "(u@a{sv})", &response, &results);
+    const GVariantPtr owner(results);
+    (this->*std::exchange(m_pending, std::nullopt)->answered)(response, results);
+    m_changed();
 }
 
 void PortalSession::requestFailed(const std::string& path, const GError& error)
@@ -300,12 +282,12 @@ void PortalSession::requestFailed(const std::string& path, const GError& error)
     PortalBus::report(error);
     if (!m_pending || m_pending->path != path)
         return;
-    const auto step = std::exchange(m_pending, std::nullopt)->step;
-    if (step == Step::listShortcuts)
-        shortcutsListed(nullptr);
-    else if (step == Step::createSession)
+    const auto answered = std::exchange(m_pending, std::nullopt)->answered;
+    if (answered == &PortalSession::shortcutsListed)
+        bindShortcuts();
+    else if (answered == &PortalSession::sessionCreated)
         m_offered = false;
-    tellChanged();
+    m_changed();
 }
 
 void PortalSession::sessionCreated(unsigned response, GVariant* results)
@@ -320,16 +302,10 @@ void PortalSession::sessionCreated(unsigned response, GVariant* results)
         std::cerr << "quillory: the global shortcuts portal could not serve the request" << std::endl;
 }
 
-// Binding once more what stands already opens the settings on some desktops, and a dialog on none.
-void PortalSession::shortcutsListed(GVariant* results)
+void PortalSession::shortcutsListed(unsigned, GVariant* results)
 {
     m_bound = m_bound || hasOurShortcut(results);
-    if (m_bound)
-        return;
-    if (m_gnomeStore.has(PortalShortcut::isIn))
-        bindShortcuts("");
-    else
-        bindShortcutsOfWindow();
+    bindShortcuts();
 }
 
 void PortalSession::shortcutsBound(unsigned response, GVariant* results)
@@ -343,39 +319,47 @@ void PortalSession::shortcutsBound(unsigned response, GVariant* results)
         std::cerr << "quillory: the global shortcuts portal could not serve the request" << std::endl;
 }
 
-void PortalSession::shortcutActivated(GVariant* parameters)
+void PortalSession::shortcutActivated(const char*, GVariant* parameters)
 {
-    const bool ours =
-        m_bound && childText(parameters, 0) == m_session && PortalShortcut::isNamed(child(parameters, 1).get());
-    if (ours && activated)
-        activated(optionText(child(parameters, 3).get(), "activation_token"));
+    const char* session = nullptr;
+    const char* shortcut = nullptr;
+    GVariant* options = nullptr;
+    g_variant_get(parameters, "(&o&st@a{sv})", &session, &shortcut, nullptr, &options);
+    const GVariantPtr owner(options);
+    if (m_bound && m_session == session && shortcut == std::string_view(PortalShortcut::identifier) && activated)
+        activated(optionText(options, "activation_token"));
 }
 
-void PortalSession::shortcutsChanged(GVariant* parameters)
+void PortalSession::shortcutsChanged(const char*, GVariant* parameters)
 {
-    if (m_session.empty() || childText(parameters, 0) != m_session)
+    const char* session = nullptr;
+    GVariant* shortcuts = nullptr;
+    g_variant_get(parameters, "(&o@a(sa{sv}))", &session, &shortcuts);
+    const GVariantPtr owner(shortcuts);
+    if (m_session != session)
         return;
-    m_bound = PortalShortcut::isIn(child(parameters, 1).get());
+    m_bound = PortalShortcut::isIn(shortcuts);
     m_refused = !m_bound;
     if (!m_bound && !m_pending && m_gnomeStore.has(PortalShortcut::isIn))
         waitUntilGivenBack();
-    tellChanged();
+    m_changed();
 }
 
-void PortalSession::portalOwnerChanged(GVariant* parameters)
+void PortalSession::portalOwnerChanged(const char*, GVariant* parameters)
 {
-    const bool someoneLeft = !childText(parameters, 1).empty();
-    const bool someoneCame = !childText(parameters, 2).empty();
-    if (someoneLeft)
+    const char* left = nullptr;
+    const char* came = nullptr;
+    g_variant_get(parameters, "(&s&s&s)", nullptr, &left, &came);
+    if (*left != '\0')
         forgetSession();
     // The portal that the first question woke up is not a new one.
     const bool busy = m_pending || !m_session.empty();
-    if (someoneCame && !busy && !m_refused) {
+    if (*came != '\0' && !busy && !m_refused) {
         m_offered = true;
         registerApplication();
         createSession();
     }
-    tellChanged();
+    m_changed();
 }
 
 }

@@ -24,7 +24,8 @@ public:
     // that has none; at once or later, and not at all if there never is a window.
     using WithWindow = std::function<void(std::function<void(std::string parentWindow)> received)>;
 
-    PortalSession(std::string applicationID, WithWindow withWindow);
+    // `changed` is called on the main context when one of the three below may have changed.
+    PortalSession(std::string applicationID, WithWindow withWindow, std::function<void()> changed);
     ~PortalSession();
     PortalSession(const PortalSession&) = delete;
     PortalSession& operator=(const PortalSession&) = delete;
@@ -32,9 +33,6 @@ public:
     // Called for each press of the shortcut, with the activation token that came with it, or an empty
     // text. May be empty.
     std::function<void(std::string activationToken)> activated;
-
-    // Called on the main context when one of the three below may have changed. May be empty.
-    std::function<void()> changed;
 
     // Whether the desktop has given the shortcut to this session.
     bool isBound() const { return m_bound; }
@@ -61,48 +59,49 @@ public:
     void configure(const std::string& activationToken);
 
 private:
-    enum class Step { createSession, listShortcuts, bindShortcuts };
+    using ResponseHandler = void (PortalSession::*)(unsigned response, GVariant* results);
     struct Request {
-        Step step;
+        ResponseHandler answered;
         std::string path;
     };
-    using SignalHandler = void (PortalSession::*)(GVariant* parameters);
+    using SignalHandler = void (PortalSession::*)(const char* path, GVariant* parameters);
 
     // Zero without a portal for shortcuts, none if it did not answer in time.
     std::optional<unsigned> versionWithin(std::chrono::milliseconds patience);
     void subscribe();
-    PortalBus::Subscription subscribeToAnswers();
+    std::shared_ptr<void> hear(const char* sender, const char* interface, const char* signal, const char* argument,
+                               const char* type, SignalHandler handler);
+    std::shared_ptr<void> hearAnswers();
     void waitForAnswer(std::chrono::steady_clock::time_point deadline);
 
     void registerApplication();
     void createSession();
     void listShortcuts();
-    void bindShortcuts(const std::string& parentWindow);
-    void bindShortcutsOfWindow();
-    void call(Step step, const char* method, const std::function<GVariant*(GVariantDict& options)>& parameters);
+    void bindShortcuts();
+    void call(ResponseHandler answered, const char* method,
+              const std::function<GVariant*(GVariantDict& options)>& parameters);
     void closeSession();
     void forgetSession();
     void waitUntilGivenBack();
-    void tellChanged();
 
-    void requestAnswered(const std::string& path, GVariant* parameters);
+    void requestAnswered(const char* path, GVariant* parameters);
     void requestFailed(const std::string& path, const GError& error);
     void sessionCreated(unsigned response, GVariant* results);
-    void shortcutsListed(GVariant* results);
+    void shortcutsListed(unsigned response, GVariant* results);
     void shortcutsBound(unsigned response, GVariant* results);
-    void shortcutActivated(GVariant* parameters);
-    void shortcutsChanged(GVariant* parameters);
-    void portalOwnerChanged(GVariant* parameters);
+    void shortcutActivated(const char* path, GVariant* parameters);
+    void shortcutsChanged(const char* path, GVariant* parameters);
+    void portalOwnerChanged(const char* path, GVariant* parameters);
 
     std::string m_applicationID;
     GnomeShortcutStore m_gnomeStore;
     WithWindow m_withWindow;
+    std::function<void()> m_changed;
     GObjectPtr<GDBusConnection> m_connection;
-    std::vector<PortalBus::Subscription> m_subscriptions;
+    std::vector<std::shared_ptr<void>> m_subscriptions;
     std::optional<Request> m_pending;
     std::string m_session;
     unsigned m_requests = 0;
-    bool m_asked = false;
     bool m_awaitsWindow = false;
     bool m_offered = true;
     bool m_refused = false;

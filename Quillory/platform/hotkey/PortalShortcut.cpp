@@ -1,30 +1,28 @@
 #include "platform/hotkey/PortalShortcut.h"
 
+#include <cstring>
+
 #include "platform/Localization.h"
 
 namespace quillory::PortalShortcut {
 
 namespace {
 
-// The desktop remembers a grant under this name, so it stays the same for good.
-constexpr const char* identifier = "bring-to-front";
 constexpr const char* preferredTrigger = "LOGO+SHIFT+e";
-
-bool isOfType(GVariant* value, const char* type)
-{
-    return value != nullptr && g_variant_is_of_type(value, G_VARIANT_TYPE(type)) != 0;
-}
 
 // What a list says of the shortcut; null if it is not there.
 GVariantPtr propertiesIn(GVariant* list)
 {
-    if (!isOfType(list, "a(sa{sv})"))
+    if (list == nullptr || g_variant_is_of_type(list, G_VARIANT_TYPE("a(sa{sv})")) == 0)
         return nullptr;
-    for (gsize i = 0; i < g_variant_n_children(list); ++i) {
-        const GVariantPtr shortcut(g_variant_get_child_value(list, i));
-        const GVariantPtr name(g_variant_get_child_value(shortcut.get(), 0));
-        if (isNamed(name.get()))
-            return GVariantPtr(g_variant_get_child_value(shortcut.get(), 1));
+    GVariantIter shortcuts;
+    g_variant_iter_init(&shortcuts, list);
+    const char* name = nullptr;
+    GVariant* properties = nullptr;
+    while (g_variant_iter_next(&shortcuts, "(&s@a{sv})", &name, &properties) != 0) {
+        GVariantPtr owner(properties);
+        if (std::strcmp(name, identifier) == 0)
+            return owner;
     }
     return nullptr;
 }
@@ -48,25 +46,10 @@ bool isIn(GVariant* list)
 
 bool isInWithKeys(GVariant* list)
 {
-    const auto keys = option(propertiesIn(list).get(), "shortcuts");
-    return isOfType(keys.get(), "as") && g_variant_n_children(keys.get()) > 0;
-}
-
-bool isNamed(GVariant* name)
-{
-    return text(name) == identifier;
-}
-
-std::string text(GVariant* value)
-{
-    if (!isOfType(value, "s") && !isOfType(value, "o"))
-        return {};
-    return g_variant_get_string(value, nullptr);
-}
-
-GVariantPtr option(GVariant* options, const char* key)
-{
-    return GVariantPtr(isOfType(options, "a{sv}") ? g_variant_lookup_value(options, key, nullptr) : nullptr);
+    const auto properties = propertiesIn(list);
+    const GVariantPtr keys(
+        properties ? g_variant_lookup_value(properties.get(), "shortcuts", G_VARIANT_TYPE_STRING_ARRAY) : nullptr);
+    return keys && g_variant_n_children(keys.get()) > 0;
 }
 
 }

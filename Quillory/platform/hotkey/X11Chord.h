@@ -6,16 +6,12 @@
 
 #include <xcb/xcb.h>
 
-#include "platform/EventTap.h"
-
 namespace quillory {
 
 // Where the current keymap of an X server has the hotkey.
 struct X11Chord {
     // The key in the E position, whatever the layout writes on it.
     xcb_keycode_t key = 0;
-    std::uint16_t commandModifiers = 0;
-    std::uint16_t optionModifiers = 0;
     // Every modifier state that means the chord: one for each combination of locks.
     std::vector<std::uint16_t> states;
 
@@ -24,9 +20,6 @@ struct X11Chord {
     // None if the keymap has no such key or no Super modifier, or cannot be read. Makes round trips;
     // the XKB extension must have been set up on the connection.
     static std::optional<X11Chord> find(xcb_connection_t* connection);
-
-    // The event flags that the modifier state of a key event stands for.
-    std::uint64_t flags(std::uint16_t state) const;
 };
 
 }

@@ -90,10 +90,9 @@ X11EventTap::HeldPress X11EventTap::decided(HeldPress held) const
     held.answer = X11KeyGrab::Answer::pass;
     if (!delivers())
         return held;
-    const bool focusWillMove = m_hooks.hasFocus && !m_hooks.hasFocus();
-    if (m_hooks.willDeliver)
-        m_hooks.willDeliver(held.press.timestamp);
-    if (passes(TapEvent {keyCodeE, held.press.flags}))
+    const bool focusWillMove = !m_hooks.hasFocus();
+    m_hooks.willDeliver(held.press);
+    if (passes())
         return held;
     held.answer = X11KeyGrab::Answer::swallow;
     held.awaitsFocus = focusWillMove;
@@ -126,7 +125,7 @@ void X11EventTap::takePresses()
     }
 }
 
-void X11EventTap::ask(const X11KeyGrab::Press& press)
+void X11EventTap::ask(xcb_timestamp_t press)
 {
     m_grab->watchActiveWindow(true);
     {

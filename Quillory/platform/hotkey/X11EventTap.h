@@ -24,10 +24,11 @@ namespace quillory {
 // it goes to the window that it brought to the front, and the window manager does not see the focus go back first.
 class X11EventTap final : public SessionEventTap, public std::enable_shared_from_this<X11EventTap> {
 public:
-    // Both may be empty.
     struct Hooks {
+        // Called right before a press goes to the callback, with the time that entitles a window to take the focus.
         std::function<void(std::uint32_t timestamp)> willDeliver;
-        std::function<bool()> hasFocus; // whether the application has it already
+        // Whether a window of the application has the focus already, which others lose because of a press.
+        std::function<bool()> hasFocus;
     };
 
     // Null if the server cannot be reached, the keymap lacks the chord or another client holds it.
@@ -42,7 +43,7 @@ private:
     using Clock = std::chrono::steady_clock;
 
     struct HeldPress {
-        X11KeyGrab::Press press;
+        xcb_timestamp_t press;
         Clock::time_point deadline;
         std::optional<X11KeyGrab::Answer> answer = std::nullopt; // none while the main thread has not decided
         bool awaitsFocus = false; // it is answered when the focus has moved, or at the deadline
@@ -58,7 +59,7 @@ private:
     // On the tap's thread.
     void run();
     void takePresses();
-    void ask(const X11KeyGrab::Press& press);
+    void ask(xcb_timestamp_t press);
     void answerIfDue();
     void wait();
 

@@ -17,15 +17,15 @@ namespace quillory {
 
 namespace {
 
-// The first event number of the extension, or none without it.
-std::optional<std::uint8_t> setUpKeymapExtension(xcb_connection_t* connection)
+// The first event number of the extension, 0 without it.
+std::uint8_t setUpKeymapExtension(xcb_connection_t* connection)
 {
     std::uint8_t firstEvent = 0;
     const bool there = xcb_connection_has_error(connection) == 0
         && xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
                                        XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &firstEvent, nullptr)
             != 0;
-    return there ? std::optional(firstEvent) : std::nullopt;
+    return there ? firstEvent : std::uint8_t {0};
 }
 
 XcbConnection openDisplay(const std::string& name)
@@ -47,16 +47,15 @@ std::unique_ptr<X11KeyGrab> X11KeyGrab::make(const std::string& displayName)
 bool X11KeyGrab::isAvailable(const std::string& displayName)
 {
     const auto connection = openDisplay(displayName);
-    return setUpKeymapExtension(connection.get()).has_value();
+    return setUpKeymapExtension(connection.get()) != 0;
 }
 
 bool X11KeyGrab::connect(const std::string& displayName)
 {
     m_connection = openDisplay(displayName);
-    const auto firstEvent = setUpKeymapExtension(m_connection.get());
-    if (!firstEvent)
+    m_firstKeymapEvent = setUpKeymapExtension(m_connection.get());
+    if (m_firstKeymapEvent == 0)
         return false;
-    m_firstKeymapEvent = *firstEvent;
     for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get())); screen.rem > 0;
          xcb_screen_next(&screen))
         m_roots.push_back(screen.data->root);
@@ -108,28 +107,22 @@ void X11KeyGrab::ungrab(const X11Chord& chord)
     xcb_flush(m_connection.get());
 }
 
-std::optional<xcb_key_press_event_t> X11KeyGrab::nextKeyPress()
-{
-    while (const XcbMemory<xcb_generic_event_t> event {xcb_poll_for_event(m_connection.get())}) {
-        const auto type = static_cast<std::uint8_t>(event->response_type & 0x7f);
-        if (type == XCB_KEY_PRESS)
-            return reinterpret_cast<const xcb_key_press_event_t&>(*event);
-        if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent)
-            m_keymapChanged = true;
-        if (type == XCB_PROPERTY_NOTIFY
-            && reinterpret_cast<const xcb_property_notify_event_t&>(*event).atom == m_activeWindow)
-            m_activeWindowChanged = true;
-    }
-    return std::nullopt;
-}
-
-std::optional<X11KeyGrab::Press> X11KeyGrab::nextPress()
+std::optional<xcb_timestamp_t> X11KeyGrab::nextPress()
 {
     do {
-        while (const auto event = nextKeyPress()) {
-            if (m_chord && event->detail == m_chord->key)
-                return Press {event->time, m_chord->flags(event->state)};
-            answer({event->time, 0}, Answer::pass);
+        while (const XcbMemory<xcb_generic_event_t> event {xcb_poll_for_event(m_connection.get())}) {
+            const auto type = static_cast<std::uint8_t>(event->response_type & 0x7f);
+            if (type == XCB_KEY_PRESS) {
+                const auto& press = reinterpret_cast<const xcb_key_press_event_t&>(*event);
+                if (m_chord && press.detail == m_chord->key)
+                    return press.time;
+                answer(press.time, Answer::pass);
+            } else if (type == XCB_MAPPING_NOTIFY || type == m_firstKeymapEvent) {
+                m_keymapChanged = true;
+            } else if (type == XCB_PROPERTY_NOTIFY) {
+                const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(*event);
+                m_activeWindowChanged = m_activeWindowChanged || change.atom == m_activeWindow;
+            }
         }
         if (!std::exchange(m_keymapChanged, false))
             return std::nullopt;
@@ -140,13 +133,13 @@ std::optional<X11KeyGrab::Press> X11KeyGrab::nextPress()
 
 // Both answers end the grab that the press began. A window that gets the focus while a grab lasts is not
 // told so before its end, and the user may hold the key for long.
-void X11KeyGrab::answer(const Press& press, Answer answer)
+void X11KeyGrab::answer(xcb_timestamp_t press, Answer answer)
 {
     auto* connection = m_connection.get();
     if (answer == Answer::swallow)
-        xcb_ungrab_keyboard(connection, press.timestamp);
+        xcb_ungrab_keyboard(connection, press);
     else
-        xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press.timestamp);
+        xcb_allow_events(connection, XCB_ALLOW_REPLAY_KEYBOARD, press);
     xcb_flush(connection);
 }
 

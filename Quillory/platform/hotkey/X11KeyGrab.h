@@ -20,10 +20,6 @@ namespace quillory {
 // On one thread at a time, but for what says otherwise.
 class X11KeyGrab {
 public:
-    struct Press {
-        std::uint32_t timestamp; // the server's, in milliseconds
-        std::uint64_t flags; // EventFlags
-    };
     enum class Answer { pass, swallow };
 
     // Null if the server cannot be reached, the keymap lacks the chord or another client holds it.
@@ -39,10 +35,11 @@ public:
     int descriptor() const { return xcb_get_file_descriptor(m_connection.get()); }
     bool isConnected() const { return xcb_connection_has_error(m_connection.get()) == 0; }
 
-    // The next press of the chord, which has to be answered, or nothing if none waits any more. Never blocks.
-    std::optional<Press> nextPress();
+    // The next press of the chord, which has to be answered, or nothing if none waits any more: its time in the
+    // server's milliseconds. Never blocks.
+    std::optional<xcb_timestamp_t> nextPress();
     // Once for each press.
-    void answer(const Press& press, Answer answer);
+    void answer(xcb_timestamp_t press, Answer answer);
 
     // Begins or ends to look whether another window is made the active one. Then the connection is readable.
     void watchActiveWindow(bool watch);
@@ -58,8 +55,6 @@ private:
     bool grab(const X11Chord& chord);
     void ungrab(const X11Chord& chord);
 
-    // The next press of a grabbed key; notes on the way what else has changed.
-    std::optional<xcb_key_press_event_t> nextKeyPress();
     void followKeymap();
 
     XcbConnection m_connection;

@@ -5,17 +5,12 @@
 
 #include <xcb/xcb.h>
 
+#include "support/FreedBy.h"
+
 namespace quillory {
 
-struct XcbDisconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
-
+using XcbConnection = std::unique_ptr<xcb_connection_t, FreedBy<xcb_disconnect>>;
 // Replies, events and errors come from malloc.
-struct XcbFree {
-    void operator()(void* memory) const { std::free(memory); } // NOLINT(cppcoreguidelines-no-malloc): this is the RAII
-};
-template<typename T> using XcbMemory = std::unique_ptr<T, XcbFree>;
+template<typename T> using XcbMemory = std::unique_ptr<T, FreedBy<std::free>>;
 
 }

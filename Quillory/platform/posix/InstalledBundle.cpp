@@ -26,21 +26,13 @@ std::optional<fs::path> InstalledBundle::resourceURL() const
     return m_resources;
 }
 
-std::optional<std::string> InstalledBundle::bundleIdentifier() const
-{
-    return infoString("CFBundleIdentifier");
-}
-
 std::optional<std::string> InstalledBundle::infoString(const std::string& key) const
 {
     std::ifstream file(m_resources / "Info.json");
     const auto info = nlohmann::json::parse(file, nullptr, false);
-    if (!info.is_object())
+    if (!info.contains(key) || !info[key].is_string())
         return std::nullopt;
-    const auto entry = info.find(key);
-    if (entry == info.end() || !entry->is_string())
-        return std::nullopt;
-    return entry->get<std::string>();
+    return info[key].get<std::string>();
 }
 
 }

@@ -15,7 +15,6 @@ public:
     static InstalledBundle ofThisProcess();
 
     std::optional<std::filesystem::path> resourceURL() const override;
-    std::optional<std::string> bundleIdentifier() const override;
     // Reads Info.json anew each time. A file that is missing or broken has no keys.
     std::optional<std::string> infoString(const std::string& key) const override;
 

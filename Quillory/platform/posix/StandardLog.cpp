@@ -10,19 +10,13 @@ namespace {
 
 void appendEscaped(std::string& line, unsigned char character)
 {
-    switch (character) {
-    case '\n':
-        line += "\\n";
-        return;
-    case '\r':
-        line += "\\r";
-        return;
-    case '\t':
-        line += "\\t";
-        return;
-    default:
-        constexpr std::string_view digits = "0123456789abcdef";
-        line += "\\x";
+    constexpr std::string_view digits = "0123456789abcdef";
+    line += '\\';
+    if (const auto known = std::string_view("\n\r\t").find(static_cast<char>(character));
+        known != std::string_view::npos) {
+        line += "nrt"[known];
+    } else {
+        line += 'x';
         line += digits[character >> 4];
         line += digits[character & 0xF];
     }

@@ -218,7 +218,6 @@ struct FakePlatform : Platform,
 
     Bundle& mainBundle() override { return *this; }
     std::optional<std::filesystem::path> resourceURL() const override { return resources; }
-    std::optional<std::string> bundleIdentifier() const override { return infoString("CFBundleIdentifier"); }
     std::optional<std::string> infoString(const std::string& key) const override
     {
         return info.contains(key) ? std::optional(info.at(key)) : std::nullopt;

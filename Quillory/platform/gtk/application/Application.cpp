@@ -214,7 +214,7 @@ void Application::whenFocused(std::function<void()> focused)
 {
     auto* window = mainWindow();
     const auto go = [this, focused = std::move(focused)] {
-        m_focusChange.disconnect();
+        m_focusChange.reset();
         m_focusWait.stop();
         focused();
     };

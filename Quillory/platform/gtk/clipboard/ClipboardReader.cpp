@@ -79,7 +79,7 @@ void ClipboardReader::finish(unsigned question, GBytesPtr bytes)
 {
     if (question != m_questions)
         return;
-    m_changed.disconnect();
+    m_changed.reset();
     if (const auto completion = std::exchange(m_completion, nullptr))
         completion(std::move(bytes));
 }

@@ -173,7 +173,7 @@ private:
     {
         if (!error.empty())
             m_error = error;
-        m_loadChanged.disconnect();
+        m_loadChanged.reset();
         using Printed = BoxedFunction<void()>;
         if (auto printed = std::exchange(m_printed, nullptr))
             g_idle_add_full(G_PRIORITY_DEFAULT, Printed::callOnce, Printed::make(std::move(printed)), Printed::free);

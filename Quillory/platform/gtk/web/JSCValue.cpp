@@ -42,10 +42,10 @@ std::unique_ptr<Value> JSCValue::at(const std::string& key) const
 {
     auto* value = m_value.get();
     const bool hasKeys = jsc_value_is_object(value) && !jsc_value_is_array(value);
-    return std::make_unique<JSCValue>(
-        GObjectPtr<::JSCValue>(hasKeys ? jsc_value_object_get_property(value, key.c_str())
-                                       : jsc_value_new_null(jsc_value_get_context(value))),
-        m_functions);
+    return std::make_unique<JSCValue>(GObjectPtr<::JSCValue>(hasKeys
+                                                                 ? jsc_value_object_get_property(value, key.c_str())
+                                                                 : jsc_value_new_null(jsc_value_get_context(value))),
+                                      m_functions);
 }
 
 }

@@ -61,7 +61,7 @@ void listFonts(GTask* task, gpointer, gpointer, GCancellable*)
     PangoFontFamily** families = nullptr;
     int count = 0;
     pango_font_map_list_families(map.get(), &families, &count);
-    const std::unique_ptr<PangoFontFamily*, GFree> owner(families);
+    const std::unique_ptr<PangoFontFamily*, FreedBy<g_free>> owner(families);
     std::set<std::string> names;
     for (auto* family : std::span(families, static_cast<std::size_t>(count)))
         names.emplace(pango_font_family_get_name(family));
