@@ -12,8 +12,6 @@
 
 namespace quillory {
 
-class NavigationDelegate;
-
 // A message that the page posted with `window.webkit.messageHandlers.NAME.postMessage(body)`.
 struct ScriptMessage {
     std::string name;

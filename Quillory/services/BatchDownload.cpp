@@ -64,7 +64,6 @@ private:
             m_context.platform.log().print("❌ Error saving " + name + ": " + *error);
             return fail(name, localized(error->c_str()));
         }
-        ++m_saved;
     }
 
     void fail(const std::string& name, const std::string& reason)
@@ -74,11 +73,11 @@ private:
 
     void finish() const
     {
-        m_context.platform.log().print("✅ Saved " + std::to_string(m_saved) + "/" + std::to_string(m_total)
-                                       + " files to: " + m_folder.string());
+        const auto saved = std::to_string(m_total - m_failures.size()) + "/" + std::to_string(m_total);
+        m_context.platform.log().print("✅ Saved " + saved + " files to: " + m_folder.string());
         if (m_failures.empty())
             return m_reply.savedInto(m_folder);
-        m_context.failures->notAllSaved(m_saved, m_total, m_failures);
+        m_context.failures->notAllSaved(saved, m_failures);
         m_reply.failed(m_folder.filename(), m_failures.front());
     }
 
@@ -89,7 +88,6 @@ private:
     Reply m_reply;
     std::vector<std::string> m_failures;
     std::size_t m_next = 0;
-    std::size_t m_saved = 0;
 };
 
 }

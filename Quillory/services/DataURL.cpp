@@ -51,14 +51,4 @@ void appendBase64(std::string& text, std::span<const std::byte> bytes)
     text.append(buffer.data(), 4);
 }
 
-std::shared_ptr<const Bytes> decodeDataURLPayload(const Text& dataURL)
-{
-    return dataURL.base64AfterFirstComma();
-}
-
-std::string DataURL::head() const
-{
-    return "data:" + mimeType + ";base64,";
-}
-
 }

@@ -47,10 +47,9 @@ void FailureAlert::notOpened(const std::string& name, const std::string& reason)
     add({localized("“{}” was not opened", asLine(name)), localized(reason.c_str())});
 }
 
-void FailureAlert::notAllSaved(std::size_t saved, std::size_t total, const std::vector<std::string>& failures)
+void FailureAlert::notAllSaved(const std::string& saved, const std::vector<std::string>& failures)
 {
-    const auto count = std::to_string(saved) + "/" + std::to_string(total);
-    add({localized("Files saved: {}", count), asList(failures)});
+    add({localized("Files saved: {}", saved), asList(failures)});
 }
 
 void FailureAlert::add(Failure failure)

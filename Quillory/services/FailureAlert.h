@@ -19,8 +19,8 @@ public:
 
     void notSaved(const std::string& name, const std::string& reason);
     void notOpened(const std::string& name, const std::string& reason);
-    // Of a batch, with "NAME: REASON" for each file that is known.
-    void notAllSaved(std::size_t saved, std::size_t total, const std::vector<std::string>& failures);
+    // Of a batch, with "SAVED/ALL" and "NAME: REASON" for each file that is known.
+    void notAllSaved(const std::string& saved, const std::vector<std::string>& failures);
 
 private:
     struct Failure {

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "platform/Platform.h"
-#include "platform/View.h"
+#include "web/WebView.h"
 
 namespace quillory::web {
 
@@ -13,7 +12,7 @@ public:
     {
     }
 
-    View body() const;
+    View body() const { return WebView(m_platform).body(); }
 
 private:
     Platform& m_platform;

@@ -54,12 +54,12 @@ void call(GDBusConnection* connection, const char* interface, const char* method
 std::shared_ptr<void> subscribe(GDBusConnection* connection, const char* sender, const char* interface,
                                 const char* signal, const char* argument, const char* type, Received received)
 {
-    using Box = BoxedFunction<void(const char* path, GVariant* parameters)>;
-    const auto call = [](GDBusConnection*, const char*, const char* path, const char*, const char*,
-                         GVariant* parameters, gpointer box) { Box::of(box)(path, parameters); };
-    const auto ofType = [type, received = std::move(received)](const char* path, GVariant* parameters) {
+    using Box = BoxedFunction<void(const char* object, GVariant* parameters)>;
+    const auto call = [](GDBusConnection*, const char*, const char* object, const char*, const char*,
+                         GVariant* parameters, gpointer box) { Box::of(box)(object, parameters); };
+    const auto ofType = [type, received = std::move(received)](const char* object, GVariant* parameters) {
         if (g_variant_is_of_type(parameters, G_VARIANT_TYPE(type)) != 0)
-            received(path, parameters);
+            received(object, parameters);
     };
     const auto identifier =
         g_dbus_connection_signal_subscribe(connection, sender, interface, signal, nullptr, argument,

@@ -27,7 +27,7 @@ void call(
 
 // Has `received` called for a signal as long as what this returns is held, on the context that is the thread's default
 // now. What is not of `type` is passed over; without a first argument to look for, `argument` is null.
-using Received = std::function<void(const char* path, GVariant* parameters)>;
+using Received = std::function<void(const char* object, GVariant* parameters)>;
 std::shared_ptr<void> subscribe(GDBusConnection* connection, const char* sender, const char* interface,
                                 const char* signal, const char* argument, const char* type, Received received);
 

@@ -72,7 +72,7 @@ std::optional<X11Chord> X11Chord::find(xcb_connection_t* connection)
     const unsigned locks =
         XCB_MOD_MASK_LOCK | (modifiersWith({XKB_KEY_Num_Lock, XKB_KEY_Scroll_Lock}) & ~(fixed | command | alt));
 
-    X11Chord chord {.key = static_cast<xcb_keycode_t>(key)};
+    X11Chord chord {static_cast<xcb_keycode_t>(key), {}};
     // Every combination of these bits but the empty one.
     for (unsigned held = command | locks; held != 0; held = (held - 1) & (command | locks))
         if ((held & command) != 0)
