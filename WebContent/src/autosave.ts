@@ -1,13 +1,11 @@
 // Work in progress, kept in the page's own storage so that it outlives a crash. Every run of the page writes a
 // session of its own; what earlier runs left stays until the user takes it back or discards it.
-import { type Assets, type PageData, usedAssets } from "./project";
+import { type Assets, type Project, usedAssets } from "./project";
 
-export interface Session {
+export interface Session extends Omit<Project, "assets"> {
   /** When the run began, in milliseconds; also its key. */
   id: number;
   changed: number;
-  name: string;
-  pages: readonly PageData[];
   unsaved: boolean;
 }
 
@@ -26,16 +24,15 @@ export class Autosave {
   #id = Date.now();
   #written = new Set<string>();
   #timer = 0;
-  #firstChange = 0;
+  /** By when what has changed is to be written, if something has. */
+  #due = 0;
 
   private constructor(
     private readonly db: IDBDatabase,
     private readonly work: () => Omit<Session, "id" | "changed"> & { assets: Assets },
     private readonly report: (error: unknown) => void,
   ) {
-    const flush = () => document.visibilityState === "hidden" && this.flush();
-    document.addEventListener("visibilitychange", flush);
-    window.addEventListener("pagehide", () => this.flush());
+    for (const event of ["visibilitychange", "pagehide"]) window.addEventListener(event, () => this.flush());
   }
 
   static async open(work: Autosave["work"], report: Autosave["report"]): Promise<Autosave> {
@@ -57,9 +54,8 @@ export class Autosave {
 
   async assetsOf({ id, pages }: Session): Promise<Assets> {
     const store = this.db.transaction("assets").objectStore("assets");
-    const names = new Set<string>();
-    for (const page of pages) usedAssets(page.objects, names);
-    return Object.fromEntries(await Promise.all([...names].map(async (n) => [n, await result(store.get([id, n]))])));
+    const names = [...usedAssets(pages)];
+    return Object.fromEntries(await Promise.all(names.map(async (n) => [n, await result(store.get([id, n]))])));
   }
 
   /** Takes place after everything that was asked for before, so that what replaces the session is written first. */
@@ -74,8 +70,7 @@ export class Autosave {
 
   /** Another project takes the place of this one, which is saved, or the user has no more use for it. */
   startSession(): void {
-    clearTimeout(this.#timer);
-    this.#timer = 0;
+    this.#due = 0;
     const last = this.#id;
     this.#id = Math.max(Date.now(), last + 1);
     this.#written = new Set();
@@ -83,16 +78,14 @@ export class Autosave {
   }
 
   schedule(): void {
-    const now = Date.now();
-    if (!this.#timer) this.#firstChange = now;
+    this.#due ||= Date.now() + MAX_DELAY;
     clearTimeout(this.#timer);
-    this.#timer = window.setTimeout(() => this.flush(), Math.max(0, Math.min(DELAY, this.#firstChange + MAX_DELAY - now)));
+    this.#timer = window.setTimeout(() => this.flush(), Math.min(DELAY, this.#due - Date.now()));
   }
 
   flush(): void {
-    if (!this.#timer) return;
-    clearTimeout(this.#timer);
-    this.#timer = 0;
+    if (!this.#due) return;
+    this.#due = 0;
     this.#write(this.#id, this.#written).catch(this.report);
   }
 

@@ -4,7 +4,7 @@ import type { Stage } from "./stage";
 import { $ } from "./ui";
 
 /** A press of the right button opens it on the canvas and on the list of objects, or the menu key at what is selected. */
-export function listenToContextMenu(stage: Stage, places: readonly HTMLElement[]): void {
+export function listenToContextMenu(stage: Stage): void {
   const menu = $("context-menu");
   const items = [...menu.querySelectorAll<HTMLButtonElement>("button")];
   let before: Element | null = null;
@@ -17,27 +17,24 @@ export function listenToContextMenu(stage: Stage, places: readonly HTMLElement[]
     menu.style.top = `${Math.min(y, innerHeight - height)}px`;
     items.find((item) => !item.disabled)?.focus();
   };
-  const press = (e: MouseEvent): void => {
-    if (stage.editedText || takesText(e.target)) return;
-    const under = e.currentTarget === stage.host ? stage.canvas.findTarget(e).target : undefined;
+  const placeOf = ({ target }: Event): Element | null => (target as Element).closest("#stage, #layers");
+  document.addEventListener("contextmenu", (e) => {
+    if (takesText(e.target)) return;
+    e.preventDefault(); // the engine's own menu, which a key opens anywhere, is for fields alone
+    const place = placeOf(e);
+    if (!place || stage.editedText) return;
+    const under = place === stage.host ? stage.canvas.findTarget(e).target : undefined;
     if (under && under !== stage.active && !stage.selection.includes(under)) stage.select([under]);
     openAt(e.clientX, e.clientY);
-  };
-  const key = (e: KeyboardEvent): void => {
-    if ((e.key !== "ContextMenu" && !(e.key === "F10" && e.shiftKey)) || stage.editedText) return;
+  });
+  document.addEventListener("keydown", (e) => {
+    const place = placeOf(e);
+    if ((e.key !== "ContextMenu" && !(e.key === "F10" && e.shiftKey)) || !place || stage.editedText) return;
     e.preventDefault();
-    const place = e.currentTarget as HTMLElement;
     const { left, top } = (place.querySelector('li[aria-selected="true"]') ?? place).getBoundingClientRect();
     const { x, y } = place === stage.host && stage.active ? stage.active.getCenterPoint().transform(stage.canvas.viewportTransform) : { x: 24, y: 24 };
     openAt(Math.max(left, left + x), Math.max(top, top + y));
-  };
-  for (const place of places) {
-    place.addEventListener("contextmenu", press);
-    place.addEventListener("keydown", key);
-  }
-
-  // The engine's own menu, which a key opens anywhere, is for fields alone.
-  document.addEventListener("contextmenu", (e) => takesText(e.target) || e.preventDefault());
+  });
 
   const close = (): void => {
     menu.hidePopover();

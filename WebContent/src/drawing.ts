@@ -39,15 +39,18 @@ export class Drawing {
   /** Adds a shape of a handy size in the middle of the page: drawing without a pointer. */
   placeInMiddle(shape: Shape): void {
     const { width, height } = this.stage.canvas.page;
-    const side = this.#handySide;
-    const [w, h] = shape === "Line" ? [side, 0] : [side, side];
-    this.stage.place(createShape(shape, (width - w) / 2, (height - h) / 2, (width + w) / 2, (height + h) / 2));
-    this.arm(null);
-    if (shape === "Textbox") this.stage.editText();
+    const [middle, half] = [new Point(width / 2, height / 2), this.#handySize(shape).scalarDivide(2)];
+    this.#place(createShape(shape, middle.subtract(half), middle.add(half)));
   }
-
-  get #handySide(): number {
-    return Math.round(Math.min(this.stage.canvas.page.width, this.stage.canvas.page.height) / 4);
+  #handySize(shape: Shape): Point {
+    const { width, height } = this.stage.canvas.page;
+    const side = Math.round(Math.min(width, height) / 4);
+    return new Point(side, shape === "Line" ? 0 : side);
+  }
+  #place(object: FabricObject): void {
+    this.arm(null);
+    this.stage.place(object);
+    this.stage.editText();
   }
 
   #listen(): void {
@@ -55,35 +58,29 @@ export class Drawing {
     canvas.freeDrawingBrush = Object.assign(new PencilBrush(canvas), { color: INK, width: 6, decimate: 2 });
     canvas.on("path:created", ({ path }) => {
       canvas.remove(path);
-      this.arm(null);
-      this.stage.place((path as Path).set({ fill: null }));
+      this.#place((path as Path).set({ fill: null }));
     });
-    let start: Point | null = null;
-    let drawn: FabricObject | null = null;
-    let tool: Shape | undefined;
+    let sketch: { shape: Shape; from: Point; object?: FabricObject } | undefined;
     canvas.on("mouse:down", ({ scenePoint }) => {
-      tool = this.shape;
-      if (tool) start = scenePoint;
+      sketch = this.shape && { shape: this.shape, from: scenePoint };
     });
     canvas.on("mouse:move", ({ scenePoint, e }) => {
-      if (!start || !tool) return;
-      if (drawn) canvas.remove(drawn);
-      const end = e.shiftKey ? constrain(tool, start, scenePoint) : scenePoint;
-      drawn = createShape(tool, start.x, start.y, end.x, end.y);
-      canvas.add(drawn);
+      if (!sketch) return;
+      const { shape, from, object } = sketch;
+      if (object) canvas.remove(object);
+      sketch.object = createShape(shape, from, e.shiftKey ? constrain(shape, from, scenePoint) : scenePoint);
+      canvas.add(sketch.object);
     });
     canvas.on("mouse:up", () => {
-      const [from, rough] = [start, drawn];
-      start = drawn = null;
-      if (rough) canvas.remove(rough);
-      if (!from || !tool || !this.tool) return; // Escape gives up what is being drawn
-      this.arm(null);
-      const tiny = !rough || Math.max(rough.width, rough.height) * canvas.getZoom() < 4;
-      const side = this.#handySide;
-      const shape = tiny ? createShape(tool, from.x, from.y, from.x + side, from.y + (tool === "Line" ? 0 : side)) : rough;
-      if (tool === "Textbox") shape.set({ top: from.y + shape.height / 2 });
-      this.stage.place(shape);
-      this.stage.editText();
+      if (!sketch) return;
+      const { shape, from, object: drawn } = sketch;
+      sketch = undefined;
+      if (drawn) canvas.remove(drawn);
+      if (!this.tool) return; // Escape gives up what is being drawn
+      const tiny = !drawn || Math.max(drawn.width, drawn.height) * canvas.getZoom() < 4;
+      const object = tiny ? createShape(shape, from, from.add(this.#handySize(shape))) : drawn;
+      if (shape === "Textbox") object.set({ top: from.y + object.height / 2 });
+      this.#place(object);
     });
   }
 }

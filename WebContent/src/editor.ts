@@ -1,16 +1,13 @@
 // The open project: its pages and its history.
+import { util } from "fabric";
 import { drawnBox } from "./bounds";
 import { History } from "./history";
 import { images } from "./images";
 import { MAX_PAGE_SIDE, type PageData, type Project } from "./project";
 import { Stage, type StageEvents } from "./stage";
 
-export interface DocumentState {
-  readonly name: string;
-  readonly pages: readonly PageData[];
-  /** The page that was worked on. */
-  readonly page: number;
-}
+/** `page` is the one that was worked on. */
+type DocumentState = Readonly<Pick<Project, "name" | "pages"> & { page: number }>;
 
 const blankPage = (format: Partial<PageData> = {}): PageData => ({
   width: 1080, height: 1080, background: "#ffffff", ...format, objects: [],
@@ -123,7 +120,6 @@ export class Editor {
     const pages = this.state.pages.toSpliced(this.page, 1);
     if (pages.length > 0) await this.#setPages(pages, Math.min(this.page, pages.length - 1));
   }
-  movePage = (by: number): Promise<void> => this.takePage(this.page, this.page + by);
   async takePage(from: number, to: number): Promise<void> {
     const { pages } = this.state;
     if (pages[from] && pages[to]) await this.#setPages(pages.toSpliced(from, 1).toSpliced(to, 0, pages[from]), to);
@@ -132,10 +128,10 @@ export class Editor {
   get selectionAsPage(): PageData | undefined {
     const { active, selectedData } = this.stage;
     if (!active) return undefined;
-    const { left, top, right, bottom } = drawnBox(active, active.calcTransformMatrix());
-    const side = (length: number) => Math.min(MAX_PAGE_SIDE, Math.max(1, Math.ceil(length)));
-    const objects = selectedData.map((o) => ({ ...o, left: ((o.left as number) ?? 0) - left, top: ((o.top as number) ?? 0) - top }));
-    return { width: side(right - left), height: side(bottom - top), background: this.pageData.background, objects };
+    const [from, to] = drawnBox(active, active.calcTransformMatrix());
+    const side = (length: number) => util.capValue(1, Math.ceil(length), MAX_PAGE_SIDE);
+    const objects = selectedData.map((o) => ({ ...o, left: ((o.left as number) ?? 0) - from.x, top: ((o.top as number) ?? 0) - from.y }));
+    return { width: side(to.x - from.x), height: side(to.y - from.y), background: this.pageData.background, objects };
   }
   setPageFormat(format: Partial<PageData>): void {
     this.stage.setFormat({ ...this.pageData, ...format });

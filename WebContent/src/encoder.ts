@@ -1,9 +1,19 @@
 // Makes a file of rows of pixels as they come; runs in a worker, beside the page.
-import type { EncoderRequest, EncoderResponse, PictureInfo } from "./encoding";
 
-interface Encoder {
-  add(pixels: ArrayBufferLike): Promise<void> | void;
-  end(): Promise<Blob>;
+export interface PictureInfo {
+  kind: "png" | "jpeg";
+  width: number;
+  height: number;
+  isOpaque: boolean;
+  /** Of JPEG, from 0 to 1. */
+  quality: number;
+}
+/** First what the picture is, then rows of RGBA pixels as often as there are some, then the end. */
+export type EncoderRequest = PictureInfo | { pixels: ArrayBufferLike } | "end";
+/** Comes when rows were taken, at the end with the file, or when it failed. */
+export interface EncoderResponse {
+  file?: Blob;
+  error?: string;
 }
 
 /** Rows of red, green, blue and, unless they are opaque, alpha. */
@@ -45,11 +55,11 @@ const [SUB, UP] = [1, 2] as const;
 const SAMPLED = 7; // one byte of so many tells which way suits a row
 const size = (difference: number): number => Math.abs((difference << 24) >> 24);
 
-class Png implements Encoder {
+class Png {
   readonly #parts: BlobPart[] = [];
   readonly #stream = new CompressionStream("deflate");
   readonly #writer = this.#stream.writable.getWriter();
-  readonly #read = this.#collect();
+  readonly #read = this.#stream.readable.pipeTo(new WritableStream({ write: (data) => void this.#parts.push(chunk("IDAT", data)) }));
   readonly #pixel: number;
   /** The row before, after as many zeros as a pixel has bytes. */
   #above: Uint8Array;
@@ -65,11 +75,6 @@ class Png implements Encoder {
     header.setUint8(8, 8); // bits
     header.setUint8(9, info.isOpaque ? 2 : 6);
     this.#parts.push(new Uint8Array([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]), chunk("IHDR", new Uint8Array(header.buffer)));
-  }
-
-  async #collect(): Promise<void> {
-    const reader = this.#stream.readable.getReader();
-    for (let { done, value } = await reader.read(); !done; { done, value } = await reader.read()) this.#parts.push(chunk("IDAT", value!));
   }
 
   /** Each byte as its difference from the one above it or to its left, whichever way looks smaller for the row. */
@@ -106,28 +111,24 @@ class Png implements Encoder {
   }
 }
 
-class Jpeg implements Encoder {
-  readonly #quality: number;
-  readonly #canvas: OffscreenCanvas;
+class Jpeg {
   readonly #ctx: OffscreenCanvasRenderingContext2D;
   #top = 0;
 
-  constructor({ width, height, quality }: PictureInfo) {
-    this.#quality = quality;
-    this.#canvas = new OffscreenCanvas(width, height);
-    this.#ctx = this.#canvas.getContext("2d", { willReadFrequently: true })!;
+  constructor(private readonly info: PictureInfo) {
+    this.#ctx = new OffscreenCanvas(info.width, info.height).getContext("2d", { willReadFrequently: true })!;
   }
   add(pixels: ArrayBufferLike): void {
-    const strip = new ImageData(new Uint8ClampedArray(pixels as ArrayBuffer), this.#canvas.width);
+    const strip = new ImageData(new Uint8ClampedArray(pixels as ArrayBuffer), this.info.width);
     this.#ctx.putImageData(strip, 0, this.#top);
     this.#top += strip.height;
   }
   end(): Promise<Blob> {
-    return this.#canvas.convertToBlob({ type: "image/jpeg", quality: this.#quality });
+    return this.#ctx.canvas.convertToBlob({ type: "image/jpeg", quality: this.info.quality });
   }
 }
 
-let encoder: Encoder;
+let encoder: Png | Jpeg;
 async function answer(request: EncoderRequest): Promise<EncoderResponse> {
   if (request === "end") return { file: await encoder.end() };
   if ("pixels" in request) await encoder.add(request.pixels);

@@ -1,35 +1,33 @@
-// The files that are made of pages.
-import type { EncoderRequest, EncoderResponse, Kind } from "./encoding";
+// Files that are made of pages: what the user says of them, how they are made, and where they go.
+import type { Editor } from "./editor";
+import type { EncoderRequest, EncoderResponse } from "./encoder";
 import { readAsDataURL } from "./images";
 import { t } from "./language";
 import { fileName, pageFileNames } from "./names";
+import { fieldNumber } from "./numbers";
 import { printedDocument, type Step } from "./pdf";
 import { PagePicture } from "./picture";
 import type { PageData } from "./project";
 import { type NamedFile, shell } from "./shell";
 import { writeSvg } from "./svg";
+import { $, openDialog, tell, withProgress } from "./ui";
 
-export type Format = "png" | "jpeg" | "pdf" | "svg";
-export interface ExportOptions {
-  format: Format;
+type Bitmap = "png" | "jpeg";
+interface ExportOptions {
+  format: Bitmap | "pdf" | "svg";
   /** Pixels per page unit. */
   scale: number;
   /** Of JPEG, from 0 to 1. */
-  quality?: number;
+  quality: number;
 }
 
-const EXTENSION = { png: "png", jpeg: "jpg", pdf: "pdf", svg: "svg" } as const;
-const JPEG_QUALITY = 0.95;
 const PDF_MIN_SCALE = 2; // of pictures: 192 pixels an inch, so that paper shows no steps
 /** JPEG files are made of all pixels at once, four bytes each. */
 const MAX_PIXELS = { png: 2 ** 28, jpeg: 2 ** 27 } as const;
 
-const fittingScale = ({ width, height }: PageData, kind: "png" | "jpeg"): number => Math.sqrt(MAX_PIXELS[kind] / (width * height));
-
 /** Refuses what would not fit into memory before anything is done. */
-function checkSize(page: PageData, { format, scale }: ExportOptions): void {
-  if (format === "pdf" || format === "svg") return; // its resolution is ours to choose
-  const fitting = fittingScale(page, format);
+function checkSize(page: PageData, format: Bitmap, scale: number): void {
+  const fitting = Math.sqrt(MAX_PIXELS[format] / (page.width * page.height));
   if (scale <= fitting) return;
   const [width, height] = [page.width, page.height].map((side) => Math.round(side * scale)) as [number, number];
   const [fitWidth, fitHeight] = [page.width, page.height].map((side) => Math.floor(side * fitting)) as [number, number];
@@ -37,7 +35,7 @@ function checkSize(page: PageData, { format, scale }: ExportOptions): void {
 }
 
 /** A worker compresses one strip while the next is drawn; it ends when the file is made or the work is given up. */
-async function encode(picture: PagePicture, kind: Kind, step: (share: number) => Promise<void>, quality = JPEG_QUALITY): Promise<Blob> {
+async function encode(picture: PagePicture, kind: Bitmap, quality: number, step: (share: number) => Promise<void>): Promise<Blob> {
   const { width, height, stripHeight } = picture;
   const worker = new Worker("encoder.js");
   const ask = (request: EncoderRequest, moved: Transferable[] = []): Promise<EncoderResponse> =>
@@ -65,25 +63,44 @@ async function encode(picture: PagePicture, kind: Kind, step: (share: number) =>
 }
 
 /** One file for each page, or one PDF file for all. */
-export async function exportPages(
-  project: string, pages: readonly PageData[], options: ExportOptions, step: Step,
-): Promise<NamedFile[]> {
-  const { format, scale } = options;
-  for (const page of pages) checkSize(page, options);
-  const extension = EXTENSION[format];
+async function makeFiles(project: string, pages: readonly PageData[], options: ExportOptions, step: Step): Promise<NamedFile[]> {
+  const { format, scale, quality } = options;
   if (format === "pdf") {
     const { html, sizes } = await printedDocument(project, pages, Math.max(scale, PDF_MIN_SCALE), step);
     const pdf = await shell.toPdf(await html.arrayBuffer(), sizes);
-    return [{ filename: fileName(project, extension), data: await readAsDataURL(pdf) }];
+    return [{ filename: fileName(project, "pdf"), data: await readAsDataURL(pdf) }];
   }
+  if (format !== "svg") for (const page of pages) checkSize(page, format, scale);
+  const extension = format === "jpeg" ? "jpg" : format;
   const names = pages.length === 1 ? [fileName(project, extension)] : pageFileNames(project, pages.length, extension);
   const files: NamedFile[] = [];
   for (const [i, page] of pages.entries()) {
     await step(i, pages.length);
-    const share = (done: number): Promise<void> => step(i + done, pages.length);
     const file = format === "svg" ? await writeSvg(page)
-      : await encode(await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : ""), format, share, options.quality);
+      : await encode(await PagePicture.of(page, scale, format === "jpeg" ? "#ffffff" : ""), format, quality, (share) => step(i + share, pages.length));
     files.push({ filename: names[i]!, data: await readAsDataURL(file) });
   }
   return files;
+}
+
+/** Asks the user what to export, and has the shell save it. */
+export async function exportProject(editor: Editor): Promise<void> {
+  editor.commit();
+  const selection = editor.selectionAsPage;
+  $<HTMLInputElement>("export-selection").disabled = !selection;
+  if (!selection && $<HTMLInputElement>("export-selection").checked) $("export").querySelector<HTMLInputElement>('[value="this"]')!.checked = true;
+  const answer = openDialog($<HTMLDialogElement>("export"));
+  $("export").querySelector<HTMLInputElement>(":checked")?.focus();
+  if ((await answer) !== "export") return;
+  const form = new FormData($<HTMLFormElement>("export-form"));
+  const options = { format: form.get("format") as ExportOptions["format"], scale: Number(form.get("scale")), quality: (fieldNumber($("export-quality")) ?? 95) / 100 };
+  const which = { all: editor.state.pages, this: [editor.pageData], selection: [selection ?? editor.pageData] }[String(form.get("pages"))]!;
+  const chosen = form.has("transparent") ? which.map((page) => ({ ...page, background: null })) : which;
+  const pixels = chosen.reduce((sum, p) => sum + p.width * p.height * options.scale ** 2, 0);
+  const files = await withProgress(t("Exporting"), pixels > 6e6, (step) => makeFiles(editor.state.name, chosen, options, step));
+  const ended = await (files.length === 1 ? shell.download(files[0]!) : shell.downloadAll(files));
+  if (ended.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: ended.name, reason: ended.reason ?? "" }));
+  if (ended.result === "saved") tell(files.length === 1
+    ? t("Saved as “{name}”", { name: ended.name })
+    : t("Saved {count} files in “{name}”", { count: files.length, name: ended.name }));
 }

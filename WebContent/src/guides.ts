@@ -1,8 +1,9 @@
 // Snapping: what is moved or resized is drawn to the edges and middles of the page and of the other objects, and lines
 // show to which. Ctrl switches it off.
-import type { BasicTransformEvent, Canvas, FabricObject, Point, Rect } from "fabric";
+import { type BasicTransformEvent, type FabricObject, type Point, Rect } from "fabric";
 import { AligningGuidelines } from "fabric/extensions";
 import { AssetImage } from "./images";
+import type { PageCanvas } from "./pageCanvas";
 
 type Change = BasicTransformEvent & { target: FabricObject };
 
@@ -12,12 +13,14 @@ export class Guides extends AligningGuidelines {
   private readonly points = new Map<FabricObject, Point[]>();
   private shown = false;
 
-  constructor(canvas: Canvas, private readonly page: () => Rect) {
-    super(canvas, { margin: 6, width: 1, xSize: 3 });
+  constructor(private readonly page: PageCanvas) {
+    super(page, { margin: 6, width: 1, xSize: 3 });
   }
 
   override getObjectsByTarget(target: FabricObject): Set<FabricObject> {
-    return (this.others ??= super.getObjectsByTarget(target).add(this.page()));
+    const { width, height } = this.page.page;
+    const page = () => new Rect({ left: width / 2, top: height / 2, width, height, strokeWidth: 0 });
+    return (this.others ??= super.getObjectsByTarget(target).add(page()));
   }
   override getCaCheMapValue(object: FabricObject): Point[] {
     const points = this.points.get(object) ?? [...object.getCoords(), object.getCenterPoint()];

@@ -27,7 +27,6 @@ async function decode(data: string): Promise<HTMLImageElement> {
 
 class ImageStore {
   #images = new Map<string, StoredImage>();
-  #next = 1;
 
   element(name: string): HTMLImageElement {
     const image = this.#images.get(name);
@@ -52,8 +51,9 @@ class ImageStore {
       if (!shown || shown === data) throw error;
       return this.add(shown);
     }
-    while (this.#images.has(`image-${this.#next}`)) this.#next++;
-    const name = `image-${this.#next}`;
+    let number = 1;
+    while (this.#images.has(`image-${number}`)) number++;
+    const name = `image-${number}`;
     this.#images.set(name, { data, element });
     return name;
   }
@@ -66,7 +66,6 @@ class ImageStore {
     return () => {
       for (const { element } of this.#images.values()) URL.revokeObjectURL(element.src);
       this.#images = new Map(decoded);
-      this.#next = 1;
     };
   }
 }

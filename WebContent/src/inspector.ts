@@ -8,7 +8,7 @@ import { fieldNumber, isNumberField, showNumber } from "./numbers";
 import type { ObjectEdits } from "./objectEdits";
 import { leavesOf } from "./objects";
 import type { Value } from "./paint";
-import { LEAF, OBJECT, type Property, WHOLE } from "./properties";
+import { LEAF, OBJECT, PAGE, type Property, WHOLE } from "./properties";
 import { showSwatches } from "./swatches";
 import { $ } from "./ui";
 
@@ -17,10 +17,6 @@ type Field = HTMLInputElement | HTMLSelectElement | HTMLButtonElement;
 export class Inspector {
   readonly #panel = $("inspector");
   readonly #fields = [...this.#panel.querySelectorAll<Field>("[data-prop]")];
-  readonly #page = {
-    preset: $<HTMLSelectElement>("page-preset"), width: $<HTMLInputElement>("page-width"), height: $<HTMLInputElement>("page-height"),
-    background: $<HTMLInputElement>("page-background"), hex: $<HTMLInputElement>("page-hex"), transparent: $<HTMLInputElement>("page-transparent"),
-  };
   readonly #font = new FontField($<HTMLInputElement>("font"), (family) => {
     this.#apply("fontFamily", family);
     this.refresh();
@@ -36,7 +32,6 @@ export class Inspector {
       else this.#listen(field);
       field.addEventListener("blur", () => this.refresh());
     }
-    this.#listenForPage();
   }
 
   /** The objects that a property belongs to. */
@@ -48,6 +43,7 @@ export class Inspector {
   }
 
   #read(field: HTMLInputElement | HTMLSelectElement): Value | undefined {
+    if (field.type === "checkbox") return (field as HTMLInputElement).checked;
     if (isNumberField(field)) return fieldNumber(field);
     if (field.classList.contains("hex")) {
       if (field.value.trim() === "") return null;
@@ -61,10 +57,10 @@ export class Inspector {
     const prop = field.dataset.prop!;
     let before: Value | undefined;
     field.addEventListener("focus", () => (before = this.#read(field)));
-    field.addEventListener("input", () => this.#apply(prop, this.#read(field)));
+    if (!PAGE[prop] || field.type === "color") field.addEventListener("input", () => this.#apply(prop, this.#read(field)));
     field.addEventListener("change", () => {
       // What was typed may have been a value on the way to what is none.
-      if (field.getAttribute("aria-invalid") === "true") this.#apply(prop, before);
+      this.#apply(prop, field.ariaInvalid === "true" ? before : this.#read(field));
       this.refresh();
     });
   }
@@ -77,6 +73,7 @@ export class Inspector {
 
   #apply(prop: string, value: Value | undefined): void {
     if (value === undefined) return;
+    if (PAGE[prop]) return this.editor.setPageFormat(PAGE[prop].change(value as never));
     const { edited } = this.editor.stage;
     const [property, targets] = this.#targets(prop, edited, leavesOf(edited));
     const edit = () => targets.forEach((o) => {
@@ -98,7 +95,12 @@ export class Inspector {
       section.hidden = !section.dataset.for!.split(" ").some((kind) => kinds.has(kind));
     }
     for (const field of this.#fields) {
-      const [property, targets] = this.#targets(field.dataset.prop!, selection, leaves);
+      const prop = field.dataset.prop!;
+      if (PAGE[prop]) {
+        this.#show(field, PAGE[prop].get(this.editor.pageData));
+        continue;
+      }
+      const [property, targets] = this.#targets(prop, selection, leaves);
       const values = new Set<Value>();
       for (const o of targets) {
         for (const value of property.get(o)) values.add(value);
@@ -107,7 +109,6 @@ export class Inspector {
       const [value] = values;
       if (value !== undefined) this.#show(field, values.size > 1 ? undefined : value);
     }
-    this.#showPage();
     if (leaves.length > 0) showSwatches(this.editor, (prop, colour) => (this.#apply(prop, colour), this.refresh()));
   }
 
@@ -122,10 +123,11 @@ export class Inspector {
     } else if (field === document.activeElement && field.type === "text") {
       return; // being typed in
     } else if (field instanceof HTMLSelectElement) {
-      if (!mixed && ![...field.options].some((o) => o.value === value)) field.add(new Option(String(value)));
       field.value = mixed ? "" : String(value); // an empty field, as none is chosen
+    } else if (field.type === "checkbox") {
+      field.checked = value === true;
     } else if (field.type === "color") {
-      field.value = String(value ?? "#ffffff");
+      field.value = String(value ?? field.value);
       field.classList.toggle("none", value === null);
       field.classList.toggle("mixed", mixed);
     } else {
@@ -133,36 +135,6 @@ export class Inspector {
       field.removeAttribute("aria-invalid");
       field.placeholder = mixed ? t("Mixed") : field.classList.contains("hex") ? t("None") : "";
     }
-  }
-
-  // ---- the page ----
-
-  #listenForPage(): void {
-    const { preset, width, height, background, hex, transparent } = this.#page;
-    const resize = (w = fieldNumber(width), h = fieldNumber(height)) => {
-      if (w && h) this.editor.setPageFormat({ width: Math.round(w), height: Math.round(h) });
-      this.refresh();
-    };
-    preset.addEventListener("change", () => (preset.value === "custom" ? width.focus() : resize(...preset.value.split("x").map(Number))));
-    for (const field of [width, height]) field.addEventListener("change", () => resize());
-    background.addEventListener("input", () => this.editor.setPageFormat({ background: background.value }));
-    hex.addEventListener("change", () => {
-      const colour = this.#read(hex) as string | null | undefined;
-      if (colour !== undefined) this.editor.setPageFormat({ background: colour });
-      this.refresh();
-    });
-    transparent.addEventListener("change", () => this.editor.setPageFormat({ background: transparent.checked ? null : background.value }));
-  }
-
-  #showPage(): void {
-    const { preset, background, hex, transparent } = this.#page;
-    const { pageData: page } = this.editor;
-    preset.value = `${page.width}x${page.height}`;
-    if (preset.selectedIndex < 0) preset.value = "custom";
-    for (const side of ["width", "height"] as const) if (this.#page[side] !== document.activeElement) this.#page[side].value = String(page[side]);
-    transparent.checked = page.background === null;
-    if (hex !== document.activeElement) hex.value = page.background ?? "";
-    background.value = page.background ?? background.value;
   }
 }
 

@@ -6,7 +6,7 @@ import type { ObjectEdits } from "./objectEdits";
 import { nameOf } from "./objects";
 import type { Pasteboard } from "./pasteboard";
 import type { Stage } from "./stage";
-import { $, announce, tellError } from "./ui";
+import { $, announce, guarded } from "./ui";
 
 export type Commands = Record<string, () => unknown>;
 
@@ -15,26 +15,27 @@ const GLOBAL: Record<string, string> = {
   "Ctrl+s": "save", "Ctrl+Shift+s": "save-as", "Ctrl+o": "open", "Ctrl+e": "export", "Ctrl+n": "new",
   F1: "shortcuts", F6: "pane-next", "Shift+F6": "pane-previous", "Ctrl+r": "rulers", "Ctrl+0": "fit", "Ctrl+1": "zoom-100", "Ctrl+2": "zoom-selection", "Ctrl+=": "zoom-in", "Ctrl++": "zoom-in", "Ctrl+-": "zoom-out",
 };
+/** While a text on the canvas is edited. */
+const TEXT: Record<string, string> = {
+  ...GLOBAL,
+  "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo", "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
+};
 /** The command of each key. */
 export const KEYS: Record<string, string> = {
-  ...GLOBAL,
-  "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo",
+  ...TEXT,
   "Ctrl+c": "copy", "Ctrl+x": "cut", "Ctrl+v": "paste", "Ctrl+d": "duplicate", "Ctrl+a": "select-all",
   "Ctrl+g": "group", "Ctrl+Shift+g": "ungroup", Delete: "delete", Backspace: "delete", Escape: "escape",
-  "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
   "Ctrl+ArrowUp": "forward", "Ctrl+ArrowDown": "backward", "Ctrl+Shift+ArrowUp": "front", "Ctrl+Shift+ArrowDown": "back",
   "Ctrl+l": "lock", "Ctrl+h": "hide", F2: "rename", c: "crop", "Shift+h": "flip-x", "Shift+v": "flip-y",
   "Alt+ArrowLeft": "align-left", "Alt+ArrowRight": "align-right", "Alt+ArrowUp": "align-top", "Alt+ArrowDown": "align-bottom",
   PageUp: "page-previous", PageDown: "page-next",
   v: "tool-select", r: "tool-Rect", o: "tool-Ellipse", s: "tool-Star", b: "tool-pen", p: "tool-draw", l: "tool-Line", t: "tool-Textbox", i: "image",
 };
-/** While a text on the canvas is edited. */
-const TEXT: Record<string, string> = {
-  ...GLOBAL,
-  "Ctrl+z": "undo", "Ctrl+Shift+z": "redo", "Ctrl+y": "redo", "Ctrl+b": "bold", "Ctrl+i": "italic", "Ctrl+u": "underline",
-};
 const PANES = ["#stage", "#inspector", "#layers", "#pages", "header", "#tools"] as const;
-const ARROWS: Record<string, [number, number]> = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] };
+/** The directions of the arrow keys. */
+export const ARROWS: Record<string, Point> = {
+  ArrowLeft: new Point(-1, 0), ArrowRight: new Point(1, 0), ArrowUp: new Point(0, -1), ArrowDown: new Point(0, 1),
+};
 
 function chord(e: KeyboardEvent): string {
   const key = e.key.length === 1 ? e.key.toLowerCase() : e.key;
@@ -52,15 +53,7 @@ const takesKeys = (target: EventTarget | null): boolean =>
 /** Text for people, as opposed to copied objects, which the shell hands over, and to names of files. */
 const isPlain = (text: string): boolean => text.trim() !== "" && !/^\s*\{[^]*"type"\s*:|^file:\/\//.test(text);
 
-/** What keys act on besides the commands. */
-interface KeyTargets {
-  stage: Stage;
-  drawing: Drawing;
-  edits: ObjectEdits;
-  pasteboard: Pasteboard;
-}
-
-export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTargets, commands: Commands): void {
+export function listenToKeyboard(stage: Stage, drawing: Drawing, edits: ObjectEdits, pasteboard: Pasteboard, commands: Commands): void {
   const busy = (): boolean => document.querySelector("dialog[open]") !== null;
 
   // A control that is used while a text is edited leaves the keys to the text, or takes them only for as long as needed.
@@ -98,10 +91,9 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
     const arrow = ARROWS[e.key];
     const step = e.shiftKey ? 10 : 1;
     if (arrow && !e.ctrlKey && !e.altKey) {
-      if (stage.active) edits.nudge(arrow[0] * step, arrow[1] * step);
-      else stage.view.pan(new Point(arrow[0], arrow[1]).scalarMultiply(-40 * step));
-    }
-    else if (e.key === "Enter" && drawing.shape) drawing.placeInMiddle(drawing.shape);
+      if (stage.active) edits.nudge(arrow.scalarMultiply(step));
+      else stage.view.pan(arrow.scalarMultiply(-40 * step));
+    } else if (e.key === "Enter" && drawing.shape) drawing.placeInMiddle(drawing.shape);
     else if (e.key === "Enter") void commands.enter!();
     else if (!isTab(e) || !onStage || e.ctrlKey || !selectNext(stage, e.shiftKey ? -1 : 1)) return;
     e.preventDefault();
@@ -116,7 +108,7 @@ export function listenToKeyboard({ stage, drawing, edits, pasteboard }: KeyTarge
       if (takesText(e.target) || busy()) return;
       e.preventDefault();
       const text = name === "paste" ? (e.clipboardData?.getData("text/plain") ?? "") : "";
-      if (isPlain(text)) Promise.resolve(pasteboard.pasteText(text)).catch(tellError);
+      if (isPlain(text)) guarded(() => pasteboard.pasteText(text))();
       else commands[name]!();
     });
   }

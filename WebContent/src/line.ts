@@ -31,7 +31,7 @@ export class CanvasLine extends Line {
   private get shaft(): { from: Point; to: Point; head: Point } {
     const [start, end] = this.points;
     const way = end.subtract(start);
-    const share = (this.strokeWidth * HEAD) / (Math.hypot(way.x, way.y) || 1);
+    const share = (this.strokeWidth * HEAD) / (start.distanceFrom(end) || 1);
     const head = way.scalarMultiply(Math.min(this.arrow === "both" ? 0.5 : 1, share));
     return { from: this.arrow === "both" ? start.add(head) : start, to: end.subtract(head), head };
   }
@@ -72,9 +72,8 @@ function drawHead(ctx: CanvasRenderingContext2D, at: Point, way: Point): void {
 /** A point in the direction of a multiple of 45 degrees from another. */
 export function inSteps(from: Point, to: Point): Point {
   const d = to.subtract(from);
-  const angle = (Math.round(Math.atan2(d.y, d.x) / (Math.PI / 4)) * Math.PI) / 4;
-  const length = Math.hypot(d.x, d.y);
-  return new Point(from.x + Math.cos(angle) * length, from.y + Math.sin(angle) * length);
+  const steps = Math.round(Math.atan2(d.y, d.x) / (Math.PI / 4));
+  return new Point(from.distanceFrom(to), 0).rotate((steps * Math.PI) / 4).add(from);
 }
 
 function endControl(index: 0 | 1): Control {

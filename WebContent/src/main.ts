@@ -1,32 +1,29 @@
 // The parts of the page, put together, and what each command does.
-import { AXES, SIDES } from "./arrange";
 import { Autosave } from "./autosave";
 import { listenToContextMenu } from "./contextMenu";
 import { Drawing, TOOLS } from "./drawing";
-import { listenToDrops } from "./drops";
 import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
-import { exportProject } from "./exportDialog";
+import { exportProject } from "./export";
 import { Inspector } from "./inspector";
 import { announceSelection, type Commands, goToPane, KEYS, listenToKeyboard } from "./keyboard";
 import { t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
-import { listenToMoving } from "./moving";
 import { UNTITLED } from "./names";
 import { listenToNumberFields } from "./numbers";
-import { ObjectEdits } from "./objectEdits";
+import { AXES, ObjectEdits, PLACES, SIDES } from "./objectEdits";
 import { SHAPES } from "./objects";
-import { listenToPanning } from "./panning";
 import { Pasteboard } from "./pasteboard";
+import { listenToMoving, listenToPanning } from "./pointer";
 import { PathPoints } from "./points";
 import type { Project } from "./project";
 import { ProjectFile } from "./projectFile";
 import { proportions } from "./properties";
 import { offerRecovery } from "./recovery";
 import { Rulers } from "./rulers";
-import { hasShell, listenToShell, shell } from "./shell";
+import { shell } from "./shell";
 import { showShortcuts } from "./shortcuts";
-import { $, announce, guarded, painted, tell, tellError, tellFailure } from "./ui";
+import { $, announce, guarded, painted, tell, tellError } from "./ui";
 
 translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
 
@@ -85,7 +82,7 @@ function updateButtons(): void {
     ungroup: stage.selection.some((o) => o.isType("Group")),
   };
   for (const command of ["cut", "copy", "duplicate", "delete", "lock", "hide", "rename", "front", "back"]) enabled[command] = selected;
-  for (const axis of AXES) enabled[`distribute-${axis}`] = stage.selection.length > 2;
+  for (const axis in AXES) enabled[`distribute-${axis}`] = stage.selection.length > 2;
   for (const [command, on] of Object.entries(enabled)) {
     for (const b of document.querySelectorAll<HTMLButtonElement>(`[data-command="${command}"]`)) b.disabled = !on;
   }
@@ -140,10 +137,6 @@ const tasks: Commands = {
   bold: () => edits.switchStyle("fontWeight", "bold", "normal"),
   italic: () => edits.switchStyle("fontStyle", "italic", "normal"),
   underline: () => edits.switchStyle("underline", true, false),
-  front: () => edits.reorder("front"),
-  forward: () => edits.reorder("forward"),
-  backward: () => edits.reorder("backward"),
-  back: () => edits.reorder("back"),
   /** Goes into what is selected: a group, the points of an outline, a text. */
   enter: () => {
     const { active } = stage;
@@ -160,8 +153,8 @@ const tasks: Commands = {
   "page-add": () => editor.addPage(),
   "page-duplicate": () => editor.addPage(true),
   "page-delete": () => editor.deletePage(),
-  "page-left": () => editor.movePage(-1),
-  "page-right": () => editor.movePage(1),
+  "page-left": () => editor.takePage(editor.page, editor.page - 1),
+  "page-right": () => editor.takePage(editor.page, editor.page + 1),
   "page-previous": () => editor.goTo(editor.page - 1),
   "page-next": () => editor.goTo(editor.page + 1),
   "pane-next": () => goToPane(1),
@@ -169,8 +162,9 @@ const tasks: Commands = {
   "tool-select": () => drawing.arm(null),
 };
 for (const tool of TOOLS) tasks[`tool-${tool}`] = () => drawing.arm(tool);
-for (const side of SIDES) tasks[`align-${side}`] = () => edits.align(side);
-for (const axis of AXES) tasks[`distribute-${axis}`] = () => edits.distribute(axis);
+for (const place of PLACES) tasks[place] = () => edits.reorder(place);
+for (const [name, side] of Object.entries(SIDES)) tasks[`align-${name}`] = () => edits.align(side);
+for (const [name, axis] of Object.entries(AXES)) tasks[`distribute-${name}`] = () => edits.distribute(axis);
 const commands: Commands = Object.fromEntries(Object.entries(tasks).map(([name, task]) => [name, guarded(task)]));
 
 document.addEventListener("click", (e) => {
@@ -183,12 +177,11 @@ document.addEventListener("click", (e) => {
     drawing.placeInMiddle(shape);
   } else commands[command]!();
 });
-listenToKeyboard({ stage, drawing, edits, pasteboard }, commands);
+listenToKeyboard(stage, drawing, edits, pasteboard, commands);
 listenToMoving(stage);
 listenToPanning(stage);
-listenToDrops(pasteboard);
 listenToNumberFields();
-listenToContextMenu(stage, [stage.host, $("layers")]);
+listenToContextMenu(stage);
 listenToUndoCommands(commands.undo!, commands.redo!);
 
 const nameField = $<HTMLInputElement>("project-name");
@@ -198,30 +191,20 @@ nameField.addEventListener("input", () => editor.rename(nameField.value));
 
 window.addEventListener("error", (e) => tellError(e.error));
 
-listenToShell(
-  {
-    projectText: (text) => projectFile.receive(text),
-    image: async (dataURL) => {
-      const at = await shell.dropPlace();
-      const over = at && document.elementFromPoint(at.clientX, at.clientY)?.closest("#stage");
-      await pasteboard.addImage(dataURL, over ? stage.canvas.getScenePoint(at) : undefined);
-    },
-    pastedText: (text) => pasteboard.paste(text),
-  },
-  tellFailure,
-);
-$("no-shell").hidden = hasShell();
+window.handleNativeFileContent = guarded((text) => projectFile.receive(text));
+window.handleNativePasteContent = guarded((text) => pasteboard.paste(text));
+window.handleNativeImageContent = guarded(async (dataURL) => {
+  const at = await shell.dropPlace();
+  const over = at && document.elementFromPoint(at.clientX, at.clientY)?.closest("#stage");
+  await pasteboard.addImage(dataURL, over ? stage.canvas.getScenePoint(at) : undefined);
+});
 update();
 stage.host.focus();
-void painted().then(startAutosave); // the page is seen first
-
-function startAutosave(): void {
-  guarded(async () => {
-    autosave = await Autosave.open(
-      () => ({ ...editor.project, unsaved: !editor.history.isSaved }),
-      (error) => tell(t("Your work can't be kept in case of a crash: {reason}", { reason: String(error) }), "error"),
-    );
-    update();
-    offerRecovery(await autosave.earlier(), autosave, projectFile);
-  })();
-}
+void painted().then(guarded(async () => { // the page is seen first
+  autosave = await Autosave.open(
+    () => ({ ...editor.project, unsaved: !editor.history.isSaved }),
+    (error) => tell(t("Your work can't be kept in case of a crash: {reason}", { reason: String(error) }), "error"),
+  );
+  update();
+  offerRecovery(await autosave.earlier(), autosave, projectFile);
+}));

@@ -4,8 +4,6 @@ import { t } from "./language";
 const MAX_BYTES = 200;
 export const UNTITLED = t("Untitled");
 
-const bytes = (text: string): number => new TextEncoder().encode(text).length;
-
 /** A project's name as the stem of a file name: no path, nothing that a file system or a shell trips over. */
 export function fileStem(name: string): string {
   const safe = name
@@ -14,14 +12,8 @@ export function fileStem(name: string): string {
     .replace(/[\\/:*?"<>|]+/g, "-")
     .replace(/\s+/g, " ")
     .replace(/^[\s.-]+|[\s.]+$/g, "");
-  let stem = "";
-  let size = 0;
-  for (const letter of safe) {
-    size += bytes(letter);
-    if (size > MAX_BYTES) break;
-    stem += letter;
-  }
-  return stem.trimEnd() || UNTITLED;
+  const { read } = new TextEncoder().encodeInto(safe, new Uint8Array(MAX_BYTES)); // letters as a whole
+  return safe.slice(0, read).trimEnd() || UNTITLED;
 }
 
 export const fileName = (project: string, extension: string): string => `${fileStem(project)}.${extension}`;

@@ -34,9 +34,9 @@ export function listenToNumberFields(): void {
     const field = e.target;
     const before = readNumber(field.value);
     if (before === undefined) return;
-    const step = Number(field.getAttribute("step")) || 1;
     const text = field.value;
-    field.value = showNumber(Math.round((before + by * step * (e.shiftKey ? 10 : 1)) * 1000) / 1000);
+    const step = (Number(field.step) || 1) * (e.shiftKey ? 10 : 1);
+    field.value = showNumber(Math.round((before + by * step) * 1000) / 1000);
     if (fieldNumber(field) === undefined) field.value = text;
     else for (const event of ["input", "change"]) field.dispatchEvent(new Event(event, { bubbles: true }));
     fieldNumber(field);

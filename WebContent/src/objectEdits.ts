@@ -1,10 +1,25 @@
 // What can be done to the selected objects; each is one step of the history.
-import { ActiveSelection, type FabricObject, Group } from "fabric";
-import { align, type Axis, distribute, type Side } from "./arrange";
+import { ActiveSelection, type FabricObject, Group, type Point, util } from "fabric";
 import type { Editor } from "./editor";
 import { AssetImage } from "./images";
 import { applyLock, leavesOf } from "./objects";
 import { CanvasText, type CharacterKey } from "./text";
+
+const ACROSS = { start: "left", size: "width" } as const;
+const DOWN = { start: "top", size: "height" } as const;
+type Axis = typeof ACROSS | typeof DOWN;
+export const AXES: Record<string, Axis> = { horizontally: ACROSS, vertically: DOWN };
+/** Of a box: the axis, and how far along it. */
+export const SIDES: Record<string, [axis: Axis, share: number]> = {
+  left: [ACROSS, 0], centre: [ACROSS, 0.5], right: [ACROSS, 1], top: [DOWN, 0], middle: [DOWN, 0.5], bottom: [DOWN, 1],
+};
+export const PLACES = ["front", "forward", "backward", "back"] as const;
+
+function move(object: FabricObject, { start }: Axis, by: number): void {
+  object.set(start, object[start] + by);
+  object.setCoords();
+}
+const boxOf = (objects: readonly FabricObject[]) => util.makeBoundingBoxFromPoints(objects.flatMap((o) => o.getCoords()));
 
 export class ObjectEdits {
   constructor(private readonly editor: Editor) {}
@@ -44,12 +59,31 @@ export class ObjectEdits {
     this.editor.stage.select(selection);
     this.editor.commit();
   }
-  align(side: Side): void {
+  /** Puts one side, or the middle, of all objects in a line: that of all together, or of the page if there is but one. */
+  align([axis, share]: [axis: Axis, share: number]): void {
     const { width, height } = this.editor.pageData;
-    this.#place((objects) => align(objects, side, { left: 0, top: 0, width, height }));
+    const { start, size } = axis;
+    this.#place((objects) => {
+      const frame = objects.length > 1 ? boxOf(objects) : { left: 0, top: 0, width, height };
+      for (const o of objects) {
+        const box = o.getBoundingRect();
+        move(o, axis, frame[start] + share * (frame[size] - box[size]) - box[start]);
+      }
+    });
   }
+  /** Leaves the same space between all, the first and the last staying where they are. */
   distribute(axis: Axis): void {
-    this.#place((objects) => distribute(objects, axis));
+    const { start, size } = axis;
+    this.#place((objects) => {
+      const sorted = objects.map((o) => ({ o, box: o.getBoundingRect() })).sort((a, b) => a.box[start] - b.box[start]);
+      const taken = sorted.reduce((sum, { box }) => sum + box[size], 0);
+      const frame = boxOf(objects);
+      let at = frame[start];
+      for (const { o, box } of sorted) {
+        move(o, axis, at - box[start]);
+        at += box[size] + (frame[size] - taken) / (objects.length - 1);
+      }
+    });
   }
   flip(key: "flipX" | "flipY"): void {
     this.changeWhole((o) => o.toggle(key));
@@ -67,7 +101,7 @@ export class ObjectEdits {
     this.editor.commit();
   }
 
-  nudge(x: number, y: number): void {
+  nudge({ x, y }: Point): void {
     if (this.editor.stage.selection.some((o) => o.locked)) return;
     this.changeWhole((o) => o.set({ left: o.left + x, top: o.top + y }), "nudge");
   }
@@ -84,7 +118,7 @@ export class ObjectEdits {
     this.editor.commit();
   }
 
-  reorder(where: "front" | "forward" | "backward" | "back"): void {
+  reorder(where: (typeof PLACES)[number]): void {
     const { canvas, selection, objects } = this.editor.stage;
     const [order, others] = [[...objects], objects.filter((o) => !selection.includes(o))];
     const by = where === "forward" ? 1 : -1;

@@ -1,5 +1,5 @@
 // Canvas objects: how new ones are made, how they are written down and read back, what they are called.
-import { ActiveSelection, Ellipse, FabricObject, Group, Rect, Textbox, util } from "fabric";
+import { ActiveSelection, Ellipse, FabricObject, Group, type Point, Rect, Textbox, type TSize, util } from "fabric";
 import { AssetImage, images } from "./images";
 import { t } from "./language";
 import { CanvasLine } from "./line";
@@ -17,6 +17,10 @@ declare module "fabric" {
 }
 Group.ownDefaults.subTargetCheck = true; // a double click is to know what in the group it is on
 FabricObject.customProperties = ["name", "locked"];
+Object.assign(FabricObject.ownDefaults, {
+  strokeUniform: true, cornerColor: "#ffffff", cornerStyle: "circle", cornerSize: 10, transparentCorners: false,
+  borderScaleFactor: 1.5, lockScalingFlip: true, snapAngle: 15, snapThreshold: 4,
+});
 
 export const SHAPES = ["Rect", "Ellipse", "Star", "Line", "Textbox"] as const;
 export type Shape = (typeof SHAPES)[number];
@@ -24,11 +28,9 @@ export type Shape = (typeof SHAPES)[number];
 export const INK = "#1f2430";
 
 /** A new shape spanning the box from one point to another. */
-export function createShape(shape: Shape, x: number, y: number, x2: number, y2: number): FabricObject {
-  const left = (x + x2) / 2;
-  const top = (y + y2) / 2;
-  const width = Math.abs(x2 - x);
-  const height = Math.abs(y2 - y);
+export function createShape(shape: Shape, from: Point, to: Point): FabricObject {
+  const { x: left, y: top } = from.midPointFrom(to);
+  const [width, height] = [Math.abs(to.x - from.x), Math.abs(to.y - from.y)];
   const filled = { left, top, fill: "#4c8dff", stroke: null, strokeWidth: 0 };
   switch (shape) {
     case "Rect":
@@ -38,17 +40,17 @@ export function createShape(shape: Shape, x: number, y: number, x2: number, y2: 
     case "Star":
       return new Star({ ...filled, fill: "#ffc93c", width, height, inset: 0.5 });
     case "Line":
-      return new CanvasLine([x, y, x2, y2], { fill: null, stroke: INK, strokeWidth: 6 });
+      return new CanvasLine([from.x, from.y, to.x, to.y], { fill: null, stroke: INK, strokeWidth: 6 });
     case "Textbox":
       return new CanvasText(t("Text"), { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
   }
 }
 
-/** An image at its own size, or smaller so that it fits the box. */
-export async function createImage(dataURL: string, maxWidth: number, maxHeight: number): Promise<FabricObject> {
+/** An image at its own size, or smaller so that it fits the page. */
+export async function createImage(dataURL: string, page: TSize): Promise<FabricObject> {
   const asset = await images.add(dataURL);
   const image = (await AssetImage.fromObject({ asset, strokeWidth: 0 })) as FabricObject;
-  image.scale(Math.min(1, maxWidth / image.width, maxHeight / image.height));
+  image.scale(Math.min(1, util.findScaleToFit(image, page)));
   return image;
 }
 
@@ -101,7 +103,6 @@ export async function createObjects(data: readonly ObjectData[]): Promise<Fabric
     }
     objects.push(...(await util.enlivenObjects<FabricObject>(data.slice(i, i + MADE_AT_ONCE).map((d) => structuredClone(d)))));
   }
-  for (const leaf of leavesOf(objects)) leaf.set({ strokeUniform: true });
   objects.filter((o) => o.locked).forEach(applyLock);
   return objects;
 }

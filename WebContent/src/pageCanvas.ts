@@ -3,6 +3,7 @@ import { ActiveSelection, Canvas, FabricObject, type Group, type TPointerEvent }
 import { groupAround } from "./objects";
 import type { ObjectData, PageData } from "./project";
 import { dataOf, describe } from "./record";
+import { newSheet } from "./sheets";
 import { StillLayers } from "./still";
 import { CanvasText } from "./text";
 
@@ -114,12 +115,10 @@ export class PageCanvas extends Canvas {
 
   /** A small picture of the page as it is now, drawn in short turns; undefined if that is no longer wanted in between. */
   async picture(scale: number, isWanted: () => boolean): Promise<HTMLCanvasElement | undefined> {
-    const canvas = document.createElement("canvas");
-    canvas.width = Math.max(1, Math.round(this.page.width * scale));
-    canvas.height = Math.max(1, Math.round(this.page.height * scale));
-    const ctx = canvas.getContext("2d", { willReadFrequently: true })!;
-    ctx.fillStyle = this.page.background ?? "transparent";
-    ctx.fillRect(0, 0, canvas.width, canvas.height);
+    const { width, height, background } = this.page;
+    const ctx = newSheet(Math.max(1, Math.round(width * scale)), Math.max(1, Math.round(height * scale)));
+    ctx.fillStyle = background ?? "transparent";
+    ctx.fillRect(0, 0, ctx.canvas.width, ctx.canvas.height);
     ctx.scale(scale, scale);
     const objects = [...this._objects];
     for (let i = 0; i < objects.length; ) {
@@ -132,7 +131,7 @@ export class PageCanvas extends Canvas {
       await new Promise((resolve) => setTimeout(resolve));
       if (!isWanted()) return undefined;
     }
-    return canvas;
+    return ctx.canvas;
   }
 
   override _setActiveObject(object: FabricObject, e?: TPointerEvent): boolean {

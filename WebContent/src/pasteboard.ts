@@ -2,12 +2,14 @@
 import { Point } from "fabric";
 import type { Editor } from "./editor";
 import { images } from "./images";
+import { t } from "./language";
 import type { ObjectEdits } from "./objectEdits";
 import { createImage, createObjects, createShape } from "./objects";
 import { PagePicture } from "./picture";
 import { type Clipboard, type ObjectData, readClipboard, writeClipboard } from "./project";
 import { looksLikeSvg, readSvg } from "./svg";
 import type { CanvasText } from "./text";
+import { guarded } from "./ui";
 
 const OFFSET = 24; // between what was copied and the copy
 const MOST_PIXELS = 2 ** 24; // of a picture for other programs
@@ -16,11 +18,20 @@ export class Pasteboard {
   #pastes = 0;
   #copied = "";
 
-  constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {}
+  /** Texts that are dropped on the page are as good as pasted ones; files come from the shell. Nothing takes the page away. */
+  constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
+    document.addEventListener("dragover", (e) => e.preventDefault());
+    document.addEventListener("drop", guarded((e: DragEvent) => {
+      e.preventDefault();
+      const text = e.dataTransfer?.getData("text/plain") ?? "";
+      if (text.trim()) return this.pasteText(text);
+      throw new Error(t("Nothing that was dropped can be read here. “Add image” (I) takes image files."));
+    }));
+  }
 
   async addImage(dataURL: string, at?: Point): Promise<void> {
     const { width, height } = this.editor.pageData;
-    const image = await createImage(dataURL, width, height);
+    const image = await createImage(dataURL, { width, height });
     image.setXY(at ?? new Point(width / 2, height / 2));
     this.editor.stage.place(image);
   }
@@ -57,7 +68,7 @@ export class Pasteboard {
   pasteText(text: string): void | Promise<void> {
     if (looksLikeSvg(text)) return this.addSvg(text);
     const { width, height } = this.editor.pageData;
-    const box = createShape("Textbox", width / 6, height / 2, (width * 5) / 6, height / 2) as CanvasText;
+    const box = createShape("Textbox", new Point(width / 6, height / 2), new Point((width * 5) / 6, height / 2)) as CanvasText;
     box.set({ text: text.replace(/\r\n?/g, "\n"), left: width / 2, top: height / 2 });
     this.editor.stage.place(box);
   }

@@ -5,6 +5,7 @@ import { drawnBox, visiblePart } from "./bounds";
 import { AssetImage } from "./images";
 import { createObjects } from "./objects";
 import { imageType, type PageData } from "./project";
+import { freeSheet, newSheet } from "./sheets";
 import { drawing } from "./svg";
 
 const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
@@ -16,12 +17,6 @@ const JPEG_QUALITY = 0.95;
 /** Called as often as there is something to show of what is done, of `total`; throws to stop. */
 export type Step = (done: number, total: number) => Promise<void>;
 
-export interface PrintedDocument {
-  html: Blob;
-  /** Of the pages, as the shell wants them. */
-  sizes: string;
-}
-
 const partsOf = (objects: readonly FabricObject[]): FabricObject[] =>
   objects.flatMap((o) => [o, ...(o instanceof Group ? partsOf(o.getObjects()) : [])]);
 
@@ -29,17 +24,15 @@ const partsOf = (objects: readonly FabricObject[]): FabricObject[] =>
 function shadowOf(o: FabricObject, canvas: StaticCanvas, finest: number): string | undefined {
   const boxAt = (scale: number) => {
     const box = drawnBox(o, util.multiplyTransformMatrices([scale, 0, 0, scale, 0, 0], o.calcTransformMatrix()));
-    return { box, part: visiblePart(box, canvas.width * scale, canvas.height * scale) };
+    return { right: box[1].x, part: visiblePart(box, canvas.width * scale, canvas.height * scale) };
   };
   const { width: w, height: h } = boxAt(1).part ?? { width: 1, height: 1 };
   const scale = Math.min(finest, Math.sqrt(MAX_SHADOW_PIXELS / (w * h)));
-  const { box, part } = boxAt(scale);
+  const { right, part } = boxAt(scale);
   if (!part) return "";
-  const far = Math.ceil(box.right) - part.x;
+  const far = Math.ceil(right) - part.x;
   if (far > FAR) return undefined;
-  const element = document.createElement("canvas");
-  [element.width, element.height] = [part.width, part.height];
-  const ctx = element.getContext("2d", { willReadFrequently: true })!;
+  const ctx = newSheet(part.width, part.height);
   canvas.viewportTransform = [scale, 0, 0, scale, -part.x - far, -part.y]; // shadows follow it
   ctx.setTransform(...canvas.viewportTransform);
   const { shadow, group } = o;
@@ -54,8 +47,8 @@ function shadowOf(o: FabricObject, canvas: StaticCanvas, finest: number): string
   canvas.viewportTransform = [1, 0, 0, 1, 0, 0];
   const toPage = util.matrixToSVG(util.invertTransform(group?.calcTransformMatrix() ?? [1, 0, 0, 1, 0, 0]));
   const place = `x="${part.x / scale}" y="${part.y / scale}" width="${part.width / scale}" height="${part.height / scale}"`;
-  const picture = `<image transform="${toPage}" ${place} preserveAspectRatio="none" xlink:href="${element.toDataURL()}" />\n`;
-  element.width = element.height = 0;
+  const picture = `<image transform="${toPage}" ${place} preserveAspectRatio="none" xlink:href="${ctx.canvas.toDataURL()}" />\n`;
+  freeSheet(ctx);
   return picture;
 }
 
@@ -65,13 +58,11 @@ function pixelsOf(image: AssetImage, finest: number): string {
   const [share, source] = [Math.max(x, y) * finest, image.getSrc(true)];
   if (share > KEPT) return source;
   const { width, height } = image.getOriginalSize();
-  const element = document.createElement("canvas");
-  [element.width, element.height] = [Math.ceil(width * share), Math.ceil(height * share)];
-  const ctx = element.getContext("2d", { willReadFrequently: true })!;
+  const ctx = newSheet(Math.ceil(width * share), Math.ceil(height * share));
   ctx.imageSmoothingQuality = "high";
-  ctx.drawImage(image.getElement(), 0, 0, element.width, element.height);
-  const data = element.toDataURL(imageType(source) === "image/jpeg" ? "image/jpeg" : "image/png", JPEG_QUALITY);
-  element.width = element.height = 0;
+  ctx.drawImage(image.getElement(), 0, 0, ctx.canvas.width, ctx.canvas.height);
+  const data = ctx.canvas.toDataURL(imageType(source) === "image/jpeg" ? "image/jpeg" : "image/png", JPEG_QUALITY);
+  freeSheet(ctx);
   return data;
 }
 
@@ -96,7 +87,8 @@ async function printed(page: PageData, finest: number, step: (share: number) => 
   return drawing(page, canvas, (o) => shadows.get(o) ?? "").replace("<svg ", '<svg preserveAspectRatio="none" ');
 }
 
-export async function printedDocument(name: string, pages: readonly PageData[], finest: number, step: Step): Promise<PrintedDocument> {
+/** A document and the sizes of its pages, as the shell wants them. */
+export async function printedDocument(name: string, pages: readonly PageData[], finest: number, step: Step) {
   const title = name.replace(/[&<]/g, (c) => `&#${c.charCodeAt(0)};`);
   const parts = [`<!doctype html><meta charset="utf-8"><title>${title}</title>\n`];
   for (const [i, page] of pages.entries()) {

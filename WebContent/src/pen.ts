@@ -1,6 +1,7 @@
 // Lines and outlines that are drawn point by point: a click sets a corner, a drag a point that the line passes in a curve.
 // By keyboard a cursor goes from point to point.
 import { Path, Point, type TComplexPathData } from "fabric";
+import { ARROWS } from "./keyboard";
 import { inSteps } from "./line";
 import { INK } from "./objects";
 import type { Stage } from "./stage";
@@ -85,12 +86,12 @@ export class Pen {
 
   #key(e: KeyboardEvent): void {
     const mode = this.mode();
-    const by = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1], " ": [0, 0] }[e.key];
+    const by = e.key === " " ? NOWHERE : ARROWS[e.key];
     const takesBack = e.ctrlKey ? e.key === "z" : e.key === "Backspace";
     if ((mode !== "pen" && mode !== "draw") || (e.ctrlKey && !takesBack) || e.altKey || e.metaKey) return;
     if (by) {
       const { x, y } = this.#cursor ?? this.stage.canvas.getVpCenter();
-      this.#cursor = new Point(Math.round(x), Math.round(y)).add(new Point(by[0]!, by[1]!).scalarMultiply(e.shiftKey ? 1 : 10));
+      this.#cursor = new Point(Math.round(x), Math.round(y)).add(by.scalarMultiply(e.shiftKey ? 1 : 10));
       announce(`${this.#cursor.x}, ${this.#cursor.y}`);
       if (e.key === " ") this.#set(mode === "draw" || e.shiftKey);
     } else if (takesBack && this.#nodes.length > 0) this.#nodes.pop();

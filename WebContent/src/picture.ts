@@ -47,7 +47,7 @@ export class PagePicture {
     if (canvas.width !== width || canvas.height !== height) canvas.setDimensions({ width, height });
     canvas.setViewportTransform([scale, 0, 0, scale, 0, -top]);
     const bottom = top + height;
-    const touched = this.#objects.filter(({ box }) => box.top < bottom && top < box.bottom && box.left < width && 0 < box.right);
+    const touched = this.#objects.filter(({ box: [from, to] }) => from.y < bottom && top < to.y && from.x < width && 0 < to.x);
     canvas.renderCanvas(canvas.getContext(), touched.map(({ object }) => object));
     return canvas.getElement();
   }

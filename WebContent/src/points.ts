@@ -1,6 +1,6 @@
 // The points of an outline, moved one by one: with the pointer, or by keyboard, where Tab goes from one to the next.
 import { type Control, controlsUtils, FabricObject, Path, Point, util } from "fabric";
-import { isTab } from "./keyboard";
+import { ARROWS, isTab } from "./keyboard";
 import type { Stage } from "./stage";
 
 type PathControl = Control & { commandIndex: number; pointIndex: number };
@@ -54,7 +54,7 @@ export class PathPoints {
 
   #key(e: KeyboardEvent): void {
     const path = this.#path;
-    const by = { ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1] }[e.key];
+    const by = ARROWS[e.key];
     if (!path || e.ctrlKey || e.altKey) return;
     const controls = Object.values(path.controls);
     if (e.key === "Escape" || e.key === "Enter") this.switch();
@@ -62,7 +62,7 @@ export class PathPoints {
     else if (by && this.#chosen) {
       const { canvas } = this.stage;
       const shown = this.#chosen.positionHandler(new Point(), path.calcTransformMatrix(), path, this.#chosen);
-      const to = shown.transform(util.invertTransform(canvas.viewportTransform)).add(new Point(by[0]!, by[1]!).scalarMultiply(e.shiftKey ? 10 : 1));
+      const to = shown.transform(util.invertTransform(canvas.viewportTransform)).add(by.scalarMultiply(e.shiftKey ? 10 : 1));
       movePoint(path, this.#chosen as PathControl, util.sendPointToPlane(to, undefined, path.group?.calcTransformMatrix()));
       canvas.fire("object:modified", { target: path });
       canvas.requestRenderAll();

@@ -40,138 +40,118 @@ export interface Clipboard {
 /** Says why a text was refused, in words for the user. */
 export class FormatError extends Error {}
 
-type Check = (value: unknown, where: string, depth: number) => unknown;
 type Raw = Record<string, unknown>;
+/** Gives what is taken of a value, or throws FormatError. */
+type Check = (value: unknown, where: string, depth?: number) => unknown;
+
+const isRaw = (v: unknown): v is Raw => typeof v === "object" && v !== null && !Array.isArray(v);
 
 function refuse(where: string, expected: string): never {
   throw new FormatError(t("The data is damaged: {where} is not {expected}.", { where, expected }));
 }
-const number =
-  (min = -1e6, max = 1e6): Check =>
-  (v, where) =>
-    typeof v === "number" && v >= min && v <= max ? v : refuse(where, t("a number from {min} to {max}", { min, max }));
+const number = (min = -1e6, max = 1e6): Check => (v, where) =>
+  typeof v === "number" && v >= min && v <= max ? v : refuse(where, t("a number from {min} to {max}", { min, max }));
 const bool: Check = (v, where) => (typeof v === "boolean" ? v : refuse(where, t("true or false")));
-const text =
-  (max: number): Check =>
-  (v, where) =>
-    typeof v === "string" && v.length <= max ? v : refuse(where, t("a text of at most {max} characters", { max }));
-const oneOf =
-  (...values: unknown[]): Check =>
-  (v, where) =>
-    values.includes(v) ? v : refuse(where, t("one of {values}", { values: values.join(", ") }));
+const text = (max: number): Check => (v, where) =>
+  typeof v === "string" && v.length <= max ? v : refuse(where, t("a text of at most {max} characters", { max }));
+const oneOf = (...values: unknown[]): Check => (v, where) =>
+  values.includes(v) ? v : refuse(where, t("one of {values}", { values: values.join(", ") }));
 const colour: Check = (v, where) => {
   if (v === null || v === "" || v === "transparent") return null;
   return typeof v === "string" && /^#[0-9a-f]{6}$/i.test(v) ? v.toLowerCase() : refuse(where, t("a colour “#rrggbb” or null"));
 };
-const list: Check = (v, where, depth) => {
-  if (!Array.isArray(v)) return refuse(where, t("a list"));
-  if (depth > MAX_DEPTH) return refuse(where, t("nested at most {max} deep", { max: MAX_DEPTH }));
-  return v.map((o: unknown, i) => cleanObject(o, `${where}[${i}]`, depth + 1));
-};
-
-const size = number(0);
-/** Parts of a text that differ from the whole, counted in letters without line breaks. */
-const styles: Check = (v, where) => {
-  if (!Array.isArray(v)) return refuse(where, t("a list"));
-  const runs = v.map((run: unknown, i) => {
-    const at = `${where}[${i}]`;
-    if (!isRaw(run) || !isRaw(run.style)) return refuse(at, t("a part of a text"));
-    const ends = { start: size(run.start, `${at}.start`, 0), end: size(run.end, `${at}.end`, 0) };
-    return { ...ends, style: pickKeys(run.style, LETTERS, `${at}.style`, 0) };
-  });
-  return runs.length > 0 ? runs : undefined;
+const listOf = (check: Check, most = Infinity): Check => (v, where, depth) =>
+  Array.isArray(v) && v.length <= most ? v.map((item, i) => check(item, `${where}[${i}]`, depth)) : refuse(where, t("a list"));
+/** Takes these keys and no others; some have to be there. */
+const keys = (checks: Record<string, Check>, required: readonly string[] = [], what = t("an object")): Check => (v, where, depth) => {
+  if (!isRaw(v)) return refuse(where, what);
+  for (const key of required) if (v[key] === undefined) refuse(`${where}.${key}`, t("given"));
+  const result: Raw = {};
+  for (const [key, check] of Object.entries(checks)) {
+    const clean = v[key] === undefined ? undefined : check(v[key], `${where}.${key}`, depth);
+    if (clean !== undefined) result[key] = clean;
+  }
+  return result;
 };
 /** Written only where it is not what is usual. */
 const unusual = (usual: unknown, check: Check): Check => (v, where, depth) => (v === usual ? undefined : check(v, where, depth));
-const dashes: Check = (v, where) => {
-  if (v === null) return undefined;
-  return Array.isArray(v) && v.length <= 8 ? v.map((d, i) => size(d, `${where}[${i}]`, 0)) : refuse(where, t("a list"));
+
+const size = number(0);
+const share = unusual(0, number(-1, 1));
+const objects: Check = (v, where, depth = 0) => {
+  if (depth > MAX_DEPTH) refuse(where, t("nested at most {max} deep", { max: MAX_DEPTH }));
+  return listOf(cleanObject)(v, where, depth + 1);
 };
-const shadow: Check = (v, where) => {
-  if (v === null) return undefined;
-  return isRaw(v) ? pickKeys(v, { color: colour, blur: size, offsetX: number(), offsetY: number() }, where, 0) : refuse(where, t("an object"));
+const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size, strokeDashArray: unusual(null, listOf(size, 8)) };
+const LETTERS: Record<string, Check> = {
+  ...STROKE, fill: colour, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
+  fontStyle: oneOf("normal", "italic"), underline: bool,
 };
-const COORDS = Object.fromEntries(["x1", "y1", "x2", "y2", "r1", "r2"].map((key) => [key, number(-10, 10)]));
-/** A colour, or several that lead into each other across the box of the object, which is 1 wide and high. */
-const paint: Check = (v, where, depth) => {
-  if (!isRaw(v)) return colour(v, where, depth);
-  const { colorStops: stops, coords } = v;
-  if (!Array.isArray(stops) || stops.length !== 2 || !isRaw(coords)) return refuse(where, t("an object"));
-  return {
-    type: oneOf("linear", "radial")(v.type, `${where}.type`, 0), gradientUnits: "percentage", coords: pickKeys(coords, COORDS, where, 0),
-    colorStops: stops.map((s: unknown, offset) => ({ offset, color: colour(isRaw(s) ? s.color : s, `${where}.colorStops[${offset}]`, 0) ?? "#ffffff" })),
-  };
+/** Parts of a text that differ from the whole, counted in letters without line breaks. */
+const styles: Check = (v, where) => {
+  const run = keys({ start: size, end: size, style: keys(LETTERS) }, ["start", "end", "style"], t("a part of a text"));
+  const runs = listOf(run)(v, where) as unknown[];
+  return runs.length > 0 ? runs : undefined;
+};
+const gradient = keys({
+  type: oneOf("linear", "radial"),
+  coords: keys(Object.fromEntries(["x1", "y1", "x2", "y2", "r1", "r2"].map((key) => [key, number(-10, 10)]))),
+  colorStops: listOf((stop, where) => colour(isRaw(stop) ? stop.color : stop, where), 2),
+}, ["type", "coords", "colorStops"]);
+/** A colour, or two that lead into each other across the box of the object, which is 1 wide and high. */
+const paint: Check = (v, where) => {
+  if (!isRaw(v)) return colour(v, where);
+  const { colorStops, ...rest } = gradient(v, where) as { colorStops: (string | null)[] };
+  if (colorStops.length < 2) refuse(where, t("an object"));
+  return { ...rest, gradientUnits: "percentage", colorStops: colorStops.map((color, offset) => ({ offset, color: color ?? "#ffffff" })) };
 };
 /** Steps of an outline: a letter and its numbers. */
-const path: Check = (v, where) => {
-  const isStep = (step: unknown): boolean => Array.isArray(step) && /^[MLQCZ]$/.test(String(step[0])) && step.slice(1).every((n) => Math.abs(n) <= 1e6);
-  return Array.isArray(v) && v.length <= 1e5 && v.every(isStep) ? v : refuse(where, t("a list"));
-};
+const step: Check = (v, where) =>
+  Array.isArray(v) && /^[MLQCZ]$/.test(String(v[0])) && v.slice(1).every((n) => Math.abs(n) <= 1e6) ? v : refuse(where, t("a list"));
 const BLENDS = ["source-over", "multiply", "screen", "overlay", "darken", "lighten", "color-dodge", "color-burn", "difference", "luminosity"];
 const COMMON: Record<string, Check> = {
   left: number(), top: number(), scaleX: number(), scaleY: number(), angle: number(), skewX: number(), skewY: number(),
   flipX: bool, flipY: bool, opacity: number(0, 1),
-  name: unusual("", text(200)), locked: unusual(false, bool), visible: unusual(true, bool), shadow,
+  name: unusual("", text(200)), locked: unusual(false, bool), visible: unusual(true, bool),
+  shadow: unusual(null, keys({ color: colour, blur: size, offsetX: number(), offsetY: number() })),
   globalCompositeOperation: unusual("source-over", oneOf(...BLENDS)),
 };
-const STROKE: Record<string, Check> = { stroke: colour, strokeWidth: size, strokeDashArray: dashes };
-const PAINT: Record<string, Check> = { ...STROKE, fill: colour };
-const LETTERS: Record<string, Check> = {
-  ...PAINT, fontFamily: text(200), fontSize: number(0.1, 1e4), fontWeight: oneOf("normal", "bold"),
-  fontStyle: oneOf("normal", "italic"), underline: bool,
+const SHAPE: Record<string, Check> = { ...COMMON, ...STROKE, fill: paint };
+const KINDS: Record<Kind, Check> = {
+  Rect: keys({ ...SHAPE, width: size, height: size, rx: size, ry: size }),
+  Ellipse: keys({ ...SHAPE, rx: size, ry: size }),
+  Star: keys({ ...SHAPE, width: size, height: size, corners: number(3, 100), inset: number(0, 0.99) }),
+  Path: keys({
+    ...SHAPE, path: listOf(step, 1e5), strokeLineCap: oneOf("butt", "round", "square"), strokeLineJoin: oneOf("miter", "round", "bevel"),
+  }, ["path"]),
+  Line: keys({ ...COMMON, ...STROKE, x1: number(), y1: number(), x2: number(), y2: number(), arrow: unusual(undefined, oneOf("end", "both")) }),
+  Textbox: keys({
+    ...COMMON, ...LETTERS, fill: paint, charSpacing: unusual(0, number(-1000, 10_000)), text: text(1e6), width: size,
+    textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
+  }, ["text"]),
+  Image: keys({
+    ...COMMON, ...STROKE, asset: text(200), width: size, height: size, cropX: unusual(0, size), cropY: unusual(0, size), brightness: share, contrast: share, saturation: share,
+  }, ["asset"]),
+  Group: keys({ ...COMMON, objects, width: size, height: size }, ["objects"]),
 };
-const share = unusual(0, number(-1, 1));
-const KINDS: Record<Kind, Record<string, Check>> = {
-  Rect: { ...PAINT, fill: paint, width: size, height: size, rx: size, ry: size },
-  Ellipse: { ...PAINT, fill: paint, rx: size, ry: size },
-  Star: { ...PAINT, fill: paint, width: size, height: size, corners: number(3, 100), inset: number(0, 0.99) },
-  Path: { ...PAINT, fill: paint, path, strokeLineCap: oneOf("butt", "round", "square"), strokeLineJoin: oneOf("miter", "round", "bevel") },
-  Line: { ...STROKE, x1: number(), y1: number(), x2: number(), y2: number(), arrow: unusual(undefined, oneOf("end", "both")) },
-  Textbox: {
-    ...LETTERS, fill: paint, charSpacing: unusual(0, number(-1000, 10_000)), text: text(1e6), width: size, textAlign: oneOf("left", "center", "right", "justify"), lineHeight: number(0.1, 10), styles,
-  },
-  Image: { ...STROKE, asset: text(200), width: size, height: size, cropX: unusual(0, size), cropY: unusual(0, size), brightness: share, contrast: share, saturation: share },
-  Group: { objects: list, width: size, height: size },
-};
-const REQUIRED: Partial<Record<Kind, string>> = { Textbox: "text", Path: "path", Image: "asset", Group: "objects" };
-
-const isRaw = (v: unknown): v is Raw => typeof v === "object" && v !== null && !Array.isArray(v);
-
-function pickKeys(value: Raw, checks: Record<string, Check>, where: string, depth: number): Raw {
-  const result: Raw = {};
-  for (const [key, check] of Object.entries(checks)) {
-    const clean = value[key] === undefined ? undefined : check(value[key], `${where}.${key}`, depth);
-    if (clean !== undefined) result[key] = clean;
-  }
-  return result;
-}
 
 /** A copy of an object's documented keys; throws FormatError when one has a value it cannot have. */
 export function cleanObject(value: unknown, where = "object", depth = 0): ObjectData {
   if (!isRaw(value)) return refuse(where, t("an object"));
   const type = value.type as Kind;
   if (typeof type !== "string" || !Object.hasOwn(KINDS, type)) return refuse(`${where}.type`, t("one of {values}", { values: Object.keys(KINDS).join(", ") }));
-  const required = REQUIRED[type];
-  if (required && value[required] === undefined) refuse(`${where}.${required}`, t("given"));
-  return { type, ...pickKeys(value, { ...COMMON, ...KINDS[type] }, where, depth) };
+  return { type, ...(KINDS[type](value, where, depth) as Raw) };
 }
 
-function cleanPage(value: unknown, where: string): PageData {
-  if (!isRaw(value)) return refuse(where, t("a page"));
-  const side = number(1, MAX_PAGE_SIDE);
-  return {
-    width: Math.round(side(value.width, `${where}.width`, 0) as number),
-    height: Math.round(side(value.height, `${where}.height`, 0) as number),
-    background: colour(value.background, `${where}.background`, 0) as string | null,
-    objects: list(value.objects, `${where}.objects`, 0) as ObjectData[],
-  };
-}
+const side: Check = (v, where) => Math.round(number(1, MAX_PAGE_SIDE)(v, where) as number);
+const page = keys({ width: side, height: side, background: colour, objects }, ["width", "height", "background", "objects"], t("a page"));
 
-/** The names of all images that the objects show, those in groups included. */
-export function usedAssets(objects: readonly ObjectData[], into = new Set<string>()): Set<string> {
-  for (const o of objects) {
-    if (o.asset !== undefined) into.add(o.asset);
-    if (o.objects) usedAssets(o.objects, into);
+type Holder = { asset?: string; objects?: readonly ObjectData[] };
+/** The names of all images that objects show, those on pages and in groups included. */
+export function usedAssets(holders: readonly Holder[], into = new Set<string>()): Set<string> {
+  for (const { asset, objects = [] } of holders) {
+    if (asset !== undefined) into.add(asset);
+    usedAssets(objects, into);
   }
   return into;
 }
@@ -213,17 +193,13 @@ export function readProject(source: string): Project {
   if (!Array.isArray(raw.pages) || raw.pages.length < 1 || raw.pages.length > MAX_PAGES) {
     return refuse("pages", t("a list of 1 to {max} pages", { max: MAX_PAGES }));
   }
-  const pages = raw.pages.map((p: unknown, i) => cleanPage(p, `pages[${i}]`));
-  const used = new Set<string>();
-  for (const page of pages) usedAssets(page.objects, used);
-  return { name: text(1000)(raw.name ?? "", "name", 0) as string, pages, assets: cleanAssets(raw.assets, used) };
+  const pages = listOf(page)(raw.pages, "pages") as PageData[];
+  return { name: text(1000)(raw.name ?? "", "name") as string, pages, assets: cleanAssets(raw.assets, usedAssets(pages)) };
 }
 
 /** Only the images that the pages show are written. */
 export function writeProject({ name, pages, assets }: Project): string {
-  const used = new Set<string>();
-  for (const page of pages) usedAssets(page.objects, used);
-  return JSON.stringify({ type: PROJECT_TYPE, version: FORMAT_VERSION, name, pages, assets: pick(assets, used) });
+  return JSON.stringify({ type: PROJECT_TYPE, version: FORMAT_VERSION, name, pages, assets: pick(assets, usedAssets(pages)) });
 }
 
 export function writeClipboard({ objects, assets }: Clipboard): string {
@@ -236,8 +212,8 @@ export function readClipboard(source: string): Clipboard {
   if (raw.type === CLIPBOARD_TYPE) checkVersion(raw.version, t("The copied data"));
   const isKind = typeof raw.type === "string" && Object.hasOwn(KINDS, raw.type);
   if (!isKind && !Array.isArray(raw.objects)) throw new FormatError(t("The clipboard holds nothing for the canvas."));
-  const objects = list(isKind ? [raw] : raw.objects, "objects", 0) as ObjectData[];
-  return { objects, assets: cleanAssets(raw.assets, usedAssets(objects)) };
+  const copied = objects(isKind ? [raw] : raw.objects, "objects") as ObjectData[];
+  return { objects: copied, assets: cleanAssets(raw.assets, usedAssets(copied)) };
 }
 
 const pick = (assets: Assets, names: Set<string>): Assets =>

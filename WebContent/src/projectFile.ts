@@ -8,13 +8,10 @@ import { type Project, readProject, writeProject } from "./project";
 import { type Answer, shell } from "./shell";
 import { $, Cancelled, openDialog, tell } from "./ui";
 
-type KnownFile = { name: string; handle: string };
-const fileOf = ({ name, file }: Answer): KnownFile | undefined => (file === undefined ? undefined : { name, handle: file });
-
 export class ProjectFile {
-  #file: KnownFile | undefined;
+  #file: Answer | undefined;
   /** What the user picked, until its text comes. */
-  #picked: KnownFile | undefined;
+  #picked: Answer | undefined;
 
   #turn: Promise<void> = Promise.resolve();
 
@@ -31,11 +28,11 @@ export class ProjectFile {
     const { history, state } = editor;
     const file = elsewhere ? undefined : this.#file;
     const data = await readAsDataURL(new Blob([writeProject(editor.project)], { type: "application/json" }));
-    const answer = await shell.download({ filename: file?.name ?? fileName(state.name, "json"), data }, file?.handle);
+    const answer = await shell.download({ filename: file?.name ?? fileName(state.name, "json"), data }, file?.file);
     if (answer.result === "failed") throw new Error(t("“{name}” was not saved: {reason}", { name: answer.name, reason: answer.reason ?? "" }));
     if (answer.result !== "saved") return false;
     history.markSaved(state);
-    if (history === editor.history) this.#file = fileOf(answer);
+    if (history === editor.history) this.#file = answer;
     this.changed();
     tell(t("Saved as “{name}”", { name: answer.name }));
     return true;
@@ -45,7 +42,7 @@ export class ProjectFile {
   async pick(): Promise<void> {
     const answer = await shell.pickProject();
     if (answer.result === "failed") throw new Error(t("“{name}” was not opened: {reason}", { name: answer.name, reason: answer.reason ?? "" }));
-    this.#picked = fileOf(answer);
+    this.#picked = answer.result === "opened" ? answer : undefined;
   }
 
   /** A project's text has come: it was picked, or else dropped on the window. */
@@ -56,7 +53,7 @@ export class ProjectFile {
   }
 
   /** Puts a project in place of the open one, after those that came before it; asks first if that has unsaved changes. */
-  replace(read: () => Project | Promise<Project>, file?: KnownFile, saved = true): Promise<void> {
+  replace(read: () => Project | Promise<Project>, file?: Answer, saved = true): Promise<void> {
     const task = async () => {
       const project = await read();
       if (!(await this.#mayReplace())) throw new Cancelled();

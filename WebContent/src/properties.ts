@@ -4,8 +4,10 @@ import { bakeScale } from "./objects";
 import { type Adjustment, ADJUSTMENTS, type AssetImage } from "./images";
 import type { CanvasLine } from "./line";
 import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf, type Value } from "./paint";
+import type { PageData } from "./project";
 import type { Star } from "./star";
 import { CanvasText, type CharacterKey, keepTopLeft } from "./text";
+import { $ } from "./ui";
 
 export interface Property {
   /** The different values that an object has: several where the letters of a text differ. */
@@ -40,6 +42,25 @@ function resize(o: FabricObject, w?: number, h?: number): void {
   o.set({ left: x + width(o) / 2, top: y + height(o) / 2 });
 }
 
+const pageSize = ({ width, height }: PageData): string => `${width}x${height}`;
+/** Of the page. */
+export const PAGE: Record<string, { get(page: PageData): Value; change(value: never): Partial<PageData> }> = {
+  pageWidth: { get: (page) => page.width, change: (width: number) => ({ width: Math.round(width) }) },
+  pageHeight: { get: (page) => page.height, change: (height: number) => ({ height: Math.round(height) }) },
+  pageSize: {
+    get: (page) => ($("page-preset").querySelector(`[value="${pageSize(page)}"]`) ? pageSize(page) : "custom"),
+    change: (size: string) => {
+      const [width, height] = size.split("x").map(Number);
+      if (size === "custom") $("page-width").focus();
+      return size === "custom" ? {} : { width, height };
+    },
+  },
+  background: { get: (page) => page.background, change: (background: string | null) => ({ background }) },
+  transparent: {
+    get: (page) => page.background === null,
+    change: (on: boolean) => ({ background: on ? null : $<HTMLInputElement>("page-background").value }),
+  },
+};
 /** Of the selection as a whole. Positions are those of the left upper corner before rotation. */
 export const WHOLE: Record<string, Property> = {
   x: number((o) => o.left - width(o) / 2, (o, v) => void o.set("left", v + width(o) / 2)),

@@ -39,29 +39,22 @@ export class Rulers {
     ctx.font = "10px system-ui, sans-serif";
     const [zoom, , , , x, y] = this.stage.canvas.viewportTransform;
     const unit = zoom * PER_UNIT[this.#unit];
-    this.#drawScale(ctx, x, unit, width);
-    ctx.save();
-    ctx.transform(0, 1, 1, 0, 0, 0); // the other one is the same across
-    this.#drawScale(ctx, y, unit, height, true);
-    ctx.restore();
     ctx.fillText(this.#unit, 2, 12);
+    this.#drawScale(ctx, x, unit, width, 1);
+    ctx.rotate(-Math.PI / 2); // the other one is the same upwards
+    ctx.textAlign = "right";
+    this.#drawScale(ctx, y, unit, height, -1);
   }
 
-  #drawScale(ctx: CanvasRenderingContext2D, origin: number, unit: number, length: number, upright = false): void {
+  #drawScale(ctx: CanvasRenderingContext2D, origin: number, unit: number, length: number, way: 1 | -1): void {
     const magnitude = 10 ** Math.floor(Math.log10(FEWEST / unit));
     const step = [1, 2, 5, 10].map((n) => n * magnitude).find((n) => n * unit >= FEWEST)!;
     ctx.beginPath();
     for (let tick = Math.ceil(((THICK - origin) / unit / step) * 10); tick * step * unit <= (length - origin) * 10; tick++) {
       const at = Math.round(origin + (tick / 10) * step * unit) + 0.5;
-      ctx.moveTo(at, THICK);
-      ctx.lineTo(at, tick % 10 === 0 ? 4 : tick % 5 === 0 ? 11 : 14);
-      if (tick % 10) continue;
-      ctx.save();
-      if (upright) ctx.transform(0, 1, 1, 0, 0, 0);
-      const text = String(Math.round((tick / 10) * step * 1000) / 1000);
-      if (upright) ctx.translate(9, at + 2), ctx.rotate(-Math.PI / 2), ctx.fillText(text, -ctx.measureText(text).width, 0);
-      else ctx.fillText(text, at + 2, 9);
-      ctx.restore();
+      ctx.moveTo(way * at, THICK);
+      ctx.lineTo(way * at, tick % 10 === 0 ? 4 : tick % 5 === 0 ? 11 : 14);
+      if (tick % 10 === 0) ctx.fillText(String(Math.round((tick / 10) * step * 1000) / 1000), way * (at + 2), 9);
     }
     ctx.stroke();
   }

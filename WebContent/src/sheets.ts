@@ -16,10 +16,18 @@ const KEPT = 2;
 const MAX_KEPT_PIXELS = 2 ** 22;
 const spare = new Map<boolean, CanvasRenderingContext2D[]>();
 
+export function newSheet(width: number, height: number, willReadFrequently = true): CanvasRenderingContext2D {
+  return Object.assign(document.createElement("canvas"), { width, height }).getContext("2d", { willReadFrequently })!;
+}
+/** Frees the pixels at once. */
+export function freeSheet({ canvas }: CanvasRenderingContext2D): void {
+  canvas.width = canvas.height = 0;
+}
+
 /** A clean sheet of at least this size, with memory of the same kind as that which it is drawn on: mixing is slow. */
 function takeSheet(like: CanvasRenderingContext2D, width: number, height: number): CanvasRenderingContext2D {
   const { willReadFrequently = false } = like.getContextAttributes();
-  const sheet = spare.get(willReadFrequently)?.pop() ?? document.createElement("canvas").getContext("2d", { willReadFrequently })!;
+  const sheet = spare.get(willReadFrequently)?.pop() ?? newSheet(width, height, willReadFrequently);
   const { canvas } = sheet;
   if (canvas.width < width || canvas.height < height) {
     [canvas.width, canvas.height] = [Math.max(canvas.width, width), Math.max(canvas.height, height)];
@@ -32,7 +40,7 @@ function giveBack(sheet: CanvasRenderingContext2D): void {
   const others = spare.get(willReadFrequently) ?? [];
   spare.set(willReadFrequently, others);
   if (others.length < KEPT && sheet.canvas.width * sheet.canvas.height <= MAX_KEPT_PIXELS) others.push(sheet);
-  else sheet.canvas.width = sheet.canvas.height = 0; // frees the pixels at once
+  else freeSheet(sheet);
 }
 
 const whole = {

@@ -2,13 +2,11 @@
 // functions on `window`, and how a request ended that asked for it by a call of a fourth.
 
 import { t } from "./language";
+import { guarded } from "./ui";
 
-interface MessageHandler {
-  postMessage(body: unknown): void;
-}
 declare global {
   interface Window {
-    webkit?: { messageHandlers?: Record<string, MessageHandler | undefined> };
+    webkit: { messageHandlers: Record<string, { postMessage(body: unknown): void }> };
     handleNativeFileContent(text: string): void;
     handleNativeImageContent(dataURL: string): void;
     handleNativePasteContent(text: string): void;
@@ -34,13 +32,7 @@ export interface Answer {
   reason?: string;
 }
 
-export const hasShell = (): boolean => window.webkit?.messageHandlers?.nativeDownload !== undefined;
-
-function post(name: string, body: unknown): void {
-  const handler = window.webkit?.messageHandlers?.[name];
-  if (!handler) throw new Error(t("This works in the Quillory application only."));
-  handler.postMessage(body);
-}
+const post = (name: string, body: unknown): void => window.webkit.messageHandlers[name]!.postMessage(body);
 
 const waiting = new Map<string, (answer: Answer) => void>();
 let asked = 0;
@@ -53,6 +45,11 @@ function ask(name: string, body: Record<string, unknown>): Promise<Answer> {
     waiting.set(reply, resolve);
   });
 }
+window.handleNativeResult = guarded((json) => {
+  const { reply, ...answer } = JSON.parse(json) as Answer & { reply: string };
+  waiting.get(reply)?.(answer);
+  waiting.delete(reply);
+});
 
 /** Fetches what the shell has for a page that asks; undefined where it has none. */
 async function request(what: string, body?: ArrayBuffer): Promise<Response | undefined> {
@@ -85,24 +82,3 @@ export const shell = {
   },
   paste: () => post("nativePaste", null),
 };
-
-export interface ShellAnswers {
-  projectText(text: string): void | Promise<void>;
-  image(dataURL: string): void | Promise<void>;
-  pastedText(text: string): void | Promise<void>;
-}
-
-/** Defines the functions that the shell calls; they return nothing and hand every failure to `report`. */
-export function listenToShell(answers: ShellAnswers, report: (error: unknown) => void): void {
-  const guarded = (answer: (text: string) => void | Promise<void>) => (text: string) => {
-    void (async () => answer(String(text)))().catch(report);
-  };
-  window.handleNativeFileContent = guarded(answers.projectText);
-  window.handleNativeImageContent = guarded(answers.image);
-  window.handleNativePasteContent = guarded(answers.pastedText);
-  window.handleNativeResult = guarded((json) => {
-    const { reply, ...answer } = JSON.parse(json) as Answer & { reply: string };
-    waiting.get(reply)?.(answer);
-    waiting.delete(reply);
-  });
-}

@@ -1,9 +1,9 @@
 // The view of one page: a fabric canvas that fills the middle of the window, its objects and what of them is selected.
-import { ActiveSelection, type FabricObject, Group, Rect, Textbox } from "fabric";
+import { ActiveSelection, type FabricObject, type Group } from "fabric";
 import { EnteredGroups } from "./enteredGroups";
 import { Guides } from "./guides";
 import { AssetImage } from "./images";
-import { bakeScale, createObjects, groupAround, leavesOf } from "./objects";
+import { bakeScale, createObjects, groupAround } from "./objects";
 import { PageCanvas, type PageFormat } from "./pageCanvas";
 import { FormatError, type ObjectData, type PageData } from "./project";
 import { identityOf, remember } from "./record";
@@ -56,10 +56,7 @@ export class Stage {
       if (!this.#loading) events.changed("typing");
       host.focus({ preventScroll: true });
     });
-    new Guides(canvas, () => {
-      const { width, height } = canvas.page;
-      return new Rect({ left: width / 2, top: height / 2, width, height, strokeWidth: 0 });
-    });
+    new Guides(canvas);
     this.groups = new EnteredGroups(canvas);
     this.view = new Viewport(canvas, host, () => events.zoomed());
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => canvas.useTheme());
@@ -173,7 +170,6 @@ export class Stage {
 
   /** Adds an object on top, selected. */
   place(...objects: FabricObject[]): void {
-    for (const leaf of leavesOf(objects)) leaf.set({ strokeUniform: true });
     this.canvas.add(...objects);
     this.select(objects);
     this.events.changed();
@@ -181,12 +177,8 @@ export class Stage {
 
   #styleControls(): void {
     const accent = getComputedStyle(document.documentElement).getPropertyValue("--accent");
-    for (const o of new Set([...this.edited, ...(this.active ? [this.active] : [])])) {
-      Object.assign(o, { // not by its setters: nothing of the object itself changes
-        borderColor: accent, cornerColor: "#ffffff", cornerStrokeColor: accent, cornerStyle: "circle", cornerSize: 10,
-        transparentCorners: false, borderScaleFactor: 1.5, padding: 0, lockScalingFlip: true, snapAngle: 15, snapThreshold: 4,
-      });
-      if (o instanceof Textbox) Object.assign(o, { editingBorderColor: accent, cursorColor: accent });
+    for (const o of [...this.edited, this.active ?? {}]) { // not by its setters: nothing of the object itself changes
+      Object.assign(o, { borderColor: accent, cornerStrokeColor: accent, editingBorderColor: accent, cursorColor: accent });
     }
   }
 

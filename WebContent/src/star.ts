@@ -1,5 +1,5 @@
 // Regular polygons, and stars: polygons whose edges are drawn in towards the middle.
-import { classRegistry, FabricObject, Point } from "fabric";
+import { classRegistry, FabricObject, Point, util } from "fabric";
 
 export class Star extends FabricObject {
   static override type = "Star";
@@ -18,13 +18,11 @@ export class Star extends FabricObject {
   private get points(): Point[] {
     const count = this.inset > 0 ? this.corners * 2 : this.corners;
     const unit = Array.from({ length: count }, (_, i) => {
-      const angle = (i / count) * 2 * Math.PI - Math.PI / 2;
       const radius = this.inset > 0 && i % 2 ? 1 - this.inset : 1;
-      return new Point(Math.cos(angle) * radius, Math.sin(angle) * radius);
+      return new Point(0, -radius).rotate((i / count) * 2 * Math.PI);
     });
-    const [xs, ys] = [unit.map((p) => p.x), unit.map((p) => p.y)];
-    const [left, right, top, bottom] = [Math.min(...xs), Math.max(...xs), Math.min(...ys), Math.max(...ys)];
-    return unit.map((p) => new Point(((p.x - left) / (right - left) - 0.5) * this.width, ((p.y - top) / (bottom - top) - 0.5) * this.height));
+    const { left, top, width, height } = util.makeBoundingBoxFromPoints(unit);
+    return unit.map(({ x, y }) => new Point(((x - left) / width - 0.5) * this.width, ((y - top) / height - 0.5) * this.height));
   }
 
   override _render(ctx: CanvasRenderingContext2D): void {

@@ -2,7 +2,7 @@
 // is undone. What is above and blends with what is below it is drawn anew each time.
 import type { FabricObject } from "fabric";
 import { isAsDrawn, noteDrawn } from "./record";
-import { isBlended } from "./sheets";
+import { isBlended, newSheet } from "./sheets";
 
 type Draw = (ctx: CanvasRenderingContext2D, objects: FabricObject[]) => void;
 
@@ -29,13 +29,11 @@ export class StillLayers {
   }
 
   #picture(ctx: CanvasRenderingContext2D, objects: FabricObject[], background?: HTMLCanvasElement): HTMLCanvasElement {
-    const canvas = document.createElement("canvas");
-    [canvas.width, canvas.height] = [ctx.canvas.width, ctx.canvas.height];
-    const layer = canvas.getContext("2d")!;
+    const layer = newSheet(ctx.canvas.width, ctx.canvas.height, false);
     if (background) layer.drawImage(background, 0, 0);
     layer.setTransform(ctx.getTransform());
     this.draw(layer, objects);
-    return canvas;
+    return layer.canvas;
   }
 
   /** Whether these objects are the ones in the pictures, seen from the same place. */

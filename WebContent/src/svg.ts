@@ -44,7 +44,7 @@ export async function readSvg(source: string, page: { width: number; height: num
   const drawn = objects.filter((o): o is FabricObject => o !== null);
   if (drawn.length === 0) throw new FormatError(t("There is nothing in this drawing that can be shown."));
   const group = new Group([util.groupSVGElements(drawn, options)]);
-  group.scale(Math.min(1, page.width / group.width, page.height / group.height));
+  group.scale(Math.min(1, util.findScaleToFit(group, page)));
   group.set({ left: page.width / 2, top: page.height / 2 });
   const parts: FabricObject[] = [group];
   for (let at = 0; at < parts.length; at++) {

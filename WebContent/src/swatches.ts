@@ -31,8 +31,7 @@ export function showSwatches(editor: Editor, pick: (prop: string, colour: string
     if (row.dataset.shown === colours.join()) continue;
     row.dataset.shown = colours.join();
     row.replaceChildren(...colours.map((colour) => {
-      const button = Object.assign(document.createElement("button"), { type: "button", title: colour });
-      button.setAttribute("aria-label", colour);
+      const button = Object.assign(document.createElement("button"), { type: "button", title: colour, ariaLabel: colour });
       button.style.setProperty("--colour", colour);
       button.addEventListener("click", () => pick(row.dataset.swatches!, colour));
       return button;

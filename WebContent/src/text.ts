@@ -43,9 +43,7 @@ export class CanvasText extends LaidOutText {
   override _move(e: KeyboardEvent, end: "selectionStart" | "selectionEnd", direction: "Left" | "Right"): boolean {
     if (!e.ctrlKey) return super._move(e, end, direction);
     const before = this[end];
-    if (e.key === "Home") this[end] = 0;
-    else if (e.key === "End") this[end] = this._text.length;
-    else return super._move({ ...keyOf(e), altKey: true } as KeyboardEvent, end, direction);
+    this[end] = { Home: 0, End: this._text.length }[e.key] ?? this[`findWordBoundary${direction}`](before);
     return this[end] !== before;
   }
 
@@ -119,5 +117,3 @@ export class CanvasText extends LaidOutText {
   }
 }
 classRegistry.setClass(CanvasText);
-
-const keyOf = ({ keyCode, metaKey, shiftKey }: KeyboardEvent): Partial<KeyboardEvent> => ({ keyCode, metaKey, shiftKey });

@@ -2,26 +2,21 @@
 
 import { t } from "./language";
 
-export function $<T extends HTMLElement = HTMLElement>(id: string): T {
-  const element = document.getElementById(id);
-  if (!element) throw new Error(`no element #${id}`);
-  return element as T;
-}
+export const $ = <T extends HTMLElement = HTMLElement>(id: string): T => document.getElementById(id) as T;
 
-const TOAST_TIME = 6000;
+const TOAST_TIME = 6000; // ms
 
 /** A message that goes away by itself; screen readers speak it. */
 export function tell(message: string, kind: "note" | "error" = "note"): void {
-  const toast = document.createElement("div");
-  toast.className = `toast ${kind}`;
-  toast.textContent = message;
-  if (kind === "error") toast.setAttribute("role", "alert");
+  const toast = Object.assign(document.createElement("div"), { className: `toast ${kind}`, textContent: message });
+  if (kind === "error") toast.role = "alert";
   $("toasts").append(toast);
   while ($("toasts").childElementCount > 3) $("toasts").firstElementChild!.remove();
   setTimeout(() => toast.remove(), TOAST_TIME);
 }
 
 export function tellError(error: unknown): void {
+  if (error instanceof Cancelled) return;
   console.error(error);
   tell(error instanceof Error ? error.message : String(error), "error");
 }
@@ -38,15 +33,12 @@ export function openDialog(dialog: HTMLDialogElement): Promise<string> {
   return new Promise((resolve) => dialog.addEventListener("close", () => resolve(dialog.returnValue), { once: true }));
 }
 
+/** The user has given something up himself. */
 export class Cancelled extends Error {}
 
-/** Of something that the user may have given up himself. */
-export const tellFailure = (error: unknown): void => {
-  if (!(error instanceof Cancelled)) tellError(error);
-};
 /** A task that nothing waits for. */
-export const guarded = (task: () => unknown) => () => {
-  void (async () => task())().catch(tellFailure);
+export const guarded = <A extends unknown[]>(task: (...args: A) => unknown) => (...args: A): void => {
+  void (async () => task(...args))().catch(tellError);
 };
 
 const PROGRESS_AFTER = 500;

@@ -1,6 +1,5 @@
 // How the page is seen: its zoom, and which part of it is in view.
-import { Point, util } from "fabric";
-import { type Box, boxOf } from "./arrange";
+import { type Point, type TBBox, util } from "fabric";
 import type { PageCanvas } from "./pageCanvas";
 
 const MARGIN = 48;
@@ -10,7 +9,7 @@ const MAX_ZOOM = 16;
 export class Viewport {
   #fitted = true;
 
-  constructor(private readonly canvas: PageCanvas, private readonly host: HTMLElement, private readonly onChange: () => void) {
+  constructor(private readonly canvas: PageCanvas, private readonly host: HTMLElement, private readonly changed: () => void) {
     new ResizeObserver(() => this.#resize()).observe(host);
   }
 
@@ -27,48 +26,38 @@ export class Viewport {
   fitSelection(): void {
     const active = this.canvas.getActiveObject();
     if (!active) return this.fit();
-    this.#fill(boxOf([active]), MARGIN);
+    this.#fill(active.getBoundingRect(), MARGIN);
     this.#fitted = false;
   }
 
-  #fill({ left, top, width, height }: Box, margin: number): void {
+  #fill({ left, top, width, height }: TBBox, margin: number): void {
     const zoom = Math.min((this.canvas.width - 2 * margin) / width, (this.canvas.height - 2 * margin) / height);
-    this.#show(zoom, left + width / 2, top + height / 2);
+    this.#show(zoom, { x: left + width / 2, y: top + height / 2 });
   }
 
   /** Zooms, keeping the middle of the view or the given point of it in place. */
-  zoomTo(zoom: number, at = new Point(this.canvas.width / 2, this.canvas.height / 2)): void {
+  zoomTo(zoom: number, at = this.canvas.getCenterPoint()): void {
     this.#fitted = false;
-    this.canvas.zoomToPoint(at, Math.min(MAX_ZOOM, Math.max(MIN_ZOOM, zoom)));
-    const [z, , , , x, y] = this.canvas.viewportTransform;
-    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(x), Math.round(y)]); // whole pixels are sharp
-    this.#changed();
+    this.#show(zoom, at.transform(util.invertTransform(this.canvas.viewportTransform)), at);
   }
 
   pan(by: Point): void {
     this.#fitted = false;
     this.canvas.relativePan(by);
-    this.#changed();
+    this.changed();
   }
 
-  #show(zoom: number, x: number, y: number): void {
-    const z = Math.min(MAX_ZOOM, Math.max(MIN_ZOOM, zoom));
-    const { width, height } = this.canvas;
-    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(width / 2 - x * z), Math.round(height / 2 - y * z)]);
-    this.#changed();
-  }
-
-  #changed(): void {
-    this.onChange();
+  /** Shows a point of the page in the middle of the view, or where it is said. */
+  #show(zoom: number, { x, y }: { x: number; y: number }, at = this.canvas.getCenterPoint()): void {
+    const z = util.capValue(MIN_ZOOM, zoom, MAX_ZOOM);
+    this.canvas.setViewportTransform([z, 0, 0, z, Math.round(at.x - x * z), Math.round(at.y - y * z)]); // whole pixels are sharp
+    this.changed();
   }
 
   #resize(): void {
-    const { canvas } = this;
-    const middle = util.transformPoint(
-      new Point(canvas.width / 2, canvas.height / 2), util.invertTransform(canvas.viewportTransform),
-    );
-    canvas.setDimensions({ width: this.host.clientWidth, height: this.host.clientHeight });
+    const middle = this.canvas.getVpCenter();
+    this.canvas.setDimensions({ width: this.host.clientWidth, height: this.host.clientHeight });
     if (this.#fitted) this.fit();
-    else this.#show(this.zoom, middle.x, middle.y);
+    else this.#show(this.zoom, middle);
   }
 }
