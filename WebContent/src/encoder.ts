@@ -36,19 +36,15 @@ const CRC = new Uint32Array(256).map((_, n) => {
   for (let k = 0; k < 8; k++) n = n & 1 ? 0xedb88320 ^ (n >>> 1) : n >>> 1;
   return n;
 });
-function crc(bytes: Uint8Array): number {
+function crc(...parts: Uint8Array[]): number {
   let value = 0xffffffff;
-  for (let i = 0; i < bytes.length; i++) value = CRC[(value ^ bytes[i]!) & 0xff]! ^ (value >>> 8);
+  for (const bytes of parts) for (let i = 0; i < bytes.length; i++) value = CRC[(value ^ bytes[i]!) & 0xff]! ^ (value >>> 8);
   return ~value >>> 0;
 }
-function chunk(type: string, data: Uint8Array): Uint8Array<ArrayBuffer> {
-  const bytes = new Uint8Array(data.length + 12);
-  const view = new DataView(bytes.buffer);
-  view.setUint32(0, data.length);
-  for (let i = 0; i < 4; i++) bytes[4 + i] = type.charCodeAt(i);
-  bytes.set(data, 8);
-  view.setUint32(data.length + 8, crc(bytes.subarray(4, data.length + 8)));
-  return bytes;
+const uint32 = (value: number) => new Uint8Array([value >>> 24, value >>> 16, value >>> 8, value]);
+function chunk(type: string, data: Uint8Array<ArrayBuffer>): BlobPart[] {
+  const name = new TextEncoder().encode(type);
+  return [uint32(data.length), name, data, uint32(crc(name, data))];
 }
 
 const [SUB, UP] = [1, 2] as const;
@@ -59,7 +55,7 @@ class Png {
   readonly #parts: BlobPart[] = [];
   readonly #stream = new CompressionStream("deflate");
   readonly #writer = this.#stream.writable.getWriter();
-  readonly #read = this.#stream.readable.pipeTo(new WritableStream({ write: (data) => void this.#parts.push(chunk("IDAT", data)) }));
+  readonly #read = this.#stream.readable.pipeTo(new WritableStream({ write: (data) => void this.#parts.push(...chunk("IDAT", data)) }));
   readonly #pixel: number;
   /** The row before, after as many zeros as a pixel has bytes. */
   #above: Uint8Array;
@@ -69,12 +65,9 @@ class Png {
     this.#pixel = info.isOpaque ? 3 : 4;
     this.#above = new Uint8Array((info.width + 1) * this.#pixel);
     this.#row = new Uint8Array(this.#above.length);
-    const header = new DataView(new ArrayBuffer(13));
-    header.setUint32(0, info.width);
-    header.setUint32(4, info.height);
-    header.setUint8(8, 8); // bits
-    header.setUint8(9, info.isOpaque ? 2 : 6);
-    this.#parts.push(new Uint8Array([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]), chunk("IHDR", new Uint8Array(header.buffer)));
+    const signature = new Uint8Array([0x89, 0x50, 0x4e, 0x47, 0x0d, 0x0a, 0x1a, 0x0a]);
+    const header = new Uint8Array([...uint32(info.width), ...uint32(info.height), /* bits: */ 8, info.isOpaque ? 2 : 6, 0, 0, 0]);
+    this.#parts.push(signature, ...chunk("IHDR", header));
   }
 
   /** Each byte as its difference from the one above it or to its left, whichever way looks smaller for the row. */
@@ -107,7 +100,7 @@ class Png {
   async end(): Promise<Blob> {
     await this.#writer.close();
     await this.#read;
-    return new Blob([...this.#parts, chunk("IEND", new Uint8Array())], { type: "image/png" });
+    return new Blob([...this.#parts, ...chunk("IEND", new Uint8Array())], { type: "image/png" });
   }
 }
 

@@ -89,7 +89,7 @@ function colourMatrix(brightness: number, contrast: number, saturation: number):
 /** An image object that holds the name of its image instead of the image's data. */
 export class AssetImage extends FabricImage {
   static override type = "Image";
-  static override customProperties: string[] = [...ADJUSTMENTS];
+  static override customProperties = ["asset", ...ADJUSTMENTS];
   declare asset: string;
   /** From -1 to 1; left out, or 0, as in the image itself. */
   declare brightness?: number;
@@ -97,7 +97,6 @@ export class AssetImage extends FabricImage {
   declare saturation?: number;
   #cropping = false;
 
-  // eslint-disable-next-line @typescript-eslint/no-explicit-any
   constructor(...options: any[]) {
     super(...(options as [HTMLImageElement]));
     this.once("mousedblclick", enterCropMode); // which then listens for its end, and for the next time
@@ -139,10 +138,6 @@ export class AssetImage extends FabricImage {
   override getSrc(filtered?: boolean): string {
     if (!filtered) return "";
     return this._element instanceof HTMLCanvasElement ? this._element.toDataURL() : (images.assets[this.asset] ?? "");
-  }
-  // eslint-disable-next-line @typescript-eslint/no-explicit-any
-  override toObject(keys: any[] = []): any {
-    return { ...super.toObject(keys), asset: this.asset };
   }
 }
 classRegistry.setClass(AssetImage, "Image");

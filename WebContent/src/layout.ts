@@ -147,15 +147,11 @@ export class LaidOutText extends Textbox {
 
   // ---- writing down ----
 
-  // eslint-disable-next-line @typescript-eslint/no-explicit-any
   override toObject(keys: any[] = []): any {
-    if (!this.hasOneStyle) return super.toObject(keys);
     const { text } = this;
-    this.text = ""; // fabric counts all of its letters, in order to place styles that there are none of
-    try {
-      return { ...super.toObject(keys), text };
-    } finally {
-      this.text = text;
-    }
+    if (this.hasOneStyle) this.text = ""; // fabric counts all of its letters, in order to place styles that there are none of
+    const data = super.toObject(keys);
+    this.text = text;
+    return { ...data, text };
   }
 }

@@ -18,7 +18,6 @@ import { listenToMoving, listenToPanning } from "./pointer";
 import { PathPoints } from "./points";
 import type { Project } from "./project";
 import { ProjectFile } from "./projectFile";
-import { proportions } from "./properties";
 import { offerRecovery } from "./recovery";
 import { Rulers } from "./rulers";
 import { shell } from "./shell";
@@ -99,12 +98,6 @@ const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule(
 
 // ---- commands ----
 
-function copy(): boolean {
-  const text = pasteboard.copy();
-  if (text !== undefined) guarded(() => shell.copy(text, pasteboard.picture()))();
-  return text !== undefined;
-}
-
 const tasks: Commands = {
   new: () => projectFile.replace(blankProject),
   open: () => projectFile.pick(),
@@ -114,8 +107,8 @@ const tasks: Commands = {
   image: () => shell.pickImage(),
   undo: editor.undo,
   redo: editor.redo,
-  copy,
-  cut: () => copy() && edits.remove(),
+  copy: () => pasteboard.copy(),
+  cut: () => pasteboard.copy() && edits.remove(),
   paste: () => shell.paste(),
   duplicate: () => pasteboard.duplicate(),
   delete: () => edits.remove(),
@@ -127,10 +120,7 @@ const tasks: Commands = {
   rename: () => layers.rename(),
   "flip-x": () => edits.flip("flipX"),
   "flip-y": () => edits.flip("flipY"),
-  proportions: () => {
-    proportions.kept = !proportions.kept;
-    $("proportions").setAttribute("aria-pressed", String(proportions.kept));
-  },
+  proportions: () => ($("proportions").ariaPressed = String($("proportions").ariaPressed !== "true")),
   crop: () => edits.crop(),
   rulers: () => rulers.switch(),
   shortcuts: showShortcuts,

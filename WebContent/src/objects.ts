@@ -16,7 +16,7 @@ declare module "fabric" {
   }
 }
 Group.ownDefaults.subTargetCheck = true; // a double click is to know what in the group it is on
-FabricObject.customProperties = ["name", "locked"];
+for (const kind of [FabricObject, CanvasLine, Star, AssetImage]) kind.customProperties = [...kind.customProperties, "name", "locked"];
 Object.assign(FabricObject.ownDefaults, {
   strokeUniform: true, cornerColor: "#ffffff", cornerStyle: "circle", cornerSize: 10, transparentCorners: false,
   borderScaleFactor: 1.5, lockScalingFlip: true, snapAngle: 15, snapThreshold: 4,

@@ -23,6 +23,17 @@ FabricObject.prototype.findControl = function (this: FabricObject, ...at: Parame
   return isActive(this) ? findControl.apply(this, at) : undefined;
 };
 
+/** Seen where a page is transparent. */
+function checkerboard(ctx: CanvasRenderingContext2D): CanvasPattern {
+  const tile = newSheet(16, 16);
+  tile.fillStyle = "#ffffff";
+  tile.fillRect(0, 0, 16, 16);
+  tile.fillStyle = "#dcdfe5";
+  tile.fillRect(0, 0, 8, 8);
+  tile.fillRect(8, 8, 8, 8);
+  return ctx.createPattern(tile.canvas, "repeat")!;
+}
+
 /**
  * Draws the page below its objects and dims what lies outside of it. While something is dragged or a text is edited, what
  * lies below and above it is drawn once.
@@ -31,7 +42,7 @@ export class PageCanvas extends Canvas {
   page: PageFormat = { width: 1, height: 1, background: null };
   #outside = "";
   #edge = "";
-  #checks: CanvasPattern | null = null;
+  readonly #checks = checkerboard(this.getContext());
   #still: StillLayers | undefined;
 
   useTheme(): void {
@@ -40,27 +51,12 @@ export class PageCanvas extends Canvas {
     this.#edge = style.getPropertyValue("--page-edge");
     this.selectionColor = style.getPropertyValue("--marquee");
     this.selectionBorderColor = style.getPropertyValue("--accent");
-    this.#checks = null;
     this.requestRenderAll();
   }
 
   #pageBox(): [number, number, number, number] {
     const [zoom, , , , x, y] = this.viewportTransform;
     return [x, y, this.page.width * zoom, this.page.height * zoom];
-  }
-
-  #checkerboard(ctx: CanvasRenderingContext2D): CanvasPattern | string {
-    if (!this.#checks) {
-      const tile = new OffscreenCanvas(16, 16);
-      const t = tile.getContext("2d")!;
-      t.fillStyle = "#ffffff";
-      t.fillRect(0, 0, 16, 16);
-      t.fillStyle = "#dcdfe5";
-      t.fillRect(0, 0, 8, 8);
-      t.fillRect(8, 8, 8, 8);
-      this.#checks = ctx.createPattern(tile, "repeat");
-    }
-    return this.#checks ?? "#ffffff";
   }
 
   /** What the document knows of an object on this canvas. */
@@ -140,7 +136,7 @@ export class PageCanvas extends Canvas {
   }
 
   override _renderBackground(ctx: CanvasRenderingContext2D): void {
-    ctx.fillStyle = this.page.background ?? this.#checkerboard(ctx);
+    ctx.fillStyle = this.page.background ?? this.#checks;
     ctx.fillRect(...this.#pageBox());
   }
 

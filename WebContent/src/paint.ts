@@ -1,12 +1,10 @@
 // Fills of more than one colour, and shadows: what the fields of the inspector show and change of them.
-import { type FabricObject, Gradient, Shadow, util } from "fabric";
+import { type FabricObject, Gradient, Point, Shadow, util } from "fabric";
 
 /** What a field shows. */
 export type Value = string | number | boolean | null;
 
-const FILLS = ["plain", "linear", "radial"] as const;
-type Fill = (typeof FILLS)[number];
-type Stop = 0 | 1;
+type Fill = "plain" | "linear" | "radial";
 
 const gradientOf = (o: FabricObject): Gradient<"linear" | "radial"> | undefined =>
   o.fill instanceof Gradient ? (o.fill as Gradient<"linear" | "radial">) : undefined;
@@ -14,7 +12,7 @@ const gradientOf = (o: FabricObject): Gradient<"linear" | "radial"> | undefined 
 export const kindOf = (o: FabricObject): Fill => gradientOf(o)?.type ?? "plain";
 
 /** The colour that a fill begins or ends with. */
-export function colourAt(fill: unknown, stop: Stop): Value {
+export function colourAt(fill: unknown, stop: 0 | 1): Value {
   return fill instanceof Gradient ? fill.colorStops[stop]!.color : (fill as Value);
 }
 export function angleOf(o: FabricObject): number {
@@ -22,19 +20,16 @@ export function angleOf(o: FabricObject): number {
   return Math.round(util.radiansToDegrees(Math.atan2(y2 - y1, x2 - x1)));
 }
 
-function setFill(o: FabricObject, kind: Fill, colours: [Value, Value], angle: number): void {
-  if (kind === "plain") return void o.set("fill", colours[0]);
-  const [x, y] = [Math.cos(util.degreesToRadians(angle)) / 2, Math.sin(util.degreesToRadians(angle)) / 2];
+export function changeFill(o: FabricObject, change: { kind?: Fill; colour?: Value; second?: Value; angle?: number }): void {
+  const { kind = kindOf(o), colour = colourAt(o.fill, 0), second = gradientOf(o) ? colourAt(o.fill, 1) : "#ffffff", angle = angleOf(o) } = change;
+  if (kind === "plain") return void o.set("fill", colour);
+  const { x, y } = new Point(0.5, 0).rotate(util.degreesToRadians(angle));
   const coords = kind === "linear"
     ? { x1: 0.5 - x, y1: 0.5 - y, x2: 0.5 + x, y2: 0.5 + y }
     : { x1: 0.5, y1: 0.5, r1: 0, x2: 0.5, y2: 0.5, r2: 0.5 };
-  const colorStops = colours.map((colour, offset) => ({ offset, color: String(colour ?? "#ffffff") }));
+  const colorStops = [colour, second].map((color, offset) => ({ offset, color: String(color ?? "#ffffff") }));
   o.set("fill", new Gradient({ type: kind, coords, colorStops, gradientUnits: "percentage" }));
 }
-export const changeFill = (o: FabricObject, change: { kind?: Fill; colour?: Value; second?: Value; angle?: number }): void => {
-  const { kind = kindOf(o), colour = colourAt(o.fill, 0), second = gradientOf(o) ? colourAt(o.fill, 1) : "#ffffff", angle = angleOf(o) } = change;
-  setFill(o, kind, [colour, second], angle);
-};
 
 type ShadowKey = "color" | "blur" | "offsetX" | "offsetY";
 const NONE = { color: null, blur: 0, offsetX: 0, offsetY: 0 };

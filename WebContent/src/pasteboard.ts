@@ -7,6 +7,7 @@ import type { ObjectEdits } from "./objectEdits";
 import { createImage, createObjects, createShape } from "./objects";
 import { PagePicture } from "./picture";
 import { type Clipboard, type ObjectData, readClipboard, writeClipboard } from "./project";
+import { shell } from "./shell";
 import { looksLikeSvg, readSvg } from "./svg";
 import type { CanvasText } from "./text";
 import { guarded } from "./ui";
@@ -42,15 +43,17 @@ export class Pasteboard {
     this.edits.group();
   }
 
-  /** The selected objects as text, or undefined if nothing is selected. */
-  copy(): string | undefined {
+  /** Copies the selected objects; false if there are none. */
+  copy(): boolean {
     const objects = this.editor.stage.selectedData;
-    if (objects.length === 0) return undefined;
+    if (objects.length === 0) return false;
     this.#pastes = 0;
-    return (this.#copied = writeClipboard({ objects, assets: images.assets }));
+    this.#copied = writeClipboard({ objects, assets: images.assets });
+    guarded(() => shell.copy(this.#copied, this.#picture()))();
+    return true;
   }
   /** Makes a PNG file of what is selected now. */
-  picture(): () => Promise<ArrayBuffer> {
+  #picture(): () => Promise<ArrayBuffer> {
     const page = { ...this.editor.selectionAsPage!, background: null };
     return async () => {
       const picture = await PagePicture.of(page, Math.min(1, Math.sqrt(MOST_PIXELS / (page.width * page.height))));
@@ -78,12 +81,8 @@ export class Pasteboard {
   async #insert({ objects, assets }: Clipboard, offset: number): Promise<void> {
     const names = new Map<string, string>();
     for (const [name, data] of Object.entries(assets)) names.set(name, await images.add(data));
-    const renamed = (o: ObjectData): ObjectData => ({
-      ...o,
-      ...(o.asset !== undefined && { asset: names.get(o.asset) ?? o.asset }),
-      ...(o.objects && { objects: o.objects.map(renamed) }),
-    });
-    const created = await createObjects(objects.map(renamed));
+    const renamed = JSON.stringify(objects, (key, value) => (key === "asset" ? (names.get(value) ?? value) : value));
+    const created = await createObjects(JSON.parse(renamed) as ObjectData[]);
     for (const o of created) o.set({ left: o.left + offset, top: o.top + offset });
     if (created.length > 0) this.editor.stage.place(...created);
   }

@@ -29,11 +29,8 @@ const round = (value: unknown): number => Math.round((value as number) * 10) / 1
 const width = (o: FabricObject): number => o.width * o.scaleX;
 const height = (o: FabricObject): number => o.height * o.scaleY;
 
-/** Whether width and height are changed together. */
-export const proportions = { kept: false };
-
 function resize(o: FabricObject, w?: number, h?: number): void {
-  if (proportions.kept && !(o instanceof CanvasText)) [w, h] = [w ?? (h! * width(o)) / height(o), h ?? (w! * height(o)) / width(o)];
+  if ($("proportions").ariaPressed === "true" && !(o instanceof CanvasText)) [w, h] = [w ?? (h! * width(o)) / height(o), h ?? (w! * height(o)) / width(o)];
   const { left, top } = o;
   const [x, y] = [left - width(o) / 2, top - height(o) / 2];
   if (o instanceof CanvasText) o.set("width", w ?? o.width);

@@ -176,7 +176,7 @@ export class Stage {
   }
 
   #styleControls(): void {
-    const accent = getComputedStyle(document.documentElement).getPropertyValue("--accent");
+    const { selectionBorderColor: accent } = this.canvas;
     for (const o of [...this.edited, this.active ?? {}]) { // not by its setters: nothing of the object itself changes
       Object.assign(o, { borderColor: accent, cornerStrokeColor: accent, editingBorderColor: accent, cursorColor: accent });
     }

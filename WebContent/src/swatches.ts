@@ -3,21 +3,14 @@ import type { Editor } from "./editor";
 import type { ObjectData, PageData } from "./project";
 
 const SHOWN = 12;
-const ofPages = new WeakMap<PageData, Map<string, number>>();
+const ofPages = new WeakMap<PageData, unknown[]>();
 let shown: readonly PageData[] | undefined;
 
-/** How often each colour is used on a page. */
-function coloursOf(page: PageData): Map<string, number> {
-  const known = ofPages.get(page);
-  if (known) return known;
-  const counts = new Map<string, number>();
-  const count = (o: ObjectData): void => {
-    for (const colour of [o.fill, o.stroke]) if (typeof colour === "string") counts.set(colour, (counts.get(colour) ?? 0) + 1);
-    o.objects?.forEach(count);
-  };
-  page.objects.forEach(count);
-  ofPages.set(page, counts);
-  return counts;
+const coloursIn = (objects: readonly ObjectData[]): unknown[] => objects.flatMap((o) => [o.fill, o.stroke, ...coloursIn(o.objects ?? [])]);
+function coloursOf(page: PageData): unknown[] {
+  const colours = ofPages.get(page) ?? coloursIn(page.objects);
+  ofPages.set(page, colours);
+  return colours;
 }
 
 /** Shows the most used colours in the rows that are made for them; a press gives one to the row's property. */
@@ -25,7 +18,7 @@ export function showSwatches(editor: Editor, pick: (prop: string, colour: string
   if (editor.state.pages === shown) return;
   shown = editor.state.pages;
   const counts = new Map<string, number>();
-  for (const page of shown) for (const [colour, n] of coloursOf(page)) counts.set(colour, (counts.get(colour) ?? 0) + n);
+  for (const colour of shown.flatMap(coloursOf)) if (typeof colour === "string") counts.set(colour, (counts.get(colour) ?? 0) + 1);
   const colours = [...counts].sort((a, b) => b[1] - a[1]).slice(0, SHOWN).map(([colour]) => colour);
   for (const row of document.querySelectorAll<HTMLElement>("[data-swatches]")) {
     if (row.dataset.shown === colours.join()) continue;

@@ -244,6 +244,8 @@ def test_keys_change_the_selected_objects(editor, tmp_path):
     assert editor.objects(tmp_path / "empty.json") == []
     editor.key(*["ctrl+shift+z"] * 7)
     assert editor.objects(tmp_path / "again.json") == [second]
+    editor.key("s", "Return", "ctrl+l")
+    assert editor.objects(tmp_path / "locked.json")[-1].get("locked")
 
 
 def test_outlines_and_lines_are_drawn_by_keyboard(editor, tmp_path):
