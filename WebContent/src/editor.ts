@@ -49,8 +49,6 @@ export class Editor {
     await this.#refresh();
   }
 
-  // ---- history ----
-
   #push(change: Partial<DocumentState>, tag?: string): void {
     this.history.push({ ...this.state, page: this.page, ...change }, tag);
     this.events.changed();
@@ -96,8 +94,6 @@ export class Editor {
   rename(name: string): void {
     if (name !== this.state.name) this.#push({ name }, "name");
   }
-
-  // ---- pages ----
 
   async goTo(page: number): Promise<void> {
     if (page === this.page || !this.state.pages[page]) return;

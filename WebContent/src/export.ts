@@ -17,7 +17,6 @@ interface ExportOptions {
   format: Bitmap | "pdf" | "svg";
   /** Pixels per page unit. */
   scale: number;
-  /** Of JPEG, from 0 to 1. */
   quality: number;
 }
 

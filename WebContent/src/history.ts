@@ -54,7 +54,6 @@ export class History<T> {
     this.#tag = "";
     return this.canRedo ? this.#states[++this.#at] : undefined;
   }
-  /** `undefined` marks the document as never saved. */
   markSaved(state: T | undefined = this.current): void {
     this.#saved = state;
   }

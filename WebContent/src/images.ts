@@ -118,7 +118,6 @@ export class AssetImage extends FabricImage {
     if (ADJUSTMENTS.some((key) => image[key])) image.adjust();
     return image;
   }
-  /** Applies brightness, contrast and saturation. */
   adjust(): void {
     const { brightness = 0, contrast = 0, saturation = 0 } = this;
     this.applyFilters([]); // what was applied may be another image's as well

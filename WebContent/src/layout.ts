@@ -42,8 +42,6 @@ export class LaidOutText extends Textbox {
     this.rows = new WeakMap();
   }
 
-  // ---- measuring ----
-
   override _getGraphemeBox(letter: string, line: number, at: number, before?: string, skipLeft?: boolean): GraphemeBBox {
     if (!this.hasOneStyle) return super._getGraphemeBox(letter, line, at, before, skipLeft);
     let after = this.boxes.get(before ?? "");
@@ -71,8 +69,6 @@ export class LaidOutText extends Textbox {
   override getHeightOfChar(line: number, at: number): number {
     return this.hasOneStyle ? this.fontSize : super.getHeightOfChar(line, at);
   }
-
-  // ---- breaking into rows ----
 
   override _splitTextIntoLines(text: string): ReturnType<Textbox["_splitTextIntoLines"]> {
     const lines = text.split(this._reNewline);
@@ -124,8 +120,6 @@ export class LaidOutText extends Textbox {
     if (widestWord > this.dynamicMinWidth) this.dynamicMinWidth = widestWord;
   }
 
-  // ---- drawing ----
-
   override _renderTextCommon(ctx: CanvasRenderingContext2D, method: "fillText" | "strokeText"): void {
     if (this.shadow) return super._renderTextCommon(ctx, method); // what is out of sight may throw one into it
     const { width, height } = ctx.canvas;
@@ -144,8 +138,6 @@ export class LaidOutText extends Textbox {
     }
     ctx.restore();
   }
-
-  // ---- writing down ----
 
   override toObject(keys: any[] = []): any {
     const { text } = this;

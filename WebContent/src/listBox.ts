@@ -5,7 +5,6 @@ import { util } from "fabric";
 const FAR = 5; // pixels until a press has become a drag
 
 interface Rows {
-  /** How many there are. */
   count(): number;
   /** The one that the keys go on from. */
   current(): number;

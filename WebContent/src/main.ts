@@ -55,8 +55,6 @@ const layers = new Layers(editor, edits);
 const pages = new Pages(editor);
 let autosave: Autosave | undefined;
 
-// ---- what the page shows of the project ----
-
 function update(): void {
   const { name } = editor.state;
   document.title = `${editor.history.isSaved ? "" : "• "}${name || UNTITLED} – Quillory`;
@@ -87,16 +85,12 @@ function updateButtons(): void {
   }
 }
 
-// ---- projects ----
-
 async function openProject(project: Project, saved: boolean): Promise<void> {
   await editor.open(project, saved, () => autosave?.startSession());
   stage.view.fit();
   announce(t("{name} opened", { name: project.name || UNTITLED }));
 }
 const projectFile = new ProjectFile(editor, () => (update(), autosave?.schedule()), openProject);
-
-// ---- commands ----
 
 const tasks: Commands = {
   new: () => projectFile.replace(blankProject),
@@ -176,8 +170,6 @@ listenToUndoCommands(commands.undo!, commands.redo!);
 
 const nameField = $<HTMLInputElement>("project-name");
 nameField.addEventListener("input", () => editor.rename(nameField.value));
-
-// ---- start ----
 
 window.addEventListener("error", (e) => tellError(e.error));
 

@@ -130,7 +130,6 @@ export class ObjectEdits {
     canvas.arrange(where === "front" ? [...others, ...selection] : where === "back" ? [...selection, ...others] : order);
     this.#changed();
   }
-  /** Takes an object to a place in the pile. */
   takeObject(object: FabricObject, to: number): void {
     this.editor.stage.canvas.moveObjectTo(object, to);
     this.#changed();

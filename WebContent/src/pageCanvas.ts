@@ -1,5 +1,5 @@
 // The canvas of one page: what it draws below, above and around the objects.
-import { ActiveSelection, Canvas, FabricObject, type Group, type TPointerEvent } from "fabric";
+import { ActiveSelection, Canvas, FabricObject, type TPointerEvent } from "fabric";
 import { groupAround } from "./objects";
 import type { ObjectData, PageData } from "./project";
 import { dataOf, describe } from "./record";
@@ -67,9 +67,8 @@ export class PageCanvas extends Canvas {
   isSelected(object: FabricObject): boolean {
     const active = this._activeObject;
     if (!active || object === active || object.group === active) return active !== undefined;
-    let around = groupAround(active);
-    while (around && around !== object) around = around.parent as Group | undefined;
-    return around !== undefined;
+    const around = groupAround(active);
+    return around === object || (around?.isDescendantOf(object) ?? false);
   }
 
   /** Puts these objects on the canvas, in this order; those that are on it already stay. */

@@ -52,7 +52,6 @@ export class PagePicture {
     return canvas.getElement();
   }
 
-  /** Frees the pixels at once. */
   free(): void {
     const element = this.#canvas.getElement();
     element.width = element.height = 0;

@@ -28,7 +28,7 @@ Base.prototype._set = function (this: FabricObject, key: string, value: unknown)
   }
   return set.call(this, key, value);
 };
-const topOf = (object: FabricObject): FabricObject => {
+export const topOf = (object: FabricObject): FabricObject => {
   while (object.parent) object = object.parent;
   return object;
 };

@@ -6,7 +6,7 @@ import { AssetImage } from "./images";
 import { bakeScale, createObjects, groupAround } from "./objects";
 import { PageCanvas, type PageFormat } from "./pageCanvas";
 import { FormatError, type ObjectData, type PageData } from "./project";
-import { identityOf, remember } from "./record";
+import { identityOf, remember, topOf } from "./record";
 import { CanvasText } from "./text";
 import { Viewport } from "./viewport";
 
@@ -64,8 +64,6 @@ export class Stage {
     window.addEventListener("load", () => canvas.useTheme()); // the style sheet may come after the script
   }
 
-  // ---- the page ----
-
   /** Puts a page on the canvas; its images are decoded already, so that this ends before the next event. */
   async show(page: PageData, selected?: ReadonlySet<object>): Promise<void> {
     const turn = ++this.#loading;
@@ -116,18 +114,14 @@ export class Stage {
     return { width, height, background, objects: this.objects.map((o) => this.canvas.dataOf(o)) };
   }
 
-  // ---- selection ----
-
   get objects(): FabricObject[] {
     return this.canvas.getObjects();
   }
   /** The selected objects from back to front. */
   get selection(): FabricObject[] {
     const { active } = this;
-    if (!active || (active instanceof ActiveSelection && !this.groupAround)) return active ? this.objects.filter((o) => this.canvas.isSelected(o)) : [];
-    let outermost = this.groupAround ?? active;
-    while (outermost.parent) outermost = outermost.parent as Group;
-    return [outermost];
+    if (active instanceof ActiveSelection && !this.groupAround) return this.objects.filter((o) => this.canvas.isSelected(o));
+    return active ? [topOf(this.groupAround ?? active)] : [];
   }
   get selectedData(): ObjectData[] {
     return this.selection.map((o) => this.canvas.dataOf(o));

@@ -46,12 +46,8 @@ export async function readSvg(source: string, page: { width: number; height: num
   const group = new Group([util.groupSVGElements(drawn, options)]);
   group.scale(Math.min(1, util.findScaleToFit(group, page)));
   group.set({ left: page.width / 2, top: page.height / 2 });
-  const parts: FabricObject[] = [group];
-  for (let at = 0; at < parts.length; at++) {
-    const part = parts[at];
-    if (part instanceof Group) parts.splice(at--, 1, ...(part.removeAll() as FabricObject[]));
-  }
-  return parts.map(dataOf).filter((data) => data !== undefined);
+  const partsOf = (o: FabricObject): FabricObject[] => (o instanceof Group ? (o.removeAll() as FabricObject[]).flatMap(partsOf) : [o]);
+  return partsOf(group).map(dataOf).filter((data) => data !== undefined);
 }
 
 /** The lines under a text where the canvas draws them: those of a drawing have another place and thickness. */

@@ -27,8 +27,6 @@ export class CanvasText extends LaidOutText {
     else measure();
   }
 
-  // ---- the cursor ----
-
   /** On the screen alone: a picture of the page is drawn while a text is edited too. */
   override render(ctx: CanvasRenderingContext2D): void {
     this.hasScreen = ctx === this.canvas?.getContext();
@@ -68,8 +66,6 @@ export class CanvasText extends LaidOutText {
       this._updateTextarea();
     }
   }
-
-  // ---- styles ----
 
   /** Whether letters are typed at a cursor, none of them selected. */
   get hasCursor(): boolean {
