@@ -15,26 +15,6 @@
 
 namespace quillory {
 
-namespace {
-
-// The first event number of the extension, 0 without it.
-std::uint8_t setUpKeymapExtension(xcb_connection_t* connection)
-{
-    std::uint8_t firstEvent = 0;
-    const bool there = xcb_connection_has_error(connection) == 0
-        && xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &firstEvent, nullptr)
-            != 0;
-    return there ? firstEvent : std::uint8_t {0};
-}
-
-XcbConnection openDisplay(const std::string& name)
-{
-    return XcbConnection(xcb_connect(name.empty() ? nullptr : name.c_str(), nullptr));
-}
-
-}
-
 std::unique_ptr<X11KeyGrab> X11KeyGrab::make(const std::string& displayName)
 {
     std::unique_ptr<X11KeyGrab> self(new X11KeyGrab);
@@ -46,23 +26,25 @@ std::unique_ptr<X11KeyGrab> X11KeyGrab::make(const std::string& displayName)
 
 bool X11KeyGrab::isAvailable(const std::string& displayName)
 {
-    const auto connection = openDisplay(displayName);
-    return setUpKeymapExtension(connection.get()) != 0;
+    return X11KeyGrab().connect(displayName);
 }
 
 bool X11KeyGrab::connect(const std::string& displayName)
 {
-    m_connection = openDisplay(displayName);
-    m_firstKeymapEvent = setUpKeymapExtension(m_connection.get());
-    if (m_firstKeymapEvent == 0)
+    m_connection.reset(xcb_connect(displayName.c_str(), nullptr));
+    auto* connection = m_connection.get();
+    if (!isConnected()
+        || xkb_x11_setup_xkb_extension(connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+                                       XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &m_firstKeymapEvent,
+                                       nullptr)
+            == 0)
         return false;
-    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection.get())); screen.rem > 0;
-         xcb_screen_next(&screen))
+    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(connection)); screen.rem > 0; xcb_screen_next(&screen))
         m_roots.push_back(screen.data->root);
     selectKeymapEvents();
     constexpr std::string_view activeWindow = "_NET_ACTIVE_WINDOW";
-    const auto request = xcb_intern_atom(m_connection.get(), 0, activeWindow.size(), activeWindow.data());
-    const XcbMemory<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection.get(), request, nullptr));
+    const auto request = xcb_intern_atom(connection, 0, activeWindow.size(), activeWindow.data());
+    const XcbMemory<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, request, nullptr));
     if (reply)
         m_activeWindow = reply->atom;
     return true;
