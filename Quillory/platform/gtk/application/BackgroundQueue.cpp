@@ -1,26 +1,25 @@
 #include "platform/gtk/application/BackgroundQueue.h"
 
 #include "platform/glib/BoxedFunction.h"
+#include "platform/gtk/application/MainQueue.h"
 
 namespace quillory::gtk {
 
-struct BackgroundQueue::Job {
-    std::function<void()> work;
-    std::function<void()> done;
-};
+using Job = BoxedFunction<void()>;
 
 void BackgroundQueue::add(std::function<void()> work, std::function<void()> done)
 {
+    auto job = [work = std::move(work), done = std::move(done)]() mutable {
+        guarded(work);
+        MainQueue().async(std::move(done));
+    };
     // A thread that cannot be started now takes what waits when it can.
-    g_thread_pool_push(m_pool.get(), std::make_unique<Job>(Job {std::move(work), std::move(done)}).release(), nullptr);
+    g_thread_pool_push(m_pool.get(), Job::make(std::move(job)), nullptr);
 }
 
-void BackgroundQueue::run(gpointer data, gpointer)
+void BackgroundQueue::run(gpointer job, gpointer)
 {
-    using Done = BoxedFunction<void()>;
-    const std::unique_ptr<Job> job(static_cast<Job*>(data));
-    guarded(job->work);
-    g_idle_add_full(G_PRIORITY_DEFAULT, Done::callOnce, Done::make(std::move(job->done)), Done::free);
+    Job::take(job)();
 }
 
 }

@@ -14,8 +14,6 @@ public:
     void add(std::function<void()> work, std::function<void()> done);
 
 private:
-    struct Job;
-
     static void run(gpointer job, gpointer);
     // Nobody waits for its thread: a file system that does not answer would keep the program from ending.
     struct Free {

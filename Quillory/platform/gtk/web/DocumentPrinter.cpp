@@ -11,6 +11,7 @@
 #include "platform/Localization.h"
 #include "platform/glib/GObjectPtr.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/gtk/application/MainQueue.h"
 #include "platform/gtk/application/SoftwareRendering.h"
 #include "platform/gtk/web/EngineThreads.h"
 #include "platform/gtk/web/PrintedFile.h"
@@ -62,16 +63,6 @@ GObjectPtr<WebKitWebView> makeView(const std::string& style)
     return sink(WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings.get(), "user-content-manager",
                                              manager.get(), "default-content-security-policy",
                                              "default-src 'none'; img-src data:; style-src 'unsafe-inline'", nullptr)));
-}
-
-// The file's content, which holds the file.
-GBytesPtr contentOf(std::shared_ptr<PrintedFile> file)
-{
-    using Owner = std::shared_ptr<PrintedFile>;
-    const auto content = file->content();
-    const auto free = [](gpointer owner) { std::unique_ptr<Owner>(static_cast<Owner*>(owner)); };
-    return GBytesPtr(g_bytes_new_with_free_func(content.data(), content.size(), free,
-                                                std::make_unique<Owner>(std::move(file)).release()));
 }
 
 // The name of the printer that writes files, another one in each language. Empty if there is none.
@@ -140,12 +131,13 @@ public:
         webkit_web_view_load_bytes(m_view.get(), std::exchange(m_html, nullptr).get(), "text/html", "utf-8", nullptr);
     }
 
-    void complete()
+    // With what came into the file.
+    void complete(GBytesPtr pdf)
     {
         m_view.reset();
-        if (m_error.empty() && !m_file->isWhole())
+        if (m_error.empty() && !pdf)
             m_error = localized("The pages could not be printed");
-        m_completion(m_error.empty() ? contentOf(std::move(m_file)) : nullptr, m_error);
+        m_completion(m_error.empty() ? std::move(pdf) : nullptr, m_error);
     }
 
 private:
@@ -174,9 +166,8 @@ private:
         if (!error.empty())
             m_error = error;
         m_loadChanged.reset();
-        using Printed = BoxedFunction<void()>;
-        if (auto printed = std::exchange(m_printed, nullptr))
-            g_idle_add_full(G_PRIORITY_DEFAULT, Printed::callOnce, Printed::make(std::move(printed)), Printed::free);
+        if (m_printed)
+            MainQueue().async(std::exchange(m_printed, nullptr));
     }
 
     GBytesPtr m_html;
@@ -197,8 +188,6 @@ DocumentPrinter::DocumentPrinter(BackgroundQueue& backgroundQueue)
 {
 }
 
-DocumentPrinter::~DocumentPrinter() = default;
-
 void DocumentPrinter::print(GBytesPtr html, std::vector<PageSize> pages, Completion completion)
 {
     m_jobs.push_back(std::make_shared<Job>(std::move(html), std::move(pages), std::move(completion)));
@@ -209,14 +198,14 @@ void DocumentPrinter::print(GBytesPtr html, std::vector<PageSize> pages, Complet
 void DocumentPrinter::startNext()
 {
     m_jobs.front()->start([this] {
-        const auto file = m_jobs.front()->file();
-        m_backgroundQueue.add([file] { file->read(); },
-                              [this] {
+        const auto pdf = std::make_shared<GBytesPtr>();
+        m_backgroundQueue.add([file = m_jobs.front()->file(), pdf] { *pdf = file->content(); },
+                              [this, pdf] {
                                   const auto job = std::move(m_jobs.front());
                                   m_jobs.pop_front();
                                   if (!m_jobs.empty())
                                       startNext();
-                                  job->complete();
+                                  job->complete(std::move(*pdf));
                               });
     });
 }

@@ -17,7 +17,6 @@ namespace quillory::gtk {
 class DocumentPrinter {
 public:
     explicit DocumentPrinter(BackgroundQueue& backgroundQueue);
-    ~DocumentPrinter();
     DocumentPrinter(const DocumentPrinter&) = delete;
     DocumentPrinter& operator=(const DocumentPrinter&) = delete;
 

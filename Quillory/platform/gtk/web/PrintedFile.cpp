@@ -1,7 +1,6 @@
 #include "platform/gtk/web/PrintedFile.h"
 
 #include <sys/mman.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <charconv>
@@ -56,28 +55,21 @@ PrintedFile::PrintedFile(unsigned side, std::vector<PageSize> pages)
 {
 }
 
-PrintedFile::~PrintedFile()
-{
-    if (!m_content.empty())
-        munmap(m_content.data(), m_content.size());
-}
-
 std::string PrintedFile::uri() const
 {
     return m_file ? "file:///proc/self/fd/" + std::to_string(m_file.get()) : std::string();
 }
 
-void PrintedFile::read()
+GBytesPtr PrintedFile::content() const
 {
-    struct stat status { };
-    if (fstat(m_file.get(), &status) != 0 || status.st_size == 0)
-        return;
-    const auto size = static_cast<std::size_t>(status.st_size);
-    void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, m_file.get(), 0);
-    if (memory == MAP_FAILED)
-        return;
-    m_content = {static_cast<std::byte*>(memory), size};
-    m_isWhole = cutPrintedPages(m_content, m_side, m_pages);
+    const std::unique_ptr<GMappedFile, decltype(&g_mapped_file_unref)> file(
+        g_mapped_file_new_from_fd(m_file.get(), TRUE, nullptr), g_mapped_file_unref);
+    if (!file)
+        return nullptr;
+    auto* memory = reinterpret_cast<std::byte*>(g_mapped_file_get_contents(file.get()));
+    if (!cutPrintedPages({memory, g_mapped_file_get_length(file.get())}, m_side, m_pages))
+        return nullptr;
+    return GBytesPtr(g_mapped_file_get_bytes(file.get()));
 }
 
 // The engine writes the pages' dictionaries in plain text at the end of the file, in the pages' order. A smaller box is

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/glib/GObjectPtr.h"
 #include "support/FileDescriptor.h"
 
 namespace quillory::gtk {
@@ -25,25 +26,17 @@ public:
     // On squares of `side` points, from which each page is cut: the part in the lower left corner that is as large as
     // `pages` says.
     PrintedFile(unsigned side, std::vector<PageSize> pages);
-    ~PrintedFile();
-    PrintedFile(const PrintedFile&) = delete;
-    PrintedFile& operator=(const PrintedFile&) = delete;
 
     // For this process, as long as this lives. Empty if the file could not be made.
     std::string uri() const;
 
-    // Takes what was printed, and cuts the pages. Any thread.
-    void read();
-    // Whether there are as many pages as there should be.
-    bool isWhole() const { return m_isWhole; }
-    std::span<const std::byte> content() const { return m_content; }
+    // What was printed, with the pages cut; null if there are not as many as there should be. Any thread.
+    GBytesPtr content() const;
 
 private:
     unsigned m_side;
     std::vector<PageSize> m_pages;
     FileDescriptor m_file;
-    std::span<std::byte> m_content;
-    bool m_isWhole = false;
 };
 
 // False, and the file is of no use, if it has not as many pages.
