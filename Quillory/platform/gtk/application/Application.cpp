@@ -45,8 +45,6 @@ Application::Application(std::string identifier, std::filesystem::path icons, st
 {
 }
 
-Application::~Application() = default;
-
 int Application::run(ApplicationDelegate& delegate, const Scene& scene)
 {
     m_scene = &scene;
@@ -76,8 +74,7 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
         gtk_application_new(m_identifier.empty() ? nullptr : m_identifier.c_str(), G_APPLICATION_NON_UNIQUE));
     const auto startup = connectScoped<void()>(m_application.get(), "startup", [&] {
         using Work = BoxedFunction<void()>;
-        ownName();
-        followColorScheme();
+        connectToBus();
         g_idle_add_full(G_PRIORITY_LOW, Work::callOnce, Work::make([this] { useIcon(); }), Work::free);
         terminateOnSignals();
         g_application_hold(G_APPLICATION(m_application.get()));
@@ -96,15 +93,11 @@ int Application::runEventLoop(ApplicationDelegate& delegate)
 
     const int status = g_application_run(G_APPLICATION(m_application.get()), 0, nullptr);
     m_dialogs.clear();
-    if (m_nameOwner != 0)
-        g_bus_unown_name(m_nameOwner);
     return status;
 }
 
-void Application::ownName()
+void Application::connectToBus() const
 {
-    if (m_identifier.empty())
-        return;
     GError* error = nullptr;
     const GObjectPtr<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error));
     const GErrorPtr owner(error);
@@ -114,8 +107,11 @@ void Application::ownName()
     }
     // Without a bus the program still runs; when the bus goes it stays.
     g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-    m_nameOwner = g_bus_own_name(G_BUS_TYPE_SESSION, m_identifier.c_str(), G_BUS_NAME_OWNER_FLAGS_NONE, nullptr,
-                                 nullptr, nullptr, nullptr, nullptr);
+    followColorScheme(bus.get());
+    // The name goes with the process.
+    if (!m_identifier.empty())
+        g_bus_own_name_on_connection(bus.get(), m_identifier.c_str(), G_BUS_NAME_OWNER_FLAGS_NONE, nullptr, nullptr,
+                                     nullptr, nullptr);
 }
 
 // The desktop finds the icon of an installed program by itself; a tree that was moved brings its own. Looking

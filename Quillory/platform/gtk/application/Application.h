@@ -23,7 +23,6 @@ public:
     // An empty identifier leaves the program without a name on the session bus. `icons` is a folder of
     // icon themes that has the application's icon, `page` the one that has the page; both may be missing.
     Application(std::string identifier, std::filesystem::path icons, std::filesystem::path page);
-    ~Application() override;
 
     int run(ApplicationDelegate& delegate, const Scene& scene) override;
     void terminate() override;
@@ -67,7 +66,7 @@ public:
 
 private:
     int runEventLoop(ApplicationDelegate& delegate);
-    void ownName();
+    void connectToBus() const;
     void useIcon() const;
     void terminateOnSignals();
     void prepareForPage() const;
@@ -79,7 +78,6 @@ private:
     const Scene* m_scene = nullptr;
     GObjectPtr<GtkApplication> m_application;
     std::set<std::shared_ptr<void>> m_dialogs;
-    guint m_nameOwner = 0;
     std::function<void(GtkWindow*)> m_mainWindowShown;
     std::uint32_t m_userTime = 0;
     std::vector<GtkWindow*> m_modalAlerts; // they unregister before they go

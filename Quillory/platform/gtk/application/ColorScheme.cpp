@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "platform/glib/GObjectPtr.h"
-#include "platform/gtk/application/AccentColor.h"
 
 namespace quillory::gtk {
 
@@ -22,6 +22,19 @@ constexpr const char* toolkitKey = "gtk-application-prefer-dark-theme";
 
 enum Scheme : std::uint32_t { noPreference, preferDark, preferLight };
 
+// What the toolkit's own theme has in its own blue, of the parts that the program's windows have.
+constexpr const char* accentRules = R"(
+menubar > item:hover, menubar > item:selected {
+  box-shadow: inset 0 -3px @desktop_accent;
+  color: mix(@desktop_accent, @theme_fg_color, 0.5);
+}
+link, button.link, button.link > label { color: mix(@desktop_accent, @theme_fg_color, 0.5); }
+:focus-visible { outline-color: alpha(@desktop_accent, 0.6); }
+)";
+
+std::string accentColor;
+std::function<void(const std::string&)> accentListener;
+
 void setScheme(std::uint32_t scheme)
 {
     auto* settings = gtk_settings_get_default();
@@ -29,6 +42,39 @@ void setScheme(std::uint32_t scheme)
         g_object_set(settings, toolkitKey, static_cast<gboolean>(scheme == preferDark), nullptr);
     else
         gtk_settings_reset_property(settings, toolkitKey);
+}
+
+GtkCssProvider* accentStyles()
+{
+    static const auto provider = [] {
+        GObjectPtr<GtkCssProvider> made(gtk_css_provider_new());
+        gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(made.get()),
+                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+        return made;
+    }();
+    return provider.get();
+}
+
+// Parts that are not between 0 and 1 mean that there is none: the theme's own is back then.
+std::string cssColor(double red, double green, double blue)
+{
+    for (const double part : {red, green, blue}) {
+        if (!(part >= 0 && part <= 1))
+            return {};
+    }
+    const GdkRGBA color {static_cast<float>(red), static_cast<float>(green), static_cast<float>(blue), 1};
+    return GStringPtr(gdk_rgba_to_string(&color)).get();
+}
+
+void setAccentColor(std::string color)
+{
+    if (color == accentColor)
+        return;
+    accentColor = std::move(color);
+    const auto css = accentColor.empty() ? "" : "@define-color desktop_accent " + accentColor + ";" + accentRules;
+    gtk_css_provider_load_from_data(accentStyles(), css.c_str(), -1);
+    if (accentListener)
+        accentListener(accentColor);
 }
 
 // Takes the value in as many variants as a portal wraps it: one in a signal, two in an answer.
@@ -43,7 +89,7 @@ void applySetting(std::string_view key, GVariantPtr value)
         double green = 0;
         double blue = 0;
         g_variant_get(value.get(), "(ddd)", &red, &green, &blue);
-        setAccentColor(red, green, blue);
+        setAccentColor(cssColor(red, green, blue));
     }
 }
 
@@ -62,25 +108,23 @@ void answered(GObject* bus, GAsyncResult* result, gpointer key)
         applySetting(static_cast<const char*>(key), GVariantPtr(g_variant_get_child_value(reply.get(), 0)));
 }
 
-void connected(GObject*, GAsyncResult* result, gpointer)
+}
+
+void followColorScheme(GDBusConnection* sessionBus)
 {
-    const GObjectPtr<GDBusConnection> bus(g_bus_get_finish(result, nullptr));
-    if (!bus)
-        return;
-    g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-    g_dbus_connection_signal_subscribe(bus.get(), portalName, settingsInterface, "SettingChanged", portalPath, group,
+    g_dbus_connection_signal_subscribe(sessionBus, portalName, settingsInterface, "SettingChanged", portalPath, group,
                                        G_DBUS_SIGNAL_FLAGS_NONE, changed, nullptr, nullptr);
     for (const char* key : {schemeKey, accentKey})
-        g_dbus_connection_call(bus.get(), portalName, portalPath, settingsInterface, "Read",
+        g_dbus_connection_call(sessionBus, portalName, portalPath, settingsInterface, "Read",
                                g_variant_new("(ss)", group, key), G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE, -1,
                                nullptr, answered, const_cast<char*>(key));
 }
 
-}
-
-void followColorScheme()
+void listenToAccentColor(std::function<void(const std::string&)> listener)
 {
-    g_bus_get(G_BUS_TYPE_SESSION, nullptr, connected, nullptr);
+    accentListener = std::move(listener);
+    if (accentListener)
+        accentListener(accentColor);
 }
 
 }

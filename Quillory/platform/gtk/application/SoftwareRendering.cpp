@@ -16,8 +16,6 @@ namespace {
 constexpr const char* variable = "GSK_RENDERER";
 constexpr const char* softwareRenderer = "cairo";
 
-bool inSoftware = false;
-
 // Mesa's names for the processor.
 bool isSoftware(std::string_view renderer)
 {
@@ -43,18 +41,13 @@ std::string_view rendererOf(GdkDisplay* display)
 
 void chooseRendering()
 {
-    if (const char* chosen = g_getenv(variable)) {
-        inSoftware = std::string_view(chosen) == softwareRenderer;
-        return;
-    }
-    inSoftware = isSoftware(rendererOf(gdk_display_get_default()));
-    if (inSoftware)
+    if (g_getenv(variable) == nullptr && isSoftware(rendererOf(gdk_display_get_default())))
         g_setenv(variable, softwareRenderer, FALSE);
 }
 
 bool rendersInSoftware()
 {
-    return inSoftware;
+    return g_strcmp0(g_getenv(variable), softwareRenderer) == 0;
 }
 
 }

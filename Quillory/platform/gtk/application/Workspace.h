@@ -14,7 +14,11 @@ public:
     {
     }
 
-    void openURL(const std::string& url) override;
+    void openURL(const std::string& url) override
+    {
+        if (url == accessibilitySettingsURL)
+            m_hotkeyBackend().openShortcutSettings();
+    }
 
 private:
     std::function<HotkeyBackend&()> m_hotkeyBackend;

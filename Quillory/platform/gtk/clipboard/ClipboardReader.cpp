@@ -18,20 +18,13 @@ namespace {
 
 constexpr std::chrono::seconds patience {5};
 
-bool isEmpty(GdkContentFormats* formats)
-{
-    gsize mimeTypes = 0;
-    gsize types = 0;
-    gdk_content_formats_get_mime_types(formats, &mimeTypes);
-    gdk_content_formats_get_gtypes(formats, &types);
-    return mimeTypes + types == 0;
-}
-
 // Only X11 has owners that have not said yet what they offer.
 bool awaitsFormats(GdkClipboard* clipboard)
 {
     auto* display = gdk_clipboard_get_display(clipboard);
-    if (!isX11(display) || gdk_clipboard_is_local(clipboard) || !isEmpty(gdk_clipboard_get_formats(clipboard)))
+    gsize offered = 0;
+    gdk_content_formats_get_mime_types(gdk_clipboard_get_formats(clipboard), &offered);
+    if (!isX11(display) || gdk_clipboard_is_local(clipboard) || offered > 0)
         return false;
     const auto selection = gdk_x11_get_xatom_by_name_for_display(display, "CLIPBOARD");
     return XGetSelectionOwner(gdk_x11_display_get_xdisplay(display), selection) != None;

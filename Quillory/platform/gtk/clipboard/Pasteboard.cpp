@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "platform/glib/BoxedFunction.h"
 #include "platform/gtk/clipboard/ClipboardReader.h"
 #include "platform/gtk/clipboard/ImageConversion.h"
 #include "support/UTF8.h"
@@ -34,11 +35,10 @@ std::string_view view(GBytes* bytes)
 
 GBytesPtr copyOf(const TextHandle& text)
 {
-    auto string = std::make_unique<std::string>(text->utf8());
-    const auto* data = string->data();
-    const auto size = string->size();
-    return GBytesPtr(g_bytes_new_with_free_func(
-        data, size, [](gpointer owned) { delete static_cast<std::string*>(owned); }, string.release()));
+    using Holder = BoxedFunction<void()>;
+    const auto string = std::make_shared<const std::string>(text->utf8());
+    return GBytesPtr(
+        g_bytes_new_with_free_func(string->data(), string->size(), Holder::free, Holder::make([string] {})));
 }
 
 std::optional<std::string> validText(GBytesPtr bytes)
@@ -123,12 +123,6 @@ private:
 
 }
 
-Pasteboard::~Pasteboard()
-{
-    if (m_publication != 0)
-        g_source_remove(m_publication);
-}
-
 void Pasteboard::clearContents()
 {
     m_contents = std::make_shared<Contents>();
@@ -163,18 +157,15 @@ void Pasteboard::setString(const TextHandle& text, const std::string& type)
 // Other programs see one change of owner, not one for each type.
 void Pasteboard::schedulePublication()
 {
-    if (m_publication != 0)
-        return;
-    const auto run = [](gpointer self) -> gboolean {
-        static_cast<Pasteboard*>(self)->publish();
-        return G_SOURCE_REMOVE;
+    const auto publishOnce = [this] {
+        publish();
+        return false;
     };
-    m_publication = g_idle_add_full(G_PRIORITY_HIGH, run, this, nullptr);
+    m_publication.start(std::chrono::milliseconds::zero(), publishOnce, G_PRIORITY_HIGH);
 }
 
 void Pasteboard::publish()
 {
-    m_publication = 0;
     m_lastText.reset();
     m_lastBytes.reset();
     std::vector<GdkContentProvider*> providers;
@@ -197,7 +188,7 @@ void Pasteboard::publish()
 
 bool Pasteboard::isOwner() const
 {
-    return m_publication != 0 || (m_provider && gdk_clipboard_get_content(clipboard()) == m_provider.get());
+    return m_publication.isUnderWay() || (m_provider && gdk_clipboard_get_content(clipboard()) == m_provider.get());
 }
 
 std::shared_ptr<PasteboardReading> Pasteboard::read()

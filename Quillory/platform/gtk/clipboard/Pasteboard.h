@@ -8,6 +8,7 @@
 #include "platform/Pasteboard.h"
 #include "platform/glib/GObjectPtr.h"
 #include "platform/glib/SignalConnection.h"
+#include "platform/glib/Timeout.h"
 #include "platform/gtk/clipboard/PictureOffer.h"
 
 namespace quillory::gtk {
@@ -15,8 +16,6 @@ namespace quillory::gtk {
 // The clipboard of the default display.
 class Pasteboard final : public quillory::Pasteboard {
 public:
-    ~Pasteboard() override;
-
     void clearContents() override;
     void setString(const TextHandle& text, const std::string& type) override;
     std::shared_ptr<PasteboardReading> read() override;
@@ -38,7 +37,7 @@ private:
     GBytesPtr m_lastBytes;
     GObjectPtr<GdkContentProvider> m_provider; // what the display knows of it
     std::unique_ptr<PictureOffer> m_picture;
-    guint m_publication = 0;
+    Timeout m_publication;
     SignalConnection m_changed;
 };
 

@@ -6,28 +6,14 @@
 
 #include "platform/glib/BoxedFunction.h"
 #include "platform/gtk/application/Application.h"
+#include "platform/gtk/application/MainQueue.h"
 
 namespace quillory::gtk {
 
 namespace {
 
 constexpr const char* portalName = "org.freedesktop.portal.Desktop";
-constexpr unsigned portalGoneDelayMilliseconds = 250;
-
-GObjectPtr<GtkFileFilter> makeFilter(const std::vector<ContentType>& types)
-{
-    GObjectPtr<GtkFileFilter> filter(gtk_file_filter_new());
-    std::string name;
-    for (const auto& type : types) {
-        gtk_file_filter_add_mime_type(filter.get(), type.mimeType.c_str());
-        for (const auto& suffix : type.suffixes) {
-            gtk_file_filter_add_suffix(filter.get(), suffix.c_str());
-            name += (name.empty() ? "*." : ", *.") + suffix;
-        }
-    }
-    gtk_file_filter_set_name(filter.get(), name.c_str());
-    return filter;
-}
+constexpr std::chrono::milliseconds portalGoneDelay {250};
 
 // Shown by the toolkit, and not by the desktop's portal.
 bool showsOwnPanel()
@@ -42,28 +28,38 @@ bool showsOwnPanel()
 
 }
 
+FilePanel::FilePanel(Application& application, const std::string& title, GtkFileChooserAction action)
+    : m_application(application)
+    , m_chooser(gtk_file_chooser_native_new(title.c_str(), application.mainWindow(), action, nullptr, nullptr))
+{
+    gtk_native_dialog_set_modal(GTK_NATIVE_DIALOG(m_chooser.get()), FALSE);
+}
+
 FilePanel::~FilePanel()
 {
     if (m_portalWatch != 0)
         g_bus_unwatch_name(m_portalWatch);
 }
 
-void FilePanel::show(const Settings& settings, PanelCompletion completion)
+void FilePanel::allowTypes(const std::vector<ContentType>& types)
 {
-    m_chooser.reset(gtk_file_chooser_native_new(settings.title.c_str(), m_application.mainWindow(), settings.action,
-                                                settings.acceptLabel.empty() ? nullptr : settings.acceptLabel.c_str(),
-                                                nullptr));
-    auto* dialog = GTK_NATIVE_DIALOG(m_chooser.get());
-    auto* chooser = GTK_FILE_CHOOSER(m_chooser.get());
-    gtk_native_dialog_set_modal(dialog, FALSE);
-    gtk_file_chooser_set_create_folders(chooser, settings.createFolders);
-    if (!settings.currentName.empty())
-        gtk_file_chooser_set_current_name(chooser, settings.currentName.c_str());
-    if (!settings.allowedTypes.empty()) {
-        const auto filter = makeFilter(settings.allowedTypes);
-        gtk_file_chooser_add_filter(chooser, filter.get());
-        gtk_file_chooser_set_filter(chooser, filter.get());
+    const GObjectPtr<GtkFileFilter> filter(gtk_file_filter_new());
+    std::string name;
+    for (const auto& type : types) {
+        gtk_file_filter_add_mime_type(filter.get(), type.mimeType.c_str());
+        for (const auto& suffix : type.suffixes) {
+            gtk_file_filter_add_suffix(filter.get(), suffix.c_str());
+            name += (name.empty() ? "*." : ", *.") + suffix;
+        }
     }
+    gtk_file_filter_set_name(filter.get(), name.c_str());
+    gtk_file_chooser_add_filter(chooser(), filter.get());
+    gtk_file_chooser_set_filter(chooser(), filter.get());
+}
+
+void FilePanel::show(PanelCompletion completion)
+{
+    auto* dialog = GTK_NATIVE_DIALOG(m_chooser.get());
     m_completion = std::move(completion);
     m_response = connectScoped<void(int)>(dialog, "response", [this](int response) { ended(response); });
     m_application.keep(shared_from_this());
@@ -76,7 +72,6 @@ void FilePanel::show(const Settings& settings, PanelCompletion completion)
 // question has not been taken yet, and must have done so before the panel may go.
 void FilePanel::watchPortal()
 {
-    using Work = BoxedFunction<void()>;
     using Changed = BoxedFunction<void(bool isThere)>;
     const auto end = [weak = weak_from_this()] {
         if (const auto self = weak.lock())
@@ -86,8 +81,7 @@ void FilePanel::watchPortal()
         if (const auto self = weak.lock())
             self->m_portalIsThere = isThere;
         if (!isThere)
-            g_timeout_add_full(G_PRIORITY_DEFAULT, portalGoneDelayMilliseconds, Work::callOnce, Work::make(end),
-                               Work::free);
+            MainQueue().asyncAfter(portalGoneDelay, end);
     };
     const auto appeared = [](GDBusConnection*, const char*, const char*, gpointer box) { Changed::of(box)(true); };
     const auto vanished = [](GDBusConnection*, const char*, gpointer box) { Changed::of(box)(false); };
@@ -109,7 +103,7 @@ void FilePanel::ended(int response)
 
     std::optional<std::filesystem::path> url;
     if (response == GTK_RESPONSE_ACCEPT) {
-        const GObjectPtr<GFile> file(gtk_file_chooser_get_file(GTK_FILE_CHOOSER(m_chooser.get())));
+        const GObjectPtr<GFile> file(gtk_file_chooser_get_file(chooser()));
         if (const char* path = file ? g_file_peek_path(file.get()) : nullptr)
             url = path;
     }

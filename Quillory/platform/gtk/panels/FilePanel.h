@@ -22,22 +22,12 @@ public:
     FilePanel& operator=(const FilePanel&) = delete;
 
 protected:
-    explicit FilePanel(Application& application)
-        : m_application(application)
-    {
-    }
+    FilePanel(Application& application, const std::string& title, GtkFileChooserAction action);
     ~FilePanel();
 
-    struct Settings {
-        std::string title;
-        GtkFileChooserAction action = GTK_FILE_CHOOSER_ACTION_OPEN;
-        std::string acceptLabel; // empty for the desktop's own
-        std::string currentName; // empty for none
-        bool createFolders = true;
-        std::vector<ContentType> allowedTypes; // empty for all
-    };
-
-    void show(const Settings& settings, PanelCompletion completion);
+    GtkFileChooser* chooser() const { return GTK_FILE_CHOOSER(m_chooser.get()); }
+    void allowTypes(const std::vector<ContentType>& types);
+    void show(PanelCompletion completion);
 
 private:
     void watchPortal();

@@ -7,6 +7,8 @@
 
 #include "platform/WebView.h"
 #include "platform/glib/GObjectPtr.h"
+#include "platform/glib/SignalConnection.h"
+#include "platform/glib/Timeout.h"
 #include "platform/gtk/web/JSCTextFunctions.h"
 
 namespace quillory::gtk {
@@ -23,17 +25,15 @@ public:
     WebKitUserContentManager* manager() const { return m_manager.get(); }
 
 private:
-    struct Registration;
-
     void setAccentColorOfPage(const std::string& color);
     std::shared_ptr<JSCTextFunctions> textFunctions(JSCContext* context);
 
     GObjectPtr<WebKitUserContentManager> m_manager;
-    std::vector<std::unique_ptr<Registration>> m_registrations;
+    std::vector<SignalConnection> m_connections;
     // The engine makes a context's object anew for each message unless somebody holds it. They are kept while
     // one message follows another, not for longer: with the context goes what the messages have left in it.
     std::shared_ptr<JSCTextFunctions> m_textFunctions;
-    GSourcePtr m_release;
+    Timeout m_release;
 };
 
 }
