@@ -1,13 +1,13 @@
 #include "platform/gtk/web/ContentFilter.h"
 
-#include <glib/gstdio.h>
-
+#include <map>
+#include <memory>
 #include <nlohmann/json.hpp>
-
 #include <utility>
 
+#include "platform/glib/AsyncReady.h"
 #include "platform/glib/GObjectPtr.h"
-#include "platform/glib/Guarded.h"
+#include "platform/glib/Timeout.h"
 
 namespace quillory::gtk {
 
@@ -15,17 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A literal text in the filter's pattern language. A URL has ASCII characters only.
-std::string escapedPattern(std::string_view text)
-{
-    std::string pattern;
-    for (const char character : text) {
-        if (!g_ascii_isalnum(character) && std::string_view("/%-_~:").find(character) == std::string_view::npos)
-            pattern += '\\';
-        pattern += character;
-    }
-    return pattern;
-}
+using Store = GObjectPtr<WebKitUserContentFilterStore>;
 
 nlohmann::json rule(const char* action, const std::string& pattern)
 {
@@ -33,125 +23,12 @@ nlohmann::json rule(const char* action, const std::string& pattern)
             {"action", {{"type", action}}}};
 }
 
-// One attempt to get a filter, in one folder after the other until it can be kept in one.
-class Attempt {
-public:
-    Attempt(const fs::path& readAccessRoot, ContentFilterCompletion completion)
-        : m_rules(contentFilterRules(readAccessRoot))
-        , m_completion(std::move(completion))
-    {
-        const GStringPtr hash(g_compute_checksum_for_string(G_CHECKSUM_SHA256, m_rules.c_str(), -1));
-        m_identifier = std::string("page-folder-") + hash.get();
-    }
-
-    static void start(std::unique_ptr<Attempt> attempt)
-    {
-        attempt->m_store.reset(webkit_user_content_filter_store_new(
-            (fs::path(g_get_user_cache_dir()) / g_get_prgname() / "content-filters").c_str()));
-        auto* store = attempt->m_store.get();
-        const auto* identifier = attempt->m_identifier.c_str();
-        webkit_user_content_filter_store_load(store, identifier, nullptr, loaded, attempt.release());
-    }
-
-private:
-    static void loaded(GObject* source, GAsyncResult* result, gpointer data)
-    {
-        std::unique_ptr<Attempt> attempt(static_cast<Attempt*>(data));
-        UserContentFilterPtr filter(
-            webkit_user_content_filter_store_load_finish(WEBKIT_USER_CONTENT_FILTER_STORE(source), result, nullptr));
-        if (filter)
-            attempt->complete(std::move(filter), {});
-        else
-            compile(std::move(attempt));
-    }
-
-    static void compile(std::unique_ptr<Attempt> attempt)
-    {
-        auto* store = attempt->m_store.get();
-        const auto* identifier = attempt->m_identifier.c_str();
-        const GBytesPtr rules(g_bytes_new(attempt->m_rules.data(), attempt->m_rules.size()));
-        webkit_user_content_filter_store_save(store, identifier, rules.get(), nullptr, compiled, attempt.release());
-    }
-
-    static void compiled(GObject* source, GAsyncResult* result, gpointer data)
-    {
-        std::unique_ptr<Attempt> attempt(static_cast<Attempt*>(data));
-        GError* error = nullptr;
-        UserContentFilterPtr filter(
-            webkit_user_content_filter_store_save_finish(WEBKIT_USER_CONTENT_FILTER_STORE(source), result, &error));
-        const GErrorPtr owner(error);
-        if (filter) {
-            attempt->discardTemporaryFolder();
-            attempt->complete(std::move(filter), {});
-        } else if (attempt->m_temporaryFolder.empty() && attempt->useTemporaryFolder()) {
-            compile(std::move(attempt));
-        } else {
-            attempt->discardTemporaryFolder();
-            attempt->complete(nullptr, error->message);
-        }
-    }
-
-    void complete(UserContentFilterPtr filter, const std::string& error) const
-    {
-        guarded([&] { m_completion(std::move(filter), error); });
-    }
-
-    // The cache cannot be written: the filter is compiled for this run alone.
-    bool useTemporaryFolder()
-    {
-        const GStringPtr folder(g_dir_make_tmp("quillory-XXXXXX", nullptr));
-        if (!folder)
-            return false;
-        m_temporaryFolder = folder.get();
-        m_store.reset(webkit_user_content_filter_store_new(folder.get()));
-        return true;
-    }
-
-    // What was compiled is mapped into memory by now.
-    void discardTemporaryFolder() const
-    {
-        std::error_code error;
-        if (!m_temporaryFolder.empty())
-            fs::remove_all(m_temporaryFolder, error);
-    }
-
-    std::string m_rules;
-    std::string m_identifier;
-    ContentFilterCompletion m_completion;
-    GObjectPtr<WebKitUserContentFilterStore> m_store;
-    fs::path m_temporaryFolder;
-};
-
-// A filter that is got ahead, and who asked for it meanwhile.
-struct Prepared {
-    fs::path readAccessRoot;
-    bool done = false;
-    UserContentFilterPtr filter;
-    std::string error;
-    ContentFilterCompletion completion;
-
-    void finish(UserContentFilterPtr made, const std::string& message)
-    {
-        if (completion)
-            return completion(std::move(made), message);
-        done = true;
-        filter = std::move(made);
-        error = message;
-    }
-};
-
-std::shared_ptr<Prepared>& prepared()
-{
-    static std::shared_ptr<Prepared> filter;
-    return filter;
-}
-
-}
-
-std::string contentFilterRules(const fs::path& readAccessRoot)
+// In the engine's content blocker format.
+std::string rulesFor(const fs::path& readAccessRoot)
 {
     const GStringPtr uri(g_filename_to_uri(fs::absolute(readAccessRoot).lexically_normal().c_str(), nullptr, nullptr));
-    const auto folder = "^" + escapedPattern(uri.get()) + "/";
+    const GStringPtr literal(g_regex_escape_string(uri.get(), -1));
+    const auto folder = std::string("^") + literal.get() + "/";
     return nlohmann::json {
         rule("block", "^file:"),
         // Nor may anything else come in the page's place.
@@ -167,36 +44,124 @@ std::string contentFilterRules(const fs::path& readAccessRoot)
         .dump();
 }
 
+// The filter for one folder, from one place after the other until it can be kept in one.
+class ContentFilter : public std::enable_shared_from_this<ContentFilter> {
+public:
+    explicit ContentFilter(const fs::path& readAccessRoot)
+        : m_rules(rulesFor(readAccessRoot))
+    {
+        const GStringPtr hash(g_compute_checksum_for_string(G_CHECKSUM_SHA256, m_rules.c_str(), -1));
+        m_identifier = std::string("page-folder-") + hash.get();
+    }
+
+    void load()
+    {
+        const auto folder = fs::path(g_get_user_cache_dir()) / g_get_prgname() / "content-filters";
+        const Store store(webkit_user_content_filter_store_new(folder.c_str()));
+        const auto loaded = [self = shared_from_this()](GObject* source, GAsyncResult* result) {
+            auto* cache = WEBKIT_USER_CONTENT_FILTER_STORE(source);
+            self->m_filter.reset(webkit_user_content_filter_store_load_finish(cache, result, nullptr));
+            if (self->m_filter)
+                self->finish();
+            else
+                self->compile(cache);
+        };
+        webkit_user_content_filter_store_load(store.get(), m_identifier.c_str(), nullptr, AsyncReady::call,
+                                              AsyncReady::make(loaded));
+    }
+
+    bool isDone() const { return m_isDone; }
+
+    void whenDone(ContentFilterCompletion completion)
+    {
+        m_completion = std::move(completion);
+        if (m_isDone)
+            finish();
+    }
+
+private:
+    void compile(WebKitUserContentFilterStore* store)
+    {
+        const auto compiled = [self = shared_from_this()](GObject* source, GAsyncResult* result) {
+            GError* error = nullptr;
+            self->m_filter.reset(
+                webkit_user_content_filter_store_save_finish(WEBKIT_USER_CONTENT_FILTER_STORE(source), result, &error));
+            const GErrorPtr owner(error);
+            if (error != nullptr && self->m_temporaryFolder.empty() && self->compileInTemporaryFolder())
+                return;
+            // What was compiled is mapped into memory by now.
+            std::error_code ignored;
+            fs::remove_all(self->m_temporaryFolder, ignored);
+            self->m_error = error != nullptr ? error->message : "";
+            self->finish();
+        };
+        const GBytesPtr rules(g_bytes_new(m_rules.data(), m_rules.size()));
+        webkit_user_content_filter_store_save(store, m_identifier.c_str(), rules.get(), nullptr, AsyncReady::call,
+                                              AsyncReady::make(compiled));
+    }
+
+    // The cache cannot be written: the filter is compiled for this run alone.
+    bool compileInTemporaryFolder()
+    {
+        const GStringPtr folder(g_dir_make_tmp("quillory-XXXXXX", nullptr));
+        if (!folder)
+            return false;
+        m_temporaryFolder = folder.get();
+        compile(Store(webkit_user_content_filter_store_new(folder.get())).get());
+        return true;
+    }
+
+    void finish()
+    {
+        m_isDone = true;
+        if (m_completion)
+            m_completion(m_filter.get(), m_error);
+    }
+
+    struct Unref {
+        void operator()(WebKitUserContentFilter* filter) const { webkit_user_content_filter_unref(filter); }
+    };
+
+    std::string m_rules;
+    std::string m_identifier;
+    fs::path m_temporaryFolder;
+    bool m_isDone = false;
+    std::unique_ptr<WebKitUserContentFilter, Unref> m_filter;
+    std::string m_error;
+    ContentFilterCompletion m_completion;
+};
+
+std::shared_ptr<ContentFilter> begin(const fs::path& readAccessRoot)
+{
+    auto filter = std::make_shared<ContentFilter>(readAccessRoot);
+    filter->load();
+    return filter;
+}
+
+// Until they are asked for.
+std::map<fs::path, std::shared_ptr<ContentFilter>>& prepared()
+{
+    static std::map<fs::path, std::shared_ptr<ContentFilter>> filters;
+    return filters;
+}
+
+}
+
 void prepareContentFilter(const fs::path& readAccessRoot, std::chrono::milliseconds patience)
 {
-    const auto ahead = std::make_shared<Prepared>();
-    ahead->readAccessRoot = readAccessRoot;
-    prepared() = ahead;
-    Attempt::start(std::make_unique<Attempt>(readAccessRoot, [ahead](UserContentFilterPtr filter, const auto& error) {
-        ahead->finish(std::move(filter), error);
-    }));
-
+    const auto filter = prepared()[readAccessRoot] = begin(readAccessRoot);
     bool waiting = true;
-    const auto stopWaiting = [](gpointer flag) -> gboolean {
-        *static_cast<bool*>(flag) = false;
-        return G_SOURCE_REMOVE;
-    };
-    const auto timeout = g_timeout_add(static_cast<guint>(patience.count()), stopWaiting, &waiting);
-    while (waiting && !ahead->done)
+    Timeout timeout;
+    timeout.start(patience, [&] { return waiting = false; });
+    while (waiting && !filter->isDone())
         g_main_context_iteration(nullptr, TRUE);
-    if (waiting)
-        g_source_remove(timeout);
 }
 
 void makeContentFilter(const fs::path& readAccessRoot, ContentFilterCompletion completion)
 {
-    const auto ahead = std::exchange(prepared(), nullptr);
-    if (!ahead || ahead->readAccessRoot != readAccessRoot)
-        Attempt::start(std::make_unique<Attempt>(readAccessRoot, std::move(completion)));
-    else if (ahead->done)
-        completion(std::move(ahead->filter), ahead->error);
-    else
-        ahead->completion = std::move(completion);
+    const auto ahead = prepared().extract(readAccessRoot);
+    const auto filter = ahead ? ahead.mapped() : begin(readAccessRoot);
+    filter->whenDone(std::move(completion));
 }
 
 }

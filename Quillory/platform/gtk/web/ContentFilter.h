@@ -5,7 +5,6 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 
 namespace quillory::gtk {
@@ -14,16 +13,8 @@ namespace quillory::gtk {
 // which all that the page requests has to pass, leaves it the files below one folder, and keeps the page from
 // being left for what is not there.
 
-// The rules for a folder, in the engine's content blocker format.
-std::string contentFilterRules(const std::filesystem::path& readAccessRoot);
-
-struct UserContentFilterUnref {
-    void operator()(WebKitUserContentFilter* filter) const { webkit_user_content_filter_unref(filter); }
-};
-using UserContentFilterPtr = std::unique_ptr<WebKitUserContentFilter, UserContentFilterUnref>;
-
-// Gets the filter, or null and what went wrong in words.
-using ContentFilterCompletion = std::function<void(UserContentFilterPtr filter, const std::string& error)>;
+// Gets the filter, which it may keep a reference of, or null and what went wrong in words.
+using ContentFilterCompletion = std::function<void(WebKitUserContentFilter* filter, const std::string& error)>;
 
 // Gets the filter for a folder before it is asked for, and waits for it up to `patience`, dispatching what else the
 // main thread has to do meanwhile.

@@ -1,6 +1,5 @@
 #include "platform/gtk/web/JSCTextFunctions.h"
 
-#include <cstdlib>
 #include <new>
 #include <string_view>
 
@@ -63,18 +62,16 @@ class Memory final : public Bytes {
 public:
     explicit Memory(std::size_t size)
         : m_size(size)
-        , m_data(std::malloc(size), std::free)
+        , m_data(std::make_unique_for_overwrite<std::byte[]>(size))
     {
-        if (!m_data && size > 0)
-            throw std::bad_alloc();
     }
 
-    std::span<const std::byte> span() const override { return {static_cast<const std::byte*>(m_data.get()), m_size}; }
+    std::span<const std::byte> span() const override { return {m_data.get(), m_size}; }
     void* data() { return m_data.get(); }
 
 private:
     std::size_t m_size;
-    std::unique_ptr<void, decltype(&std::free)> m_data;
+    std::unique_ptr<std::byte[]> m_data;
 };
 
 using SharedMemory = std::shared_ptr<Memory>;

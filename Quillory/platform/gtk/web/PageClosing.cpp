@@ -1,6 +1,6 @@
 #include "platform/gtk/web/PageClosing.h"
 
-#include "platform/glib/BoxedFunction.h"
+#include "platform/glib/AsyncReady.h"
 #include "platform/glib/GObjectPtr.h"
 
 namespace quillory::gtk {
@@ -25,23 +25,17 @@ for (const {name} of await indexedDB.databases()) {
 }
 )";
 
-using Closed = BoxedFunction<void()>;
-
-void evaluated(GObject* source, GAsyncResult* result, gpointer box)
-{
-    GError* error = nullptr;
-    const GObjectPtr<::JSCValue> value(
-        webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), result, &error));
-    const GErrorPtr owner(error);
-    guarded(Closed::take(box));
-}
-
 }
 
 void closePage(WebKitWebView* view, std::function<void()> closed)
 {
-    webkit_web_view_call_async_javascript_function(view, script, -1, nullptr, nullptr, nullptr, nullptr, evaluated,
-                                                   Closed::make(std::move(closed)));
+    const auto evaluated = [closed = std::move(closed)](GObject* source, GAsyncResult* result) {
+        const GObjectPtr<::JSCValue> value(
+            webkit_web_view_call_async_javascript_function_finish(WEBKIT_WEB_VIEW(source), result, nullptr));
+        closed();
+    };
+    webkit_web_view_call_async_javascript_function(view, script, -1, nullptr, nullptr, nullptr, nullptr,
+                                                   AsyncReady::call, AsyncReady::make(evaluated));
 }
 
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/Localization.h"
+#include "platform/glib/SignalConnection.h"
 
 namespace quillory::gtk {
 
@@ -26,8 +27,6 @@ void appendLabel(GtkBox* column, const std::string& text, const char* style)
 PageRecovery::PageRecovery(WebKitWebView* view, std::function<void()> load)
     : m_view(view)
     , m_load(std::move(load))
-    , m_terminated(connectScoped<void(WebKitWebProcessTerminationReason)>(
-          view, "web-process-terminated", [this](WebKitWebProcessTerminationReason) { processEnded(); }))
 {
 }
 

@@ -7,8 +7,6 @@
 #include <deque>
 #include <functional>
 
-#include "platform/glib/SignalConnection.h"
-
 namespace quillory::gtk {
 
 // Brings the page back when its process ends: it is loaded again at once. One that ends three times within a
@@ -21,10 +19,11 @@ public:
     PageRecovery(const PageRecovery&) = delete;
     PageRecovery& operator=(const PageRecovery&) = delete;
 
+    void processEnded();
+
 private:
     using Clock = std::chrono::steady_clock;
 
-    void processEnded();
     void showMessage();
     void reload();
 
@@ -32,7 +31,6 @@ private:
     std::function<void()> m_load;
     std::deque<Clock::time_point> m_ends; // within the last minute
     GtkWidget* m_message = nullptr; // belongs to the box, beside the view
-    SignalConnection m_terminated;
 };
 
 }

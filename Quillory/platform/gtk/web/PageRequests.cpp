@@ -144,40 +144,30 @@ void answerWithDrop(const Request& request)
     answer(request, SOUP_STATUS_OK, "application/json", GBytesPtr(g_bytes_new(place.data(), place.size())));
 }
 
-bool isFromFile(WebKitURISchemeRequest* request)
+bool isFromFile(const Request& request)
 {
-    auto* headers = webkit_uri_scheme_request_get_http_headers(request);
+    auto* headers = webkit_uri_scheme_request_get_http_headers(request.get());
     const char* from = headers != nullptr ? soup_message_headers_get_one(headers, "Origin") : nullptr;
     return from != nullptr && origin == from;
 }
 
-// What requests are answered with.
-struct Helpers {
-    Pasteboard& pasteboard;
-    DocumentPrinter& printer;
-};
-
-void received(WebKitURISchemeRequest* request, gpointer data)
+void answerRequest(const Request& request, Pasteboard& pasteboard, DocumentPrinter& printer)
 {
-    const auto& helpers = *static_cast<const Helpers*>(data);
-    guarded([&] {
-        const Request owned(retain(request));
-        const std::string_view what(webkit_uri_scheme_request_get_path(request));
-        if (!isFromFile(request))
-            return answer(owned, SOUP_STATUS_NOT_FOUND);
-        if (what == "fonts")
-            answerWithFonts(owned);
-        else if (what == "png")
-            answerWithPNG(owned);
-        else if (what == "dropped")
-            answerWithDrop(owned);
-        else if (what == "copied")
-            answerAboutCopied(owned, helpers.pasteboard);
-        else if (what == "pdf")
-            answerWithPDF(owned, helpers.printer);
-        else
-            answer(owned, SOUP_STATUS_NOT_FOUND);
-    });
+    const std::string_view what(webkit_uri_scheme_request_get_path(request.get()));
+    if (!isFromFile(request))
+        answer(request, SOUP_STATUS_NOT_FOUND);
+    else if (what == "fonts")
+        answerWithFonts(request);
+    else if (what == "png")
+        answerWithPNG(request);
+    else if (what == "dropped")
+        answerWithDrop(request);
+    else if (what == "copied")
+        answerAboutCopied(request, pasteboard);
+    else if (what == "pdf")
+        answerWithPDF(request, printer);
+    else
+        answer(request, SOUP_STATUS_NOT_FOUND);
 }
 
 }
@@ -190,9 +180,12 @@ void noteDrop(double x, double y, std::size_t files)
 void answerPageRequests(Pasteboard& pasteboard, DocumentPrinter& printer)
 {
     auto* context = webkit_web_context_get_default();
-    auto helpers = std::make_unique<Helpers>(Helpers {pasteboard, printer});
-    const auto free = [](gpointer data) { std::unique_ptr<Helpers>(static_cast<Helpers*>(data)); };
-    webkit_web_context_register_uri_scheme(context, scheme, received, helpers.release(), free);
+    using Received = BoxedFunction<void(WebKitURISchemeRequest*)>;
+    const auto received = [](WebKitURISchemeRequest* request, gpointer box) { Received::of(box)(request); };
+    auto* box = Received::make([&pasteboard, &printer](WebKitURISchemeRequest* request) {
+        answerRequest(Request(retain(request)), pasteboard, printer);
+    });
+    webkit_web_context_register_uri_scheme(context, scheme, received, box, Received::free);
     // The page's own address is none of the scheme's.
     webkit_security_manager_register_uri_scheme_as_cors_enabled(webkit_web_context_get_security_manager(context),
                                                                 scheme);

@@ -34,110 +34,90 @@ std::string describe(const GError& error)
         + (hasNoValue ? "the page's process has ended" : error.message);
 }
 
-using Evaluated = std::function<void(WebKitWebView* view, std::optional<std::string> error)>;
-
-void send(WebKitWebView* view, std::string_view script, Evaluated completion)
+void send(WebKitWebView* view, std::string_view script, ScriptQueue::Completion completion)
 {
     const auto evaluated = [completion = std::move(completion)](GObject* source, GAsyncResult* result) {
-        auto* evaluator = WEBKIT_WEB_VIEW(source);
         GError* error = nullptr;
-        const GObjectPtr<::JSCValue> value(webkit_web_view_evaluate_javascript_finish(evaluator, result, &error));
+        const GObjectPtr<::JSCValue> value(
+            webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(source), result, &error));
         const GErrorPtr owner(error);
-        completion(evaluator, error == nullptr ? std::nullopt : std::optional(describe(*error)));
+        completion(error == nullptr ? std::nullopt : std::optional(describe(*error)));
     };
     webkit_web_view_evaluate_javascript(view, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr,
                                         nullptr, AsyncReady::call, AsyncReady::make(evaluated));
 }
 
-Evaluated reportTo(ScriptQueue::Completion completion)
-{
-    return [completion = std::move(completion)](WebKitWebView*, auto error) { completion(std::move(error)); };
 }
 
-// Into a buffer that is used again and again.
-std::string& join(std::string& script, std::string_view head, std::string_view text, std::string_view tail)
-{
-    script.assign(head);
-    script += text;
-    script += tail;
-    return script;
-}
-
-}
-
-// One script on its way in pieces.
-struct ScriptQueue::Transfer {
-    Entry entry;
-    std::optional<std::string> next; // piece
-    bool isLast = false; // the next one
-    bool hasBegun = false;
+// One call of a function of the page, which is on its way, in pieces, or waits for those before it.
+struct ScriptQueue::Call {
+    Script script;
+    Completion completion;
+    std::string buffer {}; // for what is sent, again and again
+    bool hasMore = true; // of the text
     int piecesUnderWay = 0;
-    std::string buffer;
 };
 
-void ScriptQueue::evaluate(WebKitWebView* view, Script script, Completion completion)
+void ScriptQueue::evaluate(Script script, Completion completion)
 {
-    m_waiting.push_back({std::move(script), std::move(completion)});
-    sendWaiting(view);
+    m_calls.push_back(std::make_shared<Call>(Call {std::move(script), std::move(completion)}));
+    if (m_calls.size() == 1)
+        sendCalls();
 }
 
-void ScriptQueue::sendWaiting(WebKitWebView* view)
+void ScriptQueue::sendCalls()
 {
-    while (!m_transfer && !m_waiting.empty()) {
-        auto entry = std::move(m_waiting.front());
-        m_waiting.pop_front();
-        std::string text;
-        if (entry.script.appendNext(text)) {
-            m_transfer =
-                std::make_shared<Transfer>(Transfer {.entry = std::move(entry), .next = std::move(text), .buffer = {}});
-            return sendPieces(view);
+    while (!m_calls.empty()) {
+        const auto call = m_calls.front();
+        auto& buffer = call->buffer;
+        buffer = call->script.head;
+        call->hasMore = call->script.appendNext(buffer);
+        if (call->hasMore) {
+            send(m_view, prepare, [](const auto&) {});
+            buffer.replace(0, call->script.head.size(), pieceHead);
+            sendPiece(call);
+            return sendPieces();
         }
-        std::string script;
-        join(script, entry.script.head, text, entry.script.tail) += plainValue;
-        send(view, script, reportTo(std::move(entry.completion)));
+        buffer.append(call->script.tail).append(plainValue);
+        send(m_view, buffer, std::move(call->completion));
+        m_calls.pop_front();
     }
 }
 
-void ScriptQueue::sendPieces(WebKitWebView* view)
+void ScriptQueue::sendPieces()
 {
-    const auto transfer = m_transfer;
-    const auto& script = transfer->entry.script;
-    if (!std::exchange(transfer->hasBegun, true))
-        send(view, prepare, [](auto*, const auto&) {});
-    while (transfer->next && transfer->piecesUnderWay < mostPiecesUnderWay) {
-        send(view, join(transfer->buffer, pieceHead, *transfer->next, pieceTail),
-             [self = shared_from_this(), transfer](WebKitWebView* source, auto error) {
-                 --transfer->piecesUnderWay;
-                 self->pieceEvaluated(source, *transfer, std::move(error));
-             });
-        ++transfer->piecesUnderWay;
-        if (transfer->isLast) {
-            transfer->next.reset();
-        } else {
-            transfer->next->clear();
-            transfer->isLast = !script.appendNext(*transfer->next);
-        }
+    const auto call = m_calls.front();
+    auto& buffer = call->buffer;
+    while (call->hasMore && call->piecesUnderWay < mostPiecesUnderWay) {
+        buffer = pieceHead;
+        call->hasMore = call->script.appendNext(buffer);
+        sendPiece(call);
     }
-    if (transfer->next)
+    if (call->hasMore)
         return;
     // What became of the last pieces shows in the call, which cannot do without them.
-    const auto head = script.head.substr(0, script.head.size() - 1);
-    join(transfer->buffer, head, wholeText, script.tail.substr(1)) += plainValue;
-    send(view, transfer->buffer, reportTo(std::move(transfer->entry.completion)));
-    m_transfer.reset();
-    sendWaiting(view);
+    const auto& [head, appendNext, tail] = call->script;
+    buffer = head.substr(0, head.size() - 1);
+    buffer.append(wholeText).append(tail.substr(1)).append(plainValue);
+    send(m_view, buffer, std::move(call->completion));
+    m_calls.pop_front();
+    sendCalls();
 }
 
-void ScriptQueue::pieceEvaluated(WebKitWebView* view, const Transfer& transfer, std::optional<std::string> error)
+// The one in the buffer.
+void ScriptQueue::sendPiece(const std::shared_ptr<Call>& call)
 {
-    if (&transfer != m_transfer.get())
-        return;
-    if (!error)
-        return sendPieces(view);
-    const auto completion = std::move(m_transfer->entry.completion);
-    m_transfer.reset();
-    completion(std::move(error));
-    sendWaiting(view);
+    ++call->piecesUnderWay;
+    send(m_view, call->buffer.append(pieceTail), [self = shared_from_this(), call](auto error) {
+        --call->piecesUnderWay;
+        if (self->m_calls.empty() || self->m_calls.front() != call)
+            return;
+        if (!error)
+            return self->sendPieces();
+        self->m_calls.pop_front();
+        self->sendCalls();
+        call->completion(std::move(error));
+    });
 }
 
 }

@@ -4,7 +4,6 @@
 
 #include <deque>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "platform/WebView.h"
@@ -19,22 +18,24 @@ class ScriptQueue : public std::enable_shared_from_this<ScriptQueue> {
 public:
     using Completion = quillory::WebView::EvaluationCompletion;
 
+    // The view holds itself while it has scripts to evaluate, and lives at least until the last call of `evaluate`.
+    explicit ScriptQueue(WebKitWebView* view)
+        : m_view(view)
+    {
+    }
+
     // `completion` is called once, on a later turn.
-    void evaluate(WebKitWebView* view, Script script, Completion completion);
+    void evaluate(Script script, Completion completion);
 
 private:
-    struct Entry {
-        Script script;
-        Completion completion;
-    };
-    struct Transfer;
+    struct Call;
 
-    void sendWaiting(WebKitWebView* view);
-    void sendPieces(WebKitWebView* view);
-    void pieceEvaluated(WebKitWebView* view, const Transfer& transfer, std::optional<std::string> error);
+    void sendCalls();
+    void sendPieces();
+    void sendPiece(const std::shared_ptr<Call>& call);
 
-    std::deque<Entry> m_waiting;
-    std::shared_ptr<Transfer> m_transfer;
+    WebKitWebView* m_view;
+    std::deque<std::shared_ptr<Call>> m_calls; // the first is on its way
 };
 
 }

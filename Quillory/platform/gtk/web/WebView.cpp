@@ -16,10 +16,9 @@ namespace {
 GObjectPtr<WebKitWebView> makeView(const WebViewConfiguration& configuration)
 {
     tellPagesTheLanguages();
-    auto* view = g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
-                              configuration.sharedUserContentController()->manager(), "settings",
-                              configuration.settings(), nullptr);
-    return GObjectPtr<WebKitWebView>(WEBKIT_WEB_VIEW(g_object_ref_sink(view)));
+    return sink(WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
+                                             configuration.sharedUserContentController()->manager(), "settings",
+                                             configuration.settings(), nullptr)));
 }
 
 // The engine would write into the Downloads folder unasked.
@@ -127,11 +126,7 @@ WebView::WebView(const WebViewConfiguration& configuration)
     g_signal_connect(m_view.get(), "load-failed", G_CALLBACK(stayWithPage), nullptr);
     g_signal_connect(m_view.get(), "context-menu", G_CALLBACK(trimContextMenu), nullptr);
     leaveMenuKeyToPage(GTK_WIDGET(m_view.get()));
-    const auto pageEnded = [this] {
-        if (m_pageEndHandler)
-            m_pageEndHandler();
-    };
-    m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [this, pageEnded](int event) {
+    m_loadChanged = connectScoped<void(int)>(m_view.get(), "load-changed", [this](int event) {
         takeRealTimePriorityFromThreads();
         if (event != WEBKIT_LOAD_COMMITTED)
             return;
@@ -139,29 +134,31 @@ WebView::WebView(const WebViewConfiguration& configuration)
         if (isEmptyPage(m_view.get()))
             load();
     });
-    m_processEnded = connectScoped<void(int)>(m_view.get(), "web-process-terminated", [=](int) { pageEnded(); });
+    m_processEnded = connectScoped<void(int)>(m_view.get(), "web-process-terminated", [this](int) {
+        pageEnded();
+        m_recovery.processEnded();
+    });
     launchProcess(m_view.get());
 }
 
-WebView::~WebView() = default;
-
-void WebView::setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate)
+void WebView::pageEnded()
 {
-    m_navigationDelegate = std::move(delegate);
+    if (m_pageEndHandler)
+        m_pageEndHandler();
 }
 
 void WebView::loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot)
 {
-    makeContentFilter(readAccessRoot, [self = weak_from_this(), page](UserContentFilterPtr filter, const auto& error) {
+    makeContentFilter(readAccessRoot, [self = weak_from_this(), page](auto* filter, const auto& error) {
         const auto view = self.lock();
         if (!view)
             return;
-        if (!filter) {
+        if (filter == nullptr) {
             std::fprintf(stderr, "quillory: the page is not loaded, its access to files cannot be limited: %s\n",
                          error.c_str());
             return;
         }
-        webkit_user_content_manager_add_filter(view->m_controller->manager(), filter.get());
+        webkit_user_content_manager_add_filter(view->m_controller->manager(), filter);
         view->m_uri.reset(g_filename_to_uri(std::filesystem::absolute(page).c_str(), nullptr, nullptr));
         view->load();
     });
@@ -175,7 +172,7 @@ void WebView::load()
 
 void WebView::evaluateJavaScript(Script script, EvaluationCompletion completion)
 {
-    m_scripts->evaluate(m_view.get(), std::move(script), std::move(completion));
+    m_scripts->evaluate(std::move(script), std::move(completion));
 }
 
 GObjectPtr<GtkWidget> WebView::makeWidget()

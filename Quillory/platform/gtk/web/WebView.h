@@ -17,11 +17,11 @@ namespace quillory::gtk {
 class WebView final : public quillory::WebView, public std::enable_shared_from_this<WebView> {
 public:
     explicit WebView(const WebViewConfiguration& configuration);
-    ~WebView() override;
     WebView(const WebView&) = delete;
     WebView& operator=(const WebView&) = delete;
 
-    void setNavigationDelegate(std::weak_ptr<NavigationDelegate> delegate) override;
+    // There is nothing that it would be asked or told.
+    void setNavigationDelegate(std::weak_ptr<NavigationDelegate>) override { }
     void loadFile(const std::filesystem::path& page, const std::filesystem::path& readAccessRoot) override;
     void setFileDropHandler(FileDropHandler handler) override { m_fileDropHandler = std::move(handler); }
     void setPageEndHandler(std::function<void()> handler) override { m_pageEndHandler = std::move(handler); }
@@ -37,12 +37,12 @@ public:
 
 private:
     void load();
+    void pageEnded();
     void acceptFilesDroppedOn(GtkWidget* widget);
 
     // The page is sent no message after the handlers are gone, so they go last.
     std::shared_ptr<UserContentController> m_controller;
     GObjectPtr<WebKitWebView> m_view;
-    std::weak_ptr<NavigationDelegate> m_navigationDelegate;
     FileDropHandler m_fileDropHandler;
     std::function<void()> m_pageEndHandler;
     SignalConnection m_drop;
@@ -50,7 +50,7 @@ private:
     PageRecovery m_recovery {m_view.get(), [this] { load(); }};
     SignalConnection m_loadChanged;
     SignalConnection m_processEnded;
-    std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>();
+    std::shared_ptr<ScriptQueue> m_scripts = std::make_shared<ScriptQueue>(m_view.get());
 };
 
 }
