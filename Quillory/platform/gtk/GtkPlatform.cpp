@@ -64,8 +64,6 @@ GtkPlatform::GtkPlatform()
 {
 }
 
-GtkPlatform::~GtkPlatform() = default;
-
 std::optional<Screen> GtkPlatform::mainScreen()
 {
     auto* display = gdk_display_get_default();
@@ -74,11 +72,8 @@ std::optional<Screen> GtkPlatform::mainScreen()
     const GObjectPtr<GdkMonitor> monitor(mainMonitor(display));
     if (!monitor)
         return std::nullopt;
-    if (const auto area = x11WorkArea(monitor.get()))
-        return Screen {*area};
-    GdkRectangle geometry;
-    gdk_monitor_get_geometry(monitor.get(), &geometry);
-    return Screen {{static_cast<double>(geometry.width), static_cast<double>(geometry.height)}};
+    const auto area = workArea(monitor.get());
+    return Screen {{static_cast<double>(area.width), static_cast<double>(area.height)}};
 }
 
 std::vector<std::unique_ptr<quillory::RunningApplication>>

@@ -18,7 +18,6 @@ namespace quillory::gtk {
 class GtkPlatform final : public Platform {
 public:
     GtkPlatform();
-    ~GtkPlatform() override;
 
     Log& log() override { return m_log; }
     quillory::MainQueue& mainQueue() override { return m_mainQueue; }

@@ -1,9 +1,11 @@
 #include "platform/gtk/window/MenuBar.h"
 
 #include <array>
+#include <string>
 #include <utility>
 
 #include "platform/Localization.h"
+#include "platform/glib/GObjectPtr.h"
 #include "platform/glib/SignalConnection.h"
 #include "platform/gtk/window/AccessibleName.h"
 
@@ -26,22 +28,8 @@ constexpr std::array editItems {
     EditItem {localizable("Select _All"), "SelectAll", "<Control>a"},
 };
 
-const CommandGroup* replacement(const Scene& scene, CommandGroupPlacement placement)
-{
-    for (const auto& group : scene.commands) {
-        if (group.replacing == placement)
-            return &group;
-    }
-    return nullptr;
-}
-
-std::string actionName(CommandGroupPlacement placement, std::size_t index)
-{
-    const char* group = placement == CommandGroupPlacement::newItem ? "new-item" : "app-info";
-    return std::string(group) + "-" + std::to_string(index);
-}
-
 using Menu = GObjectPtr<GMenu>;
+using Actions = GObjectPtr<GSimpleActionGroup>;
 
 Menu makeMenu()
 {
@@ -63,21 +51,28 @@ void appendSubmenu(const Menu& bar, const std::string& title, const Menu& menu)
     g_menu_append_submenu(bar.get(), title.c_str(), G_MENU_MODEL(menu.get()));
 }
 
-Menu makeSection(const Scene& scene, CommandGroupPlacement placement)
+void addAction(const Actions& actions, const std::string& name, std::function<void(GVariant* parameter)> perform,
+               const GVariantType* parameterType = nullptr)
 {
-    auto section = makeMenu();
-    if (const auto* group = replacement(scene, placement)) {
-        for (std::size_t i = 0; i < group->content.size(); ++i)
-            append(section, group->content[i].title, "menu." + actionName(placement, i));
-    }
-    return section;
+    const GObjectPtr<GSimpleAction> action(g_simple_action_new(name.c_str(), parameterType));
+    connectSignal<void(GVariant*)>(action.get(), "activate", std::move(perform));
+    g_action_map_add_action(G_ACTION_MAP(actions.get()), G_ACTION(action.get()));
 }
 
-void addAction(GSimpleActionGroup* group, const std::string& name, std::function<void()> perform)
+// The commands that replace a standard group, whose actions are called `name` and a number.
+Menu makeSection(const Scene& scene, CommandGroupPlacement placement, const std::string& name, const Actions& actions)
 {
-    const GObjectPtr<GSimpleAction> action(g_simple_action_new(name.c_str(), nullptr));
-    connectSignal<void(GVariant*)>(action.get(), "activate", [perform = std::move(perform)](GVariant*) { perform(); });
-    g_action_map_add_action(G_ACTION_MAP(group), G_ACTION(action.get()));
+    auto section = makeMenu();
+    for (const auto& group : scene.commands) {
+        if (group.replacing != placement)
+            continue;
+        for (const auto& [title, perform] : group.content) {
+            const auto action = name + std::to_string(g_menu_model_get_n_items(G_MENU_MODEL(section.get())));
+            addAction(actions, action, [perform](GVariant*) { perform(); });
+            append(section, title, "menu." + action);
+        }
+    }
+    return section;
 }
 
 void setKey(GtkWindow* window, const char* action, const char* key)
@@ -102,70 +97,65 @@ void nameItemsBelow(GtkWidget* widget)
     }
 }
 
-}
-
-GObjectPtr<GMenu> makeMenuBarModel(const Scene& scene)
-{
-    const auto applicationMenu = makeMenu();
-    appendSection(applicationMenu, makeSection(scene, CommandGroupPlacement::appInfo));
-    const auto ending = makeMenu();
-    append(ending, localized("_Quit"), "any.quit");
-    appendSection(applicationMenu, ending);
-
-    const auto file = makeMenu();
-    appendSection(file, makeSection(scene, CommandGroupPlacement::newItem));
-    append(file, localized("_Close"), "any.close");
-
-    const auto edit = makeMenu();
-    for (const auto& item : editItems) {
-        const auto action = std::string("menu.edit-") + item.command;
-        const GObjectPtr<GMenuItem> menuItem(g_menu_item_new(localized(item.title).c_str(), action.c_str()));
-        g_menu_item_set_attribute(menuItem.get(), "accel", "s", item.shownKey);
-        g_menu_append_item(edit.get(), menuItem.get());
-    }
-
-    const auto window = makeMenu();
-    append(window, localized("_Minimize"), "menu.minimize");
-
-    auto bar = makeMenu();
-    appendSubmenu(bar, localized("_Quillory"), applicationMenu);
-    appendSubmenu(bar, localized("_File"), file);
-    appendSubmenu(bar, localized("_Edit"), edit);
-    appendSubmenu(bar, localized("_Window"), window);
-    return bar;
-}
-
-void installWindowActions(GtkWindow* window, const WindowActions& actions)
-{
-    const GObjectPtr<GSimpleActionGroup> group(g_simple_action_group_new());
-    addAction(group.get(), "quit", actions.quit);
-    addAction(group.get(), "close", actions.close);
-    gtk_widget_insert_action_group(GTK_WIDGET(window), "any", G_ACTION_GROUP(group.get()));
-    setKey(window, "any.quit", "<Control>q");
-    setKey(window, "any.close", "<Control>w");
-}
-
-void installMenuActions(GtkWindow* window, const Scene& scene, const MenuActions& actions)
-{
-    const GObjectPtr<GSimpleActionGroup> menu(g_simple_action_group_new());
-    for (const auto placement : {CommandGroupPlacement::newItem, CommandGroupPlacement::appInfo}) {
-        const auto* group = replacement(scene, placement);
-        for (std::size_t i = 0; group != nullptr && i < group->content.size(); ++i)
-            addAction(menu.get(), actionName(placement, i), group->content[i].action);
-    }
-    addAction(menu.get(), "minimize", actions.minimize);
-    for (const auto& item : editItems)
-        addAction(menu.get(), std::string("edit-") + item.command,
-                  [edit = actions.edit, &item] { edit(item.command); });
-    gtk_widget_insert_action_group(GTK_WIDGET(window), "menu", G_ACTION_GROUP(menu.get()));
-}
-
+// Gives the items their text as the name that a screen reader says, each time that their menu opens. By itself the
+// toolkit names them after a label, again whenever something of them changes, and at least in 4.18 hides that label
+// from the reader.
 void nameMenuItems(GtkWidget* menuBar)
 {
     for (auto* item = gtk_widget_get_first_child(menuBar); item != nullptr; item = gtk_widget_get_next_sibling(item)) {
         auto* menu = gtk_widget_get_last_child(item);
         g_signal_connect(menu, "map", G_CALLBACK(+[](GtkWidget* shown, gpointer) { nameItemsBelow(shown); }), nullptr);
     }
+}
+
+}
+
+void installWindowActions(GtkWindow* window, std::function<void()> quit)
+{
+    const Actions actions(g_simple_action_group_new());
+    addAction(actions, "quit", [quit = std::move(quit)](GVariant*) { quit(); });
+    addAction(actions, "close", [window](GVariant*) { gtk_window_close(window); });
+    gtk_widget_insert_action_group(GTK_WIDGET(window), "any", G_ACTION_GROUP(actions.get()));
+    setKey(window, "any.quit", "<Control>q");
+    setKey(window, "any.close", "<Control>w");
+}
+
+GtkWidget* makeMenuBar(GtkWindow* window, const Scene& scene, std::function<void(const char* command)> edit)
+{
+    const Actions actions(g_simple_action_group_new());
+    const auto applicationMenu = makeMenu();
+    appendSection(applicationMenu, makeSection(scene, CommandGroupPlacement::appInfo, "app-info-", actions));
+    const auto ending = makeMenu();
+    append(ending, localized("_Quit"), "any.quit");
+    appendSection(applicationMenu, ending);
+
+    const auto fileMenu = makeMenu();
+    appendSection(fileMenu, makeSection(scene, CommandGroupPlacement::newItem, "new-item-", actions));
+    append(fileMenu, localized("_Close"), "any.close");
+
+    const auto editMenu = makeMenu();
+    for (const auto& [title, command, shownKey] : editItems) {
+        const auto action = std::string("menu.edit::") + command;
+        const GObjectPtr<GMenuItem> item(g_menu_item_new(localized(title).c_str(), action.c_str()));
+        g_menu_item_set_attribute(item.get(), "accel", "s", shownKey);
+        g_menu_append_item(editMenu.get(), item.get());
+    }
+    const auto perform = [edit = std::move(edit)](GVariant* command) { edit(g_variant_get_string(command, nullptr)); };
+    addAction(actions, "edit", perform, G_VARIANT_TYPE_STRING);
+
+    const auto windowMenu = makeMenu();
+    append(windowMenu, localized("_Minimize"), "window.minimize");
+
+    const auto bar = makeMenu();
+    appendSubmenu(bar, localized("_Quillory"), applicationMenu);
+    appendSubmenu(bar, localized("_File"), fileMenu);
+    appendSubmenu(bar, localized("_Edit"), editMenu);
+    appendSubmenu(bar, localized("_Window"), windowMenu);
+    gtk_widget_insert_action_group(GTK_WIDGET(window), "menu", G_ACTION_GROUP(actions.get()));
+    auto* widget = gtk_popover_menu_bar_new_from_model(G_MENU_MODEL(bar.get()));
+    setAccessibleName(widget, localized("Menu bar"));
+    nameMenuItems(widget);
+    return widget;
 }
 
 }

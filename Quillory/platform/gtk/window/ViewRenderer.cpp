@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cmath>
-#include <filesystem>
 #include <map>
 
 #include "platform/gtk/web/WebView.h"
@@ -14,62 +13,27 @@ namespace {
 
 using Widget = GObjectPtr<GtkWidget>;
 
-template<typename... Visitors> struct Overloaded : Visitors... {
-    using Visitors::operator()...;
-};
-// Older compilers do not find this out by themselves.
-template<typename... Visitors> Overloaded(Visitors...) -> Overloaded<Visitors...>;
-
-int pixels(double length)
-{
-    return static_cast<int>(std::lround(length));
-}
-
-const char* styleName(TextStyle style)
+// In pixels at 96 dots per inch.
+double usualSize(TextStyle style)
 {
     switch (style) {
-    case TextStyle::body:
-        return "text-body";
-    case TextStyle::headline:
-        return "text-headline";
     case TextStyle::subheadline:
-        return "text-subheadline";
+        return 11;
     case TextStyle::caption:
-        return "text-caption";
     case TextStyle::footnote:
-        return "text-footnote";
+        return 10;
+    case TextStyle::body:
+    case TextStyle::headline:
+        break;
     }
-    return "text-body";
+    return 13;
 }
-
-// Sizes are in points, 1/72 inch: they are 13, 11 and 10 pixels at 96 dots per inch and grow with the
-// user's text scaling. Lines are 14, 12 and 11 pixels high whatever the font, so that a layout of fixed
-// height holds with all of them; those of links have room for the rule below the text.
-constexpr const char* textStyles = R"(
-.text-body { font-size: 9.75pt; line-height: 10.5pt; }
-.text-headline { font-size: 9.75pt; line-height: 10.5pt; font-weight: bold; }
-.text-subheadline { font-size: 8.25pt; line-height: 9pt; }
-.text-caption, .text-footnote { font-size: 7.5pt; line-height: 8.25pt; }
-.text-bold { font-weight: bold; }
-.text-monospaced { font-family: monospace; }
-.plain-link { line-height: 11.25pt; padding: 0; min-height: 0; min-width: 0; border: none; }
-)";
-
-constexpr double pointsPerPixel = 0.75;
 
 // With a decimal point whatever the user's language.
 std::string cssNumber(double number)
 {
     std::array<char, G_ASCII_DTOSTR_BUF_SIZE> buffer {};
     return g_ascii_dtostr(buffer.data(), static_cast<int>(buffer.size()), number);
-}
-
-void addStyles(const char* css)
-{
-    GObjectPtr<GtkCssProvider> styles(gtk_css_provider_new());
-    gtk_css_provider_load_from_data(styles.get(), css, -1);
-    gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(styles.get()),
-                                               GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 }
 
 // Each set of rules becomes a class, which stays for the next widget that has them: there are only a few.
@@ -79,14 +43,12 @@ void addStyle(GtkWidget* widget, const std::string& rules)
     auto& name = classes[rules];
     if (name.empty()) {
         name = "rules-" + std::to_string(classes.size());
-        addStyles(("." + name + " { " + rules + " }").c_str());
+        const GObjectPtr<GtkCssProvider> styles(gtk_css_provider_new());
+        gtk_css_provider_load_from_data(styles.get(), ("." + name + " { " + rules + " }").c_str(), -1);
+        gtk_style_context_add_provider_for_display(gdk_display_get_default(), GTK_STYLE_PROVIDER(styles.get()),
+                                                   GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     }
     gtk_widget_add_css_class(widget, name.c_str());
-}
-
-void installTextStyles()
-{
-    [[maybe_unused]] static const bool isInstalled = (addStyles(textStyles), true);
 }
 
 void setHorizontalMargin(GtkWidget* widget, double margin)
@@ -95,27 +57,26 @@ void setHorizontalMargin(GtkWidget* widget, double margin)
     gtk_widget_set_margin_end(widget, pixels(margin));
 }
 
-void applyFont(GtkWidget* widget, const Font& font)
+// In points, 1/72 inch, which grow with the user's text scaling. Lines are as high as the font's size asks for whatever
+// the font, so that a layout of fixed height holds with all of them.
+std::string fontRules(const Font& font)
 {
-    gtk_widget_add_css_class(widget, styleName(font.style));
-    if (font.bold)
-        gtk_widget_add_css_class(widget, "text-bold");
-    if (font.monospaced)
-        gtk_widget_add_css_class(widget, "text-monospaced");
-    if (font.size)
-        addStyle(widget,
-                 "font-size: " + cssNumber(*font.size * pointsPerPixel)
-                     + "pt; line-height: " + cssNumber(*font.size * pointsPerPixel * 13 / 12) + "pt;");
+    constexpr double pointsPerPixel = 0.75;
+    const double size = font.size.value_or(usualSize(font.style));
+    const double line = std::round(size * 13 / 12);
+    return "font-size: " + cssNumber(size * pointsPerPixel) + "pt; line-height: " + cssNumber(line * pointsPerPixel)
+        + "pt;" + (font.bold || font.style == TextStyle::headline ? " font-weight: bold;" : "")
+        + (font.monospaced ? " font-family: monospace;" : "");
 }
 
-Widget renderText(const TextView& text)
+Widget render(const TextView& text)
 {
     auto label = sink(gtk_label_new(text.text.c_str()));
     gtk_label_set_wrap(GTK_LABEL(label.get()), TRUE);
     gtk_label_set_justify(GTK_LABEL(label.get()), GTK_JUSTIFY_CENTER);
     gtk_widget_set_halign(label.get(), text.horizontalPadding > 0 ? GTK_ALIGN_FILL : GTK_ALIGN_CENTER);
     setHorizontalMargin(label.get(), text.horizontalPadding);
-    applyFont(label.get(), text.font);
+    addStyle(label.get(), fontRules(text.font));
     if (text.color == ColorRole::secondary)
         gtk_widget_add_css_class(label.get(), "dim-label");
     return label;
@@ -124,7 +85,7 @@ Widget renderText(const TextView& text)
 // The toolkit would show a picture of its own for a file that it cannot decode.
 bool canBeDecoded(const char* file)
 {
-    return GObjectPtr<GdkPixbuf>(gdk_pixbuf_new_from_file_at_size(file, 16, 16, nullptr)) != nullptr;
+    return GObjectPtr<GdkPixbuf>(gdk_pixbuf_new_from_file(file, nullptr)) != nullptr;
 }
 
 bool hasUsableIcon(GtkIconTheme* theme, const ImageView& image)
@@ -139,7 +100,7 @@ bool hasUsableIcon(GtkIconTheme* theme, const ImageView& image)
 }
 
 // Null when the icon is nowhere to be had.
-Widget renderImage(const ImageView& image)
+Widget render(const ImageView& image)
 {
     auto widget = sink(gtk_image_new());
     auto* picture = GTK_IMAGE(widget.get());
@@ -155,43 +116,41 @@ Widget renderImage(const ImageView& image)
     return widget;
 }
 
-Widget renderLink(const LinkView& link)
+Widget render(const LinkView& link)
 {
     auto button = sink(gtk_link_button_new_with_label(link.url.c_str(), link.label.c_str()));
     gtk_widget_set_halign(button.get(), GTK_ALIGN_CENTER);
-    gtk_widget_add_css_class(button.get(), "plain-link");
-    applyFont(button.get(), link.font);
+    // There is room for the rule below the text.
+    addStyle(button.get(),
+             fontRules(link.font) + " line-height: 11.25pt; padding: 0; min-height: 0; min-width: 0; border: none;");
     return button;
 }
 
-Widget renderBadge(const BadgeView& badge)
+Widget render(const BadgeView& badge)
 {
     auto label = sink(gtk_label_new(badge.text.c_str()));
     gtk_widget_set_halign(label.get(), GTK_ALIGN_CENTER);
-    applyFont(label.get(), badge.font);
     addStyle(label.get(),
-             "padding: " + cssNumber(badge.verticalPadding) + "px " + cssNumber(badge.horizontalPadding)
-                 + "px; border-radius: " + cssNumber(badge.cornerRadius) + "px; background-color: rgba(128, 128, 128, "
-                 + cssNumber(badge.greyOpacity) + ");");
+             fontRules(badge.font) + " padding: " + cssNumber(badge.verticalPadding) + "px "
+                 + cssNumber(badge.horizontalPadding) + "px; border-radius: " + cssNumber(badge.cornerRadius)
+                 + "px; background-color: rgba(128, 128, 128, " + cssNumber(badge.greyOpacity) + ");");
     setAccessibleName(label.get(), badge.accessibleName);
     return label;
 }
 
-Widget renderSeparator(const SeparatorView& separator)
+Widget render(const SeparatorView& separator)
 {
     auto line = sink(gtk_separator_new(GTK_ORIENTATION_HORIZONTAL));
     setHorizontalMargin(line.get(), separator.horizontalPadding);
     return line;
 }
 
-Widget renderSpacer()
+Widget render(const SpacerView&)
 {
-    auto spacer = sink(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0));
-    gtk_widget_set_vexpand(spacer.get(), TRUE);
-    return spacer;
+    return sink(GTK_WIDGET(g_object_new(GTK_TYPE_BOX, "vexpand", TRUE, nullptr)));
 }
 
-Widget renderStack(const StackView& stack)
+Widget render(const StackView& stack)
 {
     auto column = sink(gtk_box_new(GTK_ORIENTATION_VERTICAL, pixels(stack.spacing)));
     if (stack.fixedSize)
@@ -206,7 +165,7 @@ Widget renderStack(const StackView& stack)
     return column;
 }
 
-RenderedView renderWebView(const HostedWebView& hosted)
+RenderedView render(const HostedWebView& hosted)
 {
     auto webView = std::dynamic_pointer_cast<WebView>(hosted.makeView());
     auto widget = webView->makeWidget();
@@ -217,30 +176,7 @@ RenderedView renderWebView(const HostedWebView& hosted)
 
 RenderedView renderView(const View& view)
 {
-    installTextStyles();
-    return std::visit(Overloaded {[](const TextView& text) {
-                                      return RenderedView {renderText(text), nullptr};
-                                  },
-                                  [](const ImageView& image) {
-                                      return RenderedView {renderImage(image), nullptr};
-                                  },
-                                  [](const LinkView& link) {
-                                      return RenderedView {renderLink(link), nullptr};
-                                  },
-                                  [](const BadgeView& badge) {
-                                      return RenderedView {renderBadge(badge), nullptr};
-                                  },
-                                  [](const SeparatorView& line) {
-                                      return RenderedView {renderSeparator(line), nullptr};
-                                  },
-                                  [](const SpacerView&) {
-                                      return RenderedView {renderSpacer(), nullptr};
-                                  },
-                                  [](const HostedWebView& hosted) { return renderWebView(hosted); },
-                                  [](const StackView& stack) {
-                                      return RenderedView {renderStack(stack), nullptr};
-                                  }},
-                      view);
+    return std::visit([](const auto& value) { return RenderedView {render(value)}; }, view);
 }
 
 }

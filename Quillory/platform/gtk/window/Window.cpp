@@ -3,23 +3,15 @@
 #include <gdk/wayland/gdkwayland.h>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
-#include "platform/Localization.h"
 #include "platform/gtk/application/Application.h"
 #include "platform/gtk/web/WebView.h"
-#include "platform/gtk/window/AccessibleName.h"
 #include "platform/gtk/window/MenuBar.h"
 
 namespace quillory::gtk {
 
 namespace {
-
-int pixels(double length)
-{
-    return static_cast<int>(std::lround(length));
-}
 
 int naturalHeight(GtkWidget* widget)
 {
@@ -58,15 +50,15 @@ Window::Window(Application& application, std::optional<Screen> screen, Size cont
     auto* window = m_window.get();
     gtk_application_add_window(m_application.gtkApplication(), window);
     gtk_application_window_set_show_menubar(GTK_APPLICATION_WINDOW(window), FALSE);
-    gtk_window_set_hide_on_close(window, TRUE);
     gtk_window_set_resizable(window, (styleMask & windowResizable) != 0);
     gtk_window_set_child(window, GTK_WIDGET(m_column));
     const auto size = fitting(contentSize);
     gtk_window_set_default_size(window, pixels(size.width), pixels(size.height));
 
-    installWindowActions(window, {.quit = [this] { m_application.terminate(); }, .close = [this] { performClose(); }});
+    installWindowActions(window, [this] { m_application.terminate(); });
     m_connections.push_back(connectScoped<gboolean()>(window, "close-request", [this] {
-        performClose();
+        if (m_delegate == nullptr || m_delegate->windowShouldClose(*this))
+            orderOut();
         return TRUE;
     }));
     m_connections.push_back(connectScoped<void()>(window, "realize", [this] {
@@ -81,28 +73,16 @@ Window::Window(Application& application, std::optional<Screen> screen, Size cont
     }));
 }
 
-Window::~Window() = default;
-
 void Window::addMenuBar()
 {
-    const auto& scene = m_application.scene();
-    installMenuActions(m_window.get(), scene,
-                       {.minimize = [this] { gtk_window_minimize(m_window.get()); },
-                        .edit =
-                            [this](const char* command) {
-                                if (m_content.webView)
-                                    m_content.webView->executeEditingCommand(command);
-                            }});
-    m_menuBar = gtk_popover_menu_bar_new_from_model(G_MENU_MODEL(makeMenuBarModel(scene).get()));
-    setAccessibleName(m_menuBar, localized("Menu bar"));
+    m_menuBar = makeMenuBar(m_window.get(), m_application.scene(), [this](const char* command) {
+        if (m_content.webView)
+            m_content.webView->executeEditingCommand(command);
+    });
     gtk_box_prepend(m_column, m_menuBar);
-    nameMenuItems(m_menuBar);
-    int width = 0;
-    int height = 0;
-    gtk_window_get_default_size(m_window.get(), &width, &height);
     m_menuBarHeight = naturalHeight(m_menuBar);
-    const auto content = fitting({static_cast<double>(width), static_cast<double>(height)});
-    gtk_window_set_default_size(m_window.get(), width, pixels(content.height) + m_menuBarHeight);
+    const auto content = fitting(defaultSize());
+    gtk_window_set_default_size(m_window.get(), pixels(content.width), pixels(content.height) + m_menuBarHeight);
     m_connections.push_back(connectScoped<void(GParamSpec*)>(m_window.get(), "notify::focus-widget",
                                                              [this](GParamSpec*) { returnFocusFromMenuBar(); }));
 }
@@ -113,12 +93,6 @@ void Window::returnFocusFromMenuBar()
     auto* focus = gtk_window_get_focus(m_window.get());
     if (m_content.webView && focus != nullptr && gtk_widget_get_parent(focus) == m_menuBar)
         m_content.webView->grabFocus();
-}
-
-void Window::performClose()
-{
-    if (m_delegate == nullptr || m_delegate->windowShouldClose(*this))
-        orderOut();
 }
 
 void Window::setTitle(const std::string& title)
@@ -133,7 +107,7 @@ void Window::setContentView(const FramedView& content)
     gtk_widget_set_hexpand(m_content.widget.get(), TRUE);
     gtk_box_append(m_column, m_content.widget.get());
     // Laying out a text waits until the fonts are known: a page's process can start meanwhile.
-    if (m_hasMenuBar && m_menuBar == nullptr)
+    if (m_hasMenuBar)
         addMenuBar();
     setContentMinSize(content.minSize);
     if (m_content.webView)
@@ -171,14 +145,12 @@ Size Window::fitting(Size content) const
             std::min(content.height, m_screen->visibleFrame.height - titleBarHeight - m_menuBarHeight)};
 }
 
-void Window::center()
+Size Window::defaultSize() const
 {
-    m_centerWhenMapped = true;
-}
-
-void Window::setDelegate(WindowDelegate* delegate)
-{
-    m_delegate = delegate;
+    int width = 0;
+    int height = 0;
+    gtk_window_get_default_size(m_window.get(), &width, &height);
+    return {static_cast<double>(width), static_cast<double>(height)};
 }
 
 void Window::makeKeyAndOrderFront()
@@ -210,11 +182,6 @@ void Window::makeKeyAndOrderFront()
         gtk_window_present(alert);
 }
 
-void Window::orderFrontRegardless()
-{
-    m_regardless = true;
-}
-
 void Window::orderOut()
 {
     if (gtk_widget_get_mapped(GTK_WIDGET(m_window.get())) != 0 && !isMiniaturized())
@@ -241,14 +208,10 @@ void Window::deminiaturize()
 
 void Window::placeWhenMapped()
 {
-    if (std::exchange(m_centerWhenMapped, false)) {
-        int width = 0;
-        int height = 0;
-        gtk_window_get_default_size(m_window.get(), &width, &height);
-        x11Center(surface(), {static_cast<double>(width), static_cast<double>(height)});
-    } else if (m_positionWhenMapped) {
+    if (std::exchange(m_centerWhenMapped, false))
+        x11Center(surface(), defaultSize());
+    else if (m_positionWhenMapped)
         x11MoveTo(surface(), *m_positionWhenMapped);
-    }
     m_positionWhenMapped.reset();
 }
 

@@ -20,16 +20,15 @@ class Window final : public quillory::Window {
 public:
     // Neither the window nor what it can be made smaller to is larger than `screen` has room for.
     Window(Application& application, std::optional<Screen> screen, Size contentSize, unsigned styleMask);
-    ~Window() override;
 
     void setTitle(const std::string& title) override;
     void setContentView(const FramedView& content) override;
     void setContentMinSize(Size size) override;
-    void center() override;
-    void setDelegate(WindowDelegate* delegate) override;
+    void center() override { m_centerWhenMapped = true; }
+    void setDelegate(WindowDelegate* delegate) override { m_delegate = delegate; }
 
     void makeKeyAndOrderFront() override;
-    void orderFrontRegardless() override;
+    void orderFrontRegardless() override { m_regardless = true; }
     void orderOut() override;
     void setIsVisible(bool visible) override;
     bool isMiniaturized() const override;
@@ -38,10 +37,10 @@ public:
 private:
     void addMenuBar();
     void returnFocusFromMenuBar();
-    void performClose();
     void placeWhenMapped();
     void keepWithinBounds(GdkToplevelSize* limits);
     Size fitting(Size content) const;
+    Size defaultSize() const;
     bool isOnX11() const;
     GdkSurface* surface() const;
 

@@ -77,8 +77,7 @@ void x11Center(GdkSurface* surface, Size size)
     auto* monitor = gdk_display_get_monitor_at_surface(display, surface);
     if (monitor == nullptr)
         return;
-    GdkRectangle area;
-    gdk_x11_monitor_get_workarea(monitor, &area);
+    const auto area = workArea(monitor);
     const int scale = gdk_surface_get_scale_factor(surface);
     const int x = std::max(0, (area.width - static_cast<int>(size.width)) / 2);
     const int y = std::max(0, (area.height - static_cast<int>(size.height) - usualFrameHeight) / 2);
@@ -95,13 +94,14 @@ GdkMonitor* mainMonitor(GdkDisplay* display)
     return static_cast<GdkMonitor*>(g_list_model_get_item(gdk_display_get_monitors(display), 0));
 }
 
-std::optional<Size> x11WorkArea(GdkMonitor* monitor)
+GdkRectangle workArea(GdkMonitor* monitor)
 {
-    if (!isX11(gdk_monitor_get_display(monitor)))
-        return std::nullopt;
     GdkRectangle area;
-    gdk_x11_monitor_get_workarea(monitor, &area);
-    return Size {static_cast<double>(area.width), static_cast<double>(area.height)};
+    if (isX11(gdk_monitor_get_display(monitor)))
+        gdk_x11_monitor_get_workarea(monitor, &area);
+    else
+        gdk_monitor_get_geometry(monitor, &area);
+    return area;
 }
 
 }

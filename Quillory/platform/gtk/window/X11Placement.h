@@ -28,7 +28,7 @@ void x11MoveTo(GdkSurface* surface, Point position);
 void x11Center(GdkSurface* surface, Size size);
 // The primary monitor, or the first one; null without any. The caller owns a reference.
 GdkMonitor* mainMonitor(GdkDisplay* display);
-// The part of a monitor that panels leave free, in logical pixels.
-std::optional<Size> x11WorkArea(GdkMonitor* monitor);
+// The part of a monitor that panels leave free as far as that is known, in logical pixels.
+GdkRectangle workArea(GdkMonitor* monitor);
 
 }
