@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds portalGoneDelay {250};
 // Shown by the toolkit, and not by the desktop's portal.
 bool showsOwnPanel()
 {
-    const std::unique_ptr<GList, decltype(&g_list_free)> windows(gtk_window_list_toplevels(), g_list_free);
+    const std::unique_ptr<GList, FreedBy<g_list_free>> windows(gtk_window_list_toplevels());
     for (auto* entry = windows.get(); entry != nullptr; entry = entry->next) {
         if (GTK_IS_FILE_CHOOSER_DIALOG(entry->data) && gtk_widget_get_visible(GTK_WIDGET(entry->data)))
             return true;

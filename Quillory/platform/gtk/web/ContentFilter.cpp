@@ -118,15 +118,11 @@ private:
             m_completion(m_filter.get(), m_error);
     }
 
-    struct Unref {
-        void operator()(WebKitUserContentFilter* filter) const { webkit_user_content_filter_unref(filter); }
-    };
-
     std::string m_rules;
     std::string m_identifier;
     fs::path m_temporaryFolder;
     bool m_isDone = false;
-    std::unique_ptr<WebKitUserContentFilter, Unref> m_filter;
+    std::unique_ptr<WebKitUserContentFilter, FreedBy<webkit_user_content_filter_unref>> m_filter;
     std::string m_error;
     ContentFilterCompletion m_completion;
 };

@@ -62,8 +62,8 @@ std::string PrintedFile::uri() const
 
 GBytesPtr PrintedFile::content() const
 {
-    const std::unique_ptr<GMappedFile, decltype(&g_mapped_file_unref)> file(
-        g_mapped_file_new_from_fd(m_file.get(), TRUE, nullptr), g_mapped_file_unref);
+    const std::unique_ptr<GMappedFile, FreedBy<g_mapped_file_unref>> file(
+        g_mapped_file_new_from_fd(m_file.get(), TRUE, nullptr));
     if (!file)
         return nullptr;
     auto* memory = reinterpret_cast<std::byte*>(g_mapped_file_get_contents(file.get()));

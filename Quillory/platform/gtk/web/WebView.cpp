@@ -89,9 +89,8 @@ void leaveMenuKeyToPage(GtkWidget* view)
 
 bool hasFiles(GdkDrop* drop)
 {
-    const std::unique_ptr<GdkContentFormats, decltype(&gdk_content_formats_unref)> formats(
-        gdk_content_formats_union_deserialize_gtypes(gdk_content_formats_ref(gdk_drop_get_formats(drop))),
-        gdk_content_formats_unref);
+    const std::unique_ptr<GdkContentFormats, FreedBy<gdk_content_formats_unref>> formats(
+        gdk_content_formats_union_deserialize_gtypes(gdk_content_formats_ref(gdk_drop_get_formats(drop))));
     return gdk_content_formats_contain_gtype(formats.get(), GDK_TYPE_FILE_LIST) != 0;
 }
 
@@ -198,7 +197,7 @@ void WebView::acceptFilesDroppedOn(GtkWidget* widget)
         target, "drop", [this](const GValue* value, double x, double y) {
             std::vector<std::filesystem::path> files;
             auto* list = static_cast<GdkFileList*>(g_value_get_boxed(value));
-            const std::unique_ptr<GSList, decltype(&g_slist_free)> entries(gdk_file_list_get_files(list), g_slist_free);
+            const std::unique_ptr<GSList, FreedBy<g_slist_free>> entries(gdk_file_list_get_files(list));
             for (auto* entry = entries.get(); entry != nullptr; entry = entry->next) {
                 if (const char* path = g_file_peek_path(G_FILE(entry->data)))
                     files.emplace_back(path);
