@@ -1,6 +1,10 @@
 // Work in progress, kept in the page's own storage so that it outlives a crash. Every run of the page writes a
 // session of its own; what earlier runs left stays until the user takes it back or discards it.
+import { language, t } from "./language";
+import { UNTITLED } from "./names";
 import { type Assets, type Project, usedAssets } from "./project";
+import type { ProjectFile } from "./projectFile";
+import { $, guarded } from "./ui";
 
 export interface Session extends Omit<Project, "assets"> {
   /** When the run began, in milliseconds; also its key. */
@@ -86,22 +90,47 @@ export class Autosave {
   flush(): void {
     if (!this.#due) return;
     this.#due = 0;
-    this.#write(this.#id, this.#written).catch(this.report);
+    const written = this.#written;
+    this.#write(this.#id, written).catch((error) => {
+      written.clear(); // the next time everything is
+      this.report(error);
+    });
   }
 
   async #write(id: number, written: Set<string>): Promise<void> {
     const { assets, ...work } = this.work();
-    const added = Object.keys(assets).filter((name) => !written.has(name));
-    try {
-      const change = this.#change();
-      for (const name of added) {
-        written.add(name);
-        change.objectStore("assets").put(assets[name], [id, name]);
-      }
-      await result(change.objectStore("sessions").put({ ...work, id, changed: Date.now() }));
-    } catch (error) {
-      for (const name of added) written.delete(name);
-      throw error;
+    const change = this.#change();
+    for (const [name, data] of Object.entries(assets)) {
+      if (!written.has(name)) change.objectStore("assets").put(data, [id, name]);
+      written.add(name);
     }
+    await result(change.objectStore("sessions").put({ ...work, id, changed: Date.now() }));
   }
+}
+
+/** Offers the work of earlier runs, one after the other. */
+export function offerRecovery([session, ...rest]: Session[], autosave: Autosave, projectFile: ProjectFile): void {
+  const bar = $("recovery");
+  bar.hidden = !session;
+  if (!session) return $("stage").focus();
+  const time = new Date(session.changed).toLocaleString(language, { dateStyle: "medium", timeStyle: "short" });
+  const what = { name: session.name || UNTITLED, time };
+  $("recovery-text").textContent = session.unsaved
+    ? t("Restore unsaved work? “{name}” of {time}", what) : t("Reopen the last project? “{name}” of {time}", what);
+  $("recovery-restore").textContent = session.unsaved ? t("Restore") : t("Reopen");
+  $("recovery-restore").focus();
+  const next = () => offerRecovery(rest, autosave, projectFile);
+  $("recovery-discard").onclick = () => {
+    autosave.discard(session.id);
+    next();
+  };
+  $("recovery-restore").onclick = guarded(async () => {
+    const { name, pages } = session;
+    const project = async () => ({ name, pages, assets: await autosave.assetsOf(session) });
+    await projectFile.replace(project, undefined, !session.unsaved);
+    autosave.schedule();
+    autosave.flush();
+    autosave.discard(session.id);
+    next();
+  });
 }

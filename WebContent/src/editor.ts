@@ -76,7 +76,7 @@ export class Editor {
 
   async #travel(step: () => DocumentState | undefined): Promise<void> {
     const cursor = this.stage.editedText?.selectionEnd;
-    this.#finishText();
+    this.stage.editedText?.exitEditing();
     const state = step();
     if (!state) return;
     const samePage = state.page === this.page;
@@ -87,38 +87,30 @@ export class Editor {
   undo = (): Promise<void> => this.#travel(() => this.history.undo());
   redo = (): Promise<void> => this.#travel(() => this.history.redo());
 
-  #finishText(): void {
-    this.stage.editedText?.exitEditing();
-  }
-
   rename(name: string): void {
     if (name !== this.state.name) this.#push({ name }, "name");
   }
 
   async goTo(page: number): Promise<void> {
-    if (page === this.page || !this.state.pages[page]) return;
-    this.#finishText();
-    this.page = page;
-    await this.#refresh();
+    if (page !== this.page && this.state.pages[page]) await this.#turnTo(page);
   }
-
-  async #setPages(pages: PageData[], page: number): Promise<void> {
-    this.#finishText();
+  async #turnTo(page: number, pages?: PageData[]): Promise<void> {
+    this.stage.editedText?.exitEditing();
     this.page = page;
-    this.#push({ pages });
+    if (pages) this.#push({ pages });
     await this.#refresh();
   }
   addPage = (copy = false): Promise<void> => {
     const page = copy ? { ...this.pageData } : blankPage(this.pageData);
-    return this.#setPages(this.state.pages.toSpliced(this.page + 1, 0, page), this.page + 1);
+    return this.#turnTo(this.page + 1, this.state.pages.toSpliced(this.page + 1, 0, page));
   };
   async deletePage(): Promise<void> {
     const pages = this.state.pages.toSpliced(this.page, 1);
-    if (pages.length > 0) await this.#setPages(pages, Math.min(this.page, pages.length - 1));
+    if (pages.length > 0) await this.#turnTo(Math.min(this.page, pages.length - 1), pages);
   }
   async takePage(from: number, to: number): Promise<void> {
     const { pages } = this.state;
-    if (pages[from] && pages[to]) await this.#setPages(pages.toSpliced(from, 1).toSpliced(to, 0, pages[from]), to);
+    if (pages[from] && pages[to]) await this.#turnTo(to, pages.toSpliced(from, 1).toSpliced(to, 0, pages[from]));
   }
   /** What is selected, as a page of its own that is as large. */
   get selectionAsPage(): PageData | undefined {

@@ -16,22 +16,6 @@ export interface EncoderResponse {
   error?: string;
 }
 
-/** Rows of red, green, blue and, unless they are opaque, alpha. */
-function* rowsOf(pixels: ArrayBufferLike, { width, isOpaque }: PictureInfo): Generator<Uint8Array> {
-  const rgba = new Uint8Array(pixels);
-  const row = new Uint8Array(width * 3);
-  for (let start = 0; start < rgba.length; start += width * 4) {
-    if (isOpaque) {
-      for (let to = 0, from = start; to < row.length; to += 3, from += 4) {
-        row[to] = rgba[from]!;
-        row[to + 1] = rgba[from + 1]!;
-        row[to + 2] = rgba[from + 2]!;
-      }
-      yield row;
-    } else yield rgba.subarray(start, start + width * 4);
-  }
-}
-
 const CRC = new Uint32Array(256).map((_, n) => {
   for (let k = 0; k < 8; k++) n = n & 1 ? 0xedb88320 ^ (n >>> 1) : n >>> 1;
   return n;
@@ -75,9 +59,9 @@ class Png {
     const [pixel, rows] = [this.#pixel, pixels.byteLength / 4 / this.info.width];
     const result = new Uint8Array(rows * (this.info.width * pixel + 1));
     let to = 0;
-    for (const bytes of rowsOf(pixels, this.info)) {
+    for (let i = 0; i < rows; i++) {
       const [row, above] = [this.#row, this.#above];
-      row.set(bytes, pixel);
+      this.#take(new Uint8Array(pixels, i * this.info.width * 4, this.info.width * 4));
       const way = this.#choose();
       result[to++] = way;
       if (way === UP) for (let i = pixel; i < row.length; i++) result[to++] = row[i]! - above[i]!;
@@ -85,6 +69,17 @@ class Png {
       [this.#row, this.#above] = [above, row];
     }
     return result;
+  }
+
+  /** Red, green, blue and, unless it is opaque, alpha of each pixel. */
+  #take(rgba: Uint8Array): void {
+    const row = this.#row;
+    if (!this.info.isOpaque) return row.set(rgba, this.#pixel);
+    for (let to = this.#pixel, from = 0; to < row.length; to += 3, from += 4) {
+      row[to] = rgba[from]!;
+      row[to + 1] = rgba[from + 1]!;
+      row[to + 2] = rgba[from + 2]!;
+    }
   }
 
   #choose(): typeof SUB | typeof UP {
@@ -128,6 +123,4 @@ async function answer(request: EncoderRequest): Promise<EncoderResponse> {
   else encoder = new { png: Png, jpeg: Jpeg }[request.kind](request);
   return {};
 }
-onmessage = ({ data }: MessageEvent<EncoderRequest>) => {
-  void answer(data).catch((error) => ({ error: String(error) })).then((response) => postMessage(response));
-};
+onmessage = async ({ data }: MessageEvent<EncoderRequest>) => postMessage(await answer(data).catch((error) => ({ error: String(error) })));

@@ -13,12 +13,8 @@ import { writeSvg } from "./svg";
 import { $, openDialog, tell, withProgress } from "./ui";
 
 type Bitmap = "png" | "jpeg";
-interface ExportOptions {
-  format: Bitmap | "pdf" | "svg";
-  /** Pixels per page unit. */
-  scale: number;
-  quality: number;
-}
+/** `scale` is in pixels per page unit, `quality`, of JPEG, from 0 to 1. */
+type ExportOptions = { format: Bitmap | "pdf" | "svg"; scale: number; quality: number };
 
 const PDF_MIN_SCALE = 2; // of pictures: 192 pixels an inch, so that paper shows no steps
 /** JPEG files are made of all pixels at once, four bytes each. */

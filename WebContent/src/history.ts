@@ -33,13 +33,9 @@ export class History<T> {
   push(state: T, tag = ""): void {
     const now = this.clock();
     const merges = tag !== "" && tag === this.#tag && now - this.#time < History.mergeWithin && !this.canRedo && !this.isSaved;
-    this.#states.length = this.#at + 1;
-    if (merges) this.#states[this.#at] = state;
-    else {
-      this.#states.push(state);
-      if (this.#states.length > this.limit + 1) this.#states.shift();
-      this.#at = this.#states.length - 1;
-    }
+    this.#states.splice(merges ? this.#at : this.#at + 1, Infinity, state);
+    if (this.#states.length > this.limit + 1) this.#states.shift();
+    this.#at = this.#states.length - 1;
     this.#tag = tag;
     this.#time = now;
   }

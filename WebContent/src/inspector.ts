@@ -27,11 +27,26 @@ export class Inspector {
 
   constructor(private readonly editor: Editor, private readonly edits: ObjectEdits) {
     for (const field of this.#fields) {
-      if (field.dataset.command || field.role === "combobox") continue;
-      if (field instanceof HTMLButtonElement) field.addEventListener("click", () => this.#press(field));
-      else this.#listen(field);
+      if (field instanceof HTMLButtonElement || field.role === "combobox") continue;
+      const prop = field.dataset.prop!;
+      let before: Value | undefined;
+      field.addEventListener("focus", () => (before = this.#read(field)));
+      const isLate = PAGE[prop] && field.type !== "color"; // a page is resized to what was typed in the end
+      field.addEventListener("input", () => isLate || this.#apply(prop, this.#read(field)));
+      field.addEventListener("change", () => {
+        if (isLate) this.#apply(prop, this.#read(field));
+        // What was typed may have been a value on the way to what is none.
+        else if (field.ariaInvalid === "true") this.#apply(prop, before);
+        this.refresh();
+      });
       field.addEventListener("blur", () => this.refresh());
     }
+    this.#panel.addEventListener("click", (e) => {
+      const button = (e.target as Element).closest<HTMLButtonElement>("button[data-value]");
+      if (!button) return;
+      this.#apply(button.dataset.prop!, button.dataset.value || null);
+      this.refresh();
+    });
   }
 
   /** The objects that a property belongs to. */
@@ -53,24 +68,6 @@ export class Inspector {
     return field.value;
   }
 
-  #listen(field: HTMLInputElement | HTMLSelectElement): void {
-    const prop = field.dataset.prop!;
-    let before: Value | undefined;
-    field.addEventListener("focus", () => (before = this.#read(field)));
-    if (!PAGE[prop] || field.type === "color") field.addEventListener("input", () => this.#apply(prop, this.#read(field)));
-    field.addEventListener("change", () => {
-      // What was typed may have been a value on the way to what is none.
-      this.#apply(prop, field.ariaInvalid === "true" ? before : this.#read(field));
-      this.refresh();
-    });
-  }
-
-  #press(button: HTMLButtonElement): void {
-    const { prop, value } = button.dataset;
-    this.#apply(prop!, value === undefined ? button.getAttribute("aria-pressed") !== "true" : value || null);
-    this.refresh();
-  }
-
   #apply(prop: string, value: Value | undefined): void {
     if (value === undefined) return;
     if (PAGE[prop]) return this.editor.setPageFormat(PAGE[prop].change(value as never));
@@ -87,8 +84,7 @@ export class Inspector {
   refresh(): void {
     const { edited: selection } = this.editor.stage;
     const leaves = leavesOf(selection);
-    const kinds = new Set<string>(selection.length ? ["any"] : ["page"]);
-    for (const leaf of leaves) kinds.add(typeOf(leaf));
+    const kinds = new Set([selection.length ? "any" : "page", ...leaves.map(typeOf)]);
     if (selection.length > 1) kinds.add("several");
     if (selection.some((o) => o.isType("Group"))) kinds.add("Group");
     for (const section of this.#panel.querySelectorAll<HTMLElement>("[data-for]")) {
@@ -109,7 +105,7 @@ export class Inspector {
       const [value] = values;
       if (value !== undefined) this.#show(field, values.size > 1 ? undefined : value);
     }
-    if (leaves.length > 0) showSwatches(this.editor, (prop, colour) => (this.#apply(prop, colour), this.refresh()));
+    if (leaves.length > 0) showSwatches(this.editor);
   }
 
   /** Shows a value, or, given none, that the selected objects have different ones. */

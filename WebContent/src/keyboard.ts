@@ -1,12 +1,12 @@
-// Keys, and the editing commands that reach the page as events of its document.
+// Keys, the sheet of all of them, and the editing commands that reach the page as events of its document.
 import { Point } from "fabric";
 import type { Drawing } from "./drawing";
-import { t } from "./language";
+import { showKeys, t } from "./language";
 import type { ObjectEdits } from "./objectEdits";
 import { nameOf } from "./objects";
 import type { Pasteboard } from "./pasteboard";
 import type { Stage } from "./stage";
-import { $, announce, guarded } from "./ui";
+import { $, announce, guarded, openDialog } from "./ui";
 
 export type Commands = Record<string, () => unknown>;
 
@@ -148,4 +148,37 @@ export function announceSelection(stage: Stage): void {
   if (selection.length > 1) announce(t("{count} objects selected", { count: selection.length }));
   else if (selection[0]) announce(t("{name}, {number} of {count}", { name: nameOf(selection[0]), number: objects.indexOf(selection[0]) + 1, count: objects.length }));
   else if (document.activeElement === $("stage")) announce(t("Nothing selected"));
+}
+
+/** What no button or menu item names. */
+const COMMAND_NAMES: Record<string, string> = {
+  "save-as": t("Save under another name"), "select-all": t("Select all"), escape: t("Select nothing"), "page-previous": t("Previous page"),
+  "page-next": t("Next page"), "zoom-selection": t("Zoom to selection"), rulers: t("Rulers: pixels, millimetres, none"),
+  "pane-next": t("Next part of the window"), "pane-previous": t("Previous part of the window"),
+};
+/** Of the canvas, whatever is going on there. */
+const ON_CANVAS: [keys: string, name: string][] = [
+  ["Tab", t("Select the next object, or the next point")], ["←↑→↓", t("Move the object, the point, the pen or the view")],
+  ["Enter", t("Place a shape, end a line, edit what is selected")], ["Space", t("Set a point of a line")],
+  ["Shift+Enter", t("Close the outline")], ["Shift+F10", t("Menu of what is selected")],
+];
+
+function commandName(command: string): string {
+  const button = document.querySelector(`[data-command="${command}"]`);
+  return (COMMAND_NAMES[command] ?? button?.getAttribute("aria-label") ?? button?.textContent ?? "").trim();
+}
+
+export function showShortcuts(): void {
+  const keysOf = new Map(ON_CANVAS.map(([keys, name]) => [name, [showKeys(keys)]]));
+  for (const [keys, command] of Object.entries(KEYS)) {
+    const name = commandName(command);
+    if (name) keysOf.set(name, [...(keysOf.get(name) ?? []), showKeys(keys)]);
+  }
+  const rows = [...keysOf].map(([name, keys]) => {
+    const row = document.createElement("div");
+    for (const text of [name, keys.join(", ")]) row.append(Object.assign(document.createElement("span"), { textContent: text }));
+    return row;
+  });
+  $("shortcut-list").replaceChildren(...rows);
+  void openDialog($<HTMLDialogElement>("shortcuts"));
 }

@@ -40,12 +40,11 @@ export function translatePage(keysOf: (command: string) => string | undefined): 
   }
 }
 
-const SIGNS: Record<string, string> = { Backspace: "⌫", ArrowUp: "↑", ArrowDown: "↓", ArrowLeft: "←", ArrowRight: "→" };
 /** Keys as they are printed on the keyboard. */
 export function showKeys(chord: string): string {
   const named: Record<string, string> = {
     Ctrl: t("Ctrl"), Alt: t("Alt"), Shift: t("Shift"), Delete: t("Del"), Escape: t("Esc"), Enter: t("Enter"), Tab: t("Tab"), Space: t("Space"), PageUp: t("Page Up"),
-    PageDown: t("Page Down"), ...SIGNS,
+    PageDown: t("Page Down"), Backspace: "⌫", ArrowUp: "↑", ArrowDown: "↓", ArrowLeft: "←", ArrowRight: "→",
   };
   return chord.split(/\+(?!$)/).map((key) => named[key] ?? key.toUpperCase()).join("+");
 }

@@ -27,18 +27,20 @@ export class CanvasLine extends Line {
     this.setCoords();
   }
 
-  /** Where the line ends and its heads begin, and a head's length and direction. */
-  private get shaft(): { from: Point; to: Point; head: Point } {
+  /** Where the line ends and its heads begin, and the corners of these. */
+  private get parts(): { from: Point; to: Point; heads: Point[][] } {
     const [start, end] = this.points;
     const way = end.subtract(start);
     const share = (this.strokeWidth * HEAD) / (start.distanceFrom(end) || 1);
     const head = way.scalarMultiply(Math.min(this.arrow === "both" ? 0.5 : 1, share));
-    return { from: this.arrow === "both" ? start.add(head) : start, to: end.subtract(head), head };
+    const to = end.subtract(head);
+    if (this.arrow !== "both") return { from: start, to, heads: [headAt(to, head)] };
+    const from = start.add(head);
+    return { from, to, heads: [headAt(to, head), headAt(from, head.scalarMultiply(-1))] };
   }
   override _toSVG(): string[] {
     if (!this.arrow) return super._toSVG();
-    const { from, to, head } = this.shaft;
-    const heads = [headAt(to, head), ...(this.arrow === "both" ? [headAt(from, head.scalarMultiply(-1))] : [])];
+    const { from, to, heads } = this.parts;
     return [
       "<g>\n", "<line ", "COMMON_PARTS", `x1="${from.x}" y1="${from.y}" x2="${to.x}" y2="${to.y}" />\n`,
       ...heads.map((points) => `<polygon style="fill: ${String(this.stroke)}; opacity: ${this.opacity}; ${this.visible ? "" : "visibility: hidden"}" points="${points.map((p) => `${p.x},${p.y}`).join(" ")}" />\n`), "</g>\n",
@@ -47,14 +49,17 @@ export class CanvasLine extends Line {
 
   override _render(ctx: CanvasRenderingContext2D): void {
     if (!this.arrow || typeof this.stroke !== "string") return super._render(ctx);
-    const { from, to, head } = this.shaft;
+    const { from, to, heads } = this.parts;
     ctx.beginPath();
     ctx.moveTo(from.x, from.y);
     ctx.lineTo(to.x, to.y);
     this._renderStroke(ctx);
     ctx.fillStyle = this.stroke;
-    drawHead(ctx, to, head);
-    if (this.arrow === "both") drawHead(ctx, from, head.scalarMultiply(-1));
+    for (const head of heads) {
+      ctx.beginPath();
+      for (const p of head) ctx.lineTo(p.x, p.y);
+      ctx.fill();
+    }
   }
 }
 classRegistry.setClass(CanvasLine);
@@ -62,11 +67,6 @@ classRegistry.setClass(CanvasLine);
 function headAt(at: Point, way: Point): Point[] {
   const side = new Point(-way.y, way.x).scalarMultiply(0.45);
   return [at.add(side), at.add(way), at.subtract(side)];
-}
-function drawHead(ctx: CanvasRenderingContext2D, at: Point, way: Point): void {
-  ctx.beginPath();
-  for (const p of headAt(at, way)) ctx.lineTo(p.x, p.y);
-  ctx.fill();
 }
 
 /** A point in the direction of a multiple of 45 degrees from another. */

@@ -143,20 +143,20 @@ export class Pages {
   refresh(): void {
     const { page: current, state: { pages } } = this.editor;
     const { children } = this.#list;
-    const before = [children.length, this.#list.querySelector("[aria-selected=true]")?.id].join();
+    let isMoved = children.length !== pages.length;
     while (children.length > pages.length) children[pages.length]!.remove();
     pages.forEach((page, i) => {
       const item = children[i] ?? this.#list.appendChild(this.#item(i));
       const selected = String(i === current);
+      isMoved ||= item.ariaSelected !== selected;
       if (item.ariaSelected !== selected) item.ariaSelected = selected;
       const frame = item.firstElementChild as HTMLElement;
       frame.style.aspectRatio = `${page.width} / ${page.height}`;
       const thumb = this.#thumbs.get(page);
       if (thumb && frame.firstChild !== thumb) frame.replaceChildren(thumb);
     });
-    const id = `pages-${current}`;
-    if (before !== [children.length, id].join()) {
-      this.#list.setAttribute("aria-activedescendant", id);
+    if (isMoved) {
+      this.#list.setAttribute("aria-activedescendant", `pages-${current}`);
       children[current]?.scrollIntoView({ block: "nearest", inline: "nearest" });
     }
     clearTimeout(this.#timer);

@@ -1,12 +1,12 @@
 // The parts of the page, put together, and what each command does.
-import { Autosave } from "./autosave";
+import { Autosave, offerRecovery } from "./autosave";
 import { listenToContextMenu } from "./contextMenu";
 import { Drawing, TOOLS } from "./drawing";
 import { blankProject, Editor } from "./editor";
 import { listenToUndoCommands } from "./editMenu";
 import { exportProject } from "./export";
 import { Inspector } from "./inspector";
-import { announceSelection, type Commands, goToPane, KEYS, listenToKeyboard } from "./keyboard";
+import { announceSelection, type Commands, goToPane, KEYS, listenToKeyboard, showShortcuts } from "./keyboard";
 import { t, translatePage } from "./language";
 import { Layers, Pages } from "./lists";
 import { UNTITLED } from "./names";
@@ -18,10 +18,8 @@ import { listenToMoving, listenToPanning } from "./pointer";
 import { PathPoints } from "./points";
 import type { Project } from "./project";
 import { ProjectFile } from "./projectFile";
-import { offerRecovery } from "./recovery";
 import { Rulers } from "./rulers";
 import { shell } from "./shell";
-import { showShortcuts } from "./shortcuts";
 import { $, announce, guarded, painted, tell, tellError } from "./ui";
 
 translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === command));
@@ -29,10 +27,8 @@ translatePage((command) => Object.keys(KEYS).find((keys) => KEYS[keys] === comma
 const editor: Editor = new Editor($("stage"), {
   changed: () => update(),
   selected: () => {
-    inspector.refresh();
-    layers.refresh();
+    updateSelection();
     announceSelection(stage);
-    updateButtons();
   },
   moving: () => inspector.refresh(),
   zoomed: () => {
@@ -60,14 +56,14 @@ function update(): void {
   document.title = `${editor.history.isSaved ? "" : "• "}${name || UNTITLED} – Quillory`;
   const field = $<HTMLInputElement>("project-name");
   if (field !== document.activeElement) field.value = name;
-  inspector.refresh();
-  layers.refresh();
+  updateSelection();
   pages.refresh();
-  updateButtons();
   if (editor.history.canUndo || editor.history.canRedo || !editor.history.isSaved) autosave?.schedule();
 }
 
-function updateButtons(): void {
+function updateSelection(): void {
+  inspector.refresh();
+  layers.refresh();
   const selected = stage.selection.length > 0;
   const enabled: Record<string, boolean> = {
     undo: editor.history.canUndo,

@@ -1,6 +1,6 @@
 // Canvas objects: how new ones are made, how they are written down and read back, what they are called.
-import { ActiveSelection, Ellipse, FabricObject, Group, type Point, Rect, Textbox, type TSize, util } from "fabric";
-import { AssetImage, images } from "./images";
+import { ActiveSelection, Ellipse, FabricObject, Group, type Point, Rect, Textbox, util } from "fabric";
+import { AssetImage } from "./images";
 import { t } from "./language";
 import { CanvasLine } from "./line";
 import type { ObjectData } from "./project";
@@ -44,14 +44,6 @@ export function createShape(shape: Shape, from: Point, to: Point): FabricObject 
     case "Textbox":
       return new CanvasText(t("Text"), { left, top, width, fill: INK, fontFamily: "sans-serif", fontSize: 64, strokeWidth: 0 });
   }
-}
-
-/** An image at its own size, or smaller so that it fits the page. */
-export async function createImage(dataURL: string, page: TSize): Promise<FabricObject> {
-  const asset = await images.add(dataURL);
-  const image = (await AssetImage.fromObject({ asset, strokeWidth: 0 })) as FabricObject;
-  image.scale(Math.min(1, util.findScaleToFit(image, page)));
-  return image;
 }
 
 /** The objects themselves, and of groups what is in them. */

@@ -1,10 +1,10 @@
 // Objects that are added from elsewhere, and copies.
-import { Point } from "fabric";
+import { Point, util } from "fabric";
 import type { Editor } from "./editor";
-import { images } from "./images";
+import { AssetImage, images } from "./images";
 import { t } from "./language";
 import type { ObjectEdits } from "./objectEdits";
-import { createImage, createObjects, createShape } from "./objects";
+import { createObjects, createShape } from "./objects";
 import { PagePicture } from "./picture";
 import { type Clipboard, type ObjectData, readClipboard, writeClipboard } from "./project";
 import { shell } from "./shell";
@@ -30,17 +30,13 @@ export class Pasteboard {
     }));
   }
 
+  /** Adds an image at its own size, or smaller so that it fits the page. */
   async addImage(dataURL: string, at?: Point): Promise<void> {
     const { width, height } = this.editor.pageData;
-    const image = await createImage(dataURL, { width, height });
+    const image = await AssetImage.fromObject({ asset: await images.add(dataURL), strokeWidth: 0 });
+    image.scale(Math.min(1, util.findScaleToFit(image, { width, height })));
     image.setXY(at ?? new Point(width / 2, height / 2));
     this.editor.stage.place(image);
-  }
-
-  /** The objects of an SVG drawing, as a group. */
-  async addSvg(source: string): Promise<void> {
-    this.editor.stage.place(...(await createObjects(await readSvg(source, this.editor.pageData))));
-    this.edits.group();
   }
 
   /** Copies the selected objects; false if there are none. */
@@ -67,9 +63,12 @@ export class Pasteboard {
     this.#pastes = text === this.#copied ? this.#pastes + 1 : 1;
     await this.#insert(clipboard, this.#pastes * OFFSET);
   }
-  /** Text of another program. */
-  pasteText(text: string): void | Promise<void> {
-    if (looksLikeSvg(text)) return this.addSvg(text);
+  /** Text of another program; an SVG drawing becomes a group of objects. */
+  async pasteText(text: string): Promise<void> {
+    if (looksLikeSvg(text)) {
+      this.editor.stage.place(...(await createObjects(await readSvg(text, this.editor.pageData))));
+      return this.edits.group();
+    }
     const { width, height } = this.editor.pageData;
     const box = createShape("Textbox", new Point(width / 6, height / 2), new Point((width * 5) / 6, height / 2)) as CanvasText;
     box.set({ text: text.replace(/\r\n?/g, "\n"), left: width / 2, top: height / 2 });

@@ -1,6 +1,6 @@
 // A page drawn for a file, by the same code as on the screen, in strips: what a picture takes of memory does not grow
 // with it, and what is drawn as a whole first is no larger than a strip.
-import { type FabricObject, StaticCanvas } from "fabric";
+import { type FabricObject, StaticCanvas, util } from "fabric";
 import { type Box, drawnBox } from "./bounds";
 import { createObjects } from "./objects";
 import type { PageData } from "./project";
@@ -11,10 +11,10 @@ export class PagePicture {
   readonly width: number;
   readonly height: number;
   readonly isOpaque: boolean;
-  #canvas: StaticCanvas;
-  #objects: { object: FabricObject; box: Box }[] = [];
+  readonly #canvas: StaticCanvas;
+  readonly #objects: { object: FabricObject; box: Box }[];
 
-  private constructor(page: PageData, private readonly scale: number, background: string) {
+  private constructor(page: PageData, objects: FabricObject[], private readonly scale: number, background: string) {
     this.width = Math.max(1, Math.round(page.width * scale));
     this.height = Math.max(1, Math.round(page.height * scale));
     const element = document.createElement("canvas");
@@ -22,18 +22,15 @@ export class PagePicture {
     this.#canvas = new StaticCanvas(element, { enableRetinaScaling: false, renderOnAddRemove: false, skipOffscreen: false });
     this.#canvas.backgroundColor = page.background ?? background;
     this.isOpaque = this.#canvas.backgroundColor !== "";
+    this.#canvas.add(...objects);
+    this.#objects = objects.map((object) => ({
+      object, box: drawnBox(object, util.multiplyTransformMatrices([scale, 0, 0, scale, 0, 0], object.calcTransformMatrix())),
+    }));
   }
 
   /** `background` fills in where the page is transparent. */
   static async of(page: PageData, scale: number, background = ""): Promise<PagePicture> {
-    const picture = new PagePicture(page, scale, background);
-    const objects = await createObjects(page.objects);
-    picture.#canvas.add(...objects);
-    picture.#objects = objects.map((object) => {
-      const [a, b, c, d, e, f] = object.calcTransformMatrix();
-      return { object, box: drawnBox(object, [a * scale, b * scale, c * scale, d * scale, e * scale, f * scale]) };
-    });
-    return picture;
+    return new PagePicture(page, await createObjects(page.objects), scale, background);
   }
 
   get stripHeight(): number {

@@ -10,13 +10,8 @@ import { identityOf, remember, topOf } from "./record";
 import { CanvasText } from "./text";
 import { Viewport } from "./viewport";
 
-export interface StageEvents {
-  /** An object was changed by hand: `tag` names changes that may be merged. */
-  changed(tag?: string): void;
-  selected(): void;
-  moving(): void;
-  zoomed(): void;
-}
+/** `changed` says that an object was changed by hand; `tag` names changes that may be merged. */
+export type StageEvents = Record<"selected" | "moving" | "zoomed", () => void> & { changed(tag?: string): void };
 
 export class Stage {
   readonly canvas: PageCanvas;

@@ -13,8 +13,8 @@ function coloursOf(page: PageData): unknown[] {
   return colours;
 }
 
-/** Shows the most used colours in the rows that are made for them; a press gives one to the row's property. */
-export function showSwatches(editor: Editor, pick: (prop: string, colour: string) => void): void {
+/** Shows the most used colours in the rows that are made for them, as buttons of the inspector. */
+export function showSwatches(editor: Editor): void {
   if (editor.state.pages === shown) return;
   shown = editor.state.pages;
   const counts = new Map<string, number>();
@@ -26,7 +26,7 @@ export function showSwatches(editor: Editor, pick: (prop: string, colour: string
     row.replaceChildren(...colours.map((colour) => {
       const button = Object.assign(document.createElement("button"), { type: "button", title: colour, ariaLabel: colour });
       button.style.setProperty("--colour", colour);
-      button.addEventListener("click", () => pick(row.dataset.swatches!, colour));
+      Object.assign(button.dataset, { prop: row.dataset.swatches, value: colour });
       return button;
     }));
   }
