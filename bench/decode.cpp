@@ -69,7 +69,7 @@ void glib(benchmark::State& state)
     const auto text = dataURL(static_cast<std::size_t>(state.range(0)));
     for (auto _ : state) {
         gsize size = 0;
-        const std::unique_ptr<guchar, GFree> bytes(g_base64_decode(text.c_str() + text.find(',') + 1, &size));
+        const std::unique_ptr<guchar, FreedBy<g_free>> bytes(g_base64_decode(text.c_str() + text.find(',') + 1, &size));
         benchmark::DoNotOptimize(bytes.get());
     }
     count(state, text);
