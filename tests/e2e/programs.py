@@ -56,9 +56,9 @@ class KeyWindow(Program):
         self.tell("token")
         return self.log.wait(re.compile("^token (.+)"), start)[0].partition(" ")[2]
 
-    def copy(self, contents):
+    def copy(self, contents, how="copy"):
         """Copies in several types at once."""
-        self.tell("copy", *(part for kind, content in contents.items() for part in (kind, base64.b64encode(content).decode())))
+        self.tell(how, *(part for kind, content in contents.items() for part in (kind, base64.b64encode(content).decode())))
         self.log.wait("copied")
 
 

@@ -24,11 +24,16 @@ def place(programs, session):
     return app
 
 
-def copy(app, text):
-    """Posts "nativeCopy" as after a key press of the user, without which a compositor takes no selection."""
+def press(app):
+    """A key press of the user: what has happened on the display before is known to the program afterwards."""
     app.run_script("window.pressed = new Promise((resolve) => addEventListener('keydown', resolve, {once: true})); return 1")
     app.desktop.key("e")
     app.run_script("await window.pressed")
+
+
+def copy(app, text):
+    """Posts "nativeCopy" as after a key press, without which a compositor takes no selection."""
+    press(app)
     return app.post("nativeCopy", {"data": text})
 
 
@@ -104,6 +109,12 @@ def test_the_first_that_can_be_decoded_counts_and_a_silent_owner_holds_nobody_up
         owner.copy({TEXT: b'{"Type":"x","left":1}', "image/png": b"broken", "image/bmp": picture("bmp")})
         name, url = wait_for(lambda: (got := paste(app)) != ["Paste", "before"] and got, "what can be decoded")
         assert name == "Image" and same_picture(base64.b64decode(url.partition(",")[2]), picture("png"))
+        desktop.focus("Quillory")
+        owner.copy({TEXT: CANVAS.encode()}, "copy_and_stop")
+        press(app)
+        app.run_script("received.length = 0; post('nativePaste', null)")
+        owner.process.send_signal(signal.SIGCONT)
+        assert app.received() == [["Paste", CANVAS]], "of an owner that had not said yet what there is"
         owner.copy({OBJECT: b"silent", TEXT: CANVAS.encode(), "image/png": b"broken", "image/bmp": b"broken"})
         wait_for(lambda: paste(app) == ["Paste", "silent"], "the clipboard of the other program")
         owner.process.send_signal(signal.SIGSTOP)

@@ -21,6 +21,7 @@ def test_window_size_and_place(launch, width, height, inner):
         app = launch(on=desktop)
         page = app.run_script("return [innerWidth, innerHeight]")
         assert page[0] == inner[0] and inner[1] - 4 < page[1] <= inner[1]
+        assert height > 1000 or desktop.geometry("Quillory")["HEIGHT"] == height - 56, "but for a title bar"
 
         def centred():
             place = desktop.geometry("Quillory")
