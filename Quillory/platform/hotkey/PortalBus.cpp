@@ -55,15 +55,15 @@ std::shared_ptr<void> subscribe(GDBusConnection* connection, const char* sender,
                                 const char* signal, const char* argument, const char* type, Received received)
 {
     using Box = BoxedFunction<void(const char* object, GVariant* parameters)>;
-    const auto call = [](GDBusConnection*, const char*, const char* object, const char*, const char*,
-                         GVariant* parameters, gpointer box) { Box::of(box)(object, parameters); };
+    const auto receive = [](GDBusConnection*, const char*, const char* object, const char*, const char*,
+                            GVariant* parameters, gpointer box) { Box::of(box)(object, parameters); };
     const auto ofType = [type, received = std::move(received)](const char* object, GVariant* parameters) {
         if (g_variant_is_of_type(parameters, G_VARIANT_TYPE(type)) != 0)
             received(object, parameters);
     };
     const auto identifier =
         g_dbus_connection_signal_subscribe(connection, sender, interface, signal, nullptr, argument,
-                                           G_DBUS_SIGNAL_FLAGS_NONE, call, Box::make(ofType), Box::free);
+                                           G_DBUS_SIGNAL_FLAGS_NONE, receive, Box::make(ofType), Box::free);
     return {retain(connection).release(), [identifier](GDBusConnection* held) {
                 g_dbus_connection_signal_unsubscribe(held, identifier);
                 g_object_unref(held);
