@@ -84,7 +84,8 @@ PATIENCE = 400
 class Page(Program):
     """The program with the editor page and the driver in it."""
 
-    def __init__(self, desktop, build, folder):
+    def __init__(self, desktop, portal, build, folder):
+        self.portal = portal
         tree = InstallTree(build, folder, page=None)
         shutil.copytree(build / "share" / "quillory" / "WebContent", tree.page_folder, dirs_exist_ok=True)
         index = tree.page_folder / "index.html"
@@ -292,9 +293,15 @@ def photos(page):
               "strokeWidth": 0}]
     before = page.used()
     figures = {}
-    for i in range(1, 8):
-        page.open(project(f"Photo {i}", shown, assets={"photo": picture}))
-        page.run_script("await sleep(1000)")
+    for i in range(1, 8):  # as a user does: what comes as a script of the driver's would stay in the engine's cache of scripts
+        file = page.page_folder.parent / f"photo-{i}.json"
+        file.write_text(json.dumps(project(f"Photo {i}", shown, assets={"photo": picture})))
+        opened = page.start_script(f"""
+$('[data-command="open"]').click();
+while (!$("#announcer").textContent.includes("Photo {i}")) await sleep(50);
+await sleep(1000);""")
+        page.portal.choose(file)
+        page.result(opened)
         if i in (1, 7):
             figures[f"Photo of 24 megapixels: memory after {i}×"] = (page.used() - before, "MiB")
     settled = []
@@ -336,7 +343,7 @@ def main():
             for number, build in enumerate(builds):
                 with tempfile.TemporaryDirectory(prefix="quillory-bench-") as folder, Desktop() as desktop:
                     portal = Portal(desktop)
-                    with Page(desktop, build, pathlib.Path(folder) / "tree") as page:
+                    with Page(desktop, portal, build, pathlib.Path(folder) / "tree") as page:
                         for figure, (value, unit) in job(page).items():
                             results.setdefault((figure, unit), [[] for _ in builds])[number].append(value)
                     portal.kill()
