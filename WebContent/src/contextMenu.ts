@@ -6,7 +6,7 @@ import { $ } from "./ui";
 /** A press of the right button opens it on the canvas and on the list of objects, or the menu key at what is selected. */
 export function listenToContextMenu(stage: Stage): void {
   const menu = $("context-menu");
-  const items = [...menu.querySelectorAll<HTMLButtonElement>("button")];
+  const enabledItems = () => [...menu.querySelectorAll<HTMLButtonElement>("button:enabled")];
   let before: Element | null = null;
 
   const openAt = (x: number, y: number): void => {
@@ -15,7 +15,7 @@ export function listenToContextMenu(stage: Stage): void {
     const { width, height } = menu.getBoundingClientRect();
     menu.style.left = `${Math.min(x, innerWidth - width)}px`;
     menu.style.top = `${Math.min(y, innerHeight - height)}px`;
-    items.find((item) => !item.disabled)?.focus();
+    enabledItems()[0]?.focus();
   };
   const placeOf = ({ target }: Event): Element | null => (target as Element).closest("#stage, #layers");
   document.addEventListener("contextmenu", (e) => {
@@ -45,7 +45,7 @@ export function listenToContextMenu(stage: Stage): void {
   document.addEventListener("mousedown", (e) => !menu.contains(e.target as Node) && menu.hidePopover(), { capture: true });
   window.addEventListener("blur", () => menu.hidePopover());
   menu.addEventListener("keydown", (e) => {
-    const enabled = items.filter((item) => !item.disabled);
+    const enabled = enabledItems();
     const at = enabled.indexOf(document.activeElement as HTMLButtonElement);
     const to = { ArrowDown: at + 1, ArrowUp: at - 1, Home: 0, End: -1 }[e.key];
     if (to !== undefined) enabled.at(to % enabled.length)?.focus();

@@ -1,15 +1,10 @@
 // The application's Edit menu sends commands of the web engine. Copying and selecting arrive as events, but Undo and
 // Redo only concern text that was typed. So a hidden field always holds one typed step to undo and one to redo: when
 // the engine takes either, the project's own history moves and the field is put back as it was.
+import { $ } from "./ui";
 
 export function listenToUndoCommands(undo: () => unknown, redo: () => unknown): void {
-  const field = document.createElement("div");
-  field.contentEditable = "true";
-  field.tabIndex = -1;
-  field.className = "unseen";
-  field.setAttribute("aria-hidden", "true");
-  document.body.append(field);
-
+  const field = $("typed-steps");
   let own = false; // whether what happens in the field is our own doing
   let stale = true; // whether text typed elsewhere has come before the field's steps
   let focused: Element | null = null;

@@ -1,4 +1,5 @@
 // Files that are made of pages: what the user says of them, how they are made, and where they go.
+import { util } from "fabric";
 import type { Editor } from "./editor";
 import type { EncoderRequest, EncoderResponse } from "./encoder";
 import { readAsDataURL } from "./images";
@@ -16,6 +17,7 @@ type Bitmap = "png" | "jpeg";
 /** `scale` is in pixels per page unit, `quality`, of JPEG, from 0 to 1. */
 type ExportOptions = { format: Bitmap | "pdf" | "svg"; scale: number; quality: number };
 
+const STRIP_PIXELS = 2 ** 21;
 const PDF_MIN_SCALE = 2; // of pictures: 192 pixels an inch, so that paper shows no steps
 /** JPEG files are made of all pixels at once, four bytes each. */
 const MAX_PIXELS = { png: 2 ** 28, jpeg: 2 ** 27 } as const;
@@ -31,7 +33,8 @@ function checkSize(page: PageData, format: Bitmap, scale: number): void {
 
 /** A worker compresses one strip while the next is drawn; it ends when the file is made or the work is given up. */
 async function encode(picture: PagePicture, kind: Bitmap, quality: number, step: (share: number) => Promise<void>): Promise<Blob> {
-  const { width, height, stripHeight } = picture;
+  const { width, height } = picture;
+  const stripHeight = util.capValue(1, Math.floor(STRIP_PIXELS / width), height);
   const worker = new Worker("encoder.js");
   const ask = (request: EncoderRequest, moved: Transferable[] = []): Promise<EncoderResponse> =>
     new Promise((resolve, reject) => {

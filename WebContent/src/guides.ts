@@ -35,12 +35,11 @@ export class Guides extends AligningGuidelines {
   }
   private applies({ e, target }: Change): boolean {
     const free = e.ctrlKey || (target instanceof AssetImage && target.isCropping);
-    if (free) this.hide();
+    if (free) {
+      this.verticalLines.clear();
+      this.horizontalLines.clear();
+    }
     return !free;
-  }
-  private hide(): void {
-    this.verticalLines.clear();
-    this.horizontalLines.clear();
   }
   override mouseUp(): void {
     this.others = undefined;

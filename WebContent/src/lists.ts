@@ -22,7 +22,14 @@ export class Layers {
   readonly #row = listBox(this.#list, ["ArrowUp", "ArrowDown"], {
     count: () => this.editor.stage.objects.length,
     current: () => this.#cursor,
-    choose: (row, extend) => this.#choose(row, extend),
+    choose: (row, extend) => {
+      const { objects, canvas, selection } = this.editor.stage;
+      const object = objects.at(-1 - row);
+      if (!object) return;
+      this.#cursor = row;
+      const others = selection.filter((o) => o !== object);
+      this.editor.stage.select(!extend ? [object] : canvas.isSelected(object) ? others : [...selection, object]);
+    },
     indexAt: (e) => {
       const y = e.clientY - this.#list.getBoundingClientRect().top + this.#list.scrollTop;
       return util.capValue(0, Math.round(y / ROW_HEIGHT), this.editor.stage.objects.length);
@@ -46,15 +53,6 @@ export class Layers {
     };
     this.#list.addEventListener("scroll", look);
     new ResizeObserver(look).observe(this.#list);
-  }
-
-  #choose(at: number, extend: boolean): void {
-    const { stage } = this.editor;
-    const object = stage.objects.at(-1 - at);
-    if (!object) return;
-    this.#cursor = at;
-    if (!extend) stage.select([object]);
-    else stage.select(stage.canvas.isSelected(object) ? stage.selection.filter((o) => o !== object) : [...stage.selection, object]);
   }
 
   /** Has the user type another name for the selected object. */

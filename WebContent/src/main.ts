@@ -32,7 +32,7 @@ const editor: Editor = new Editor($("stage"), {
   },
   moving: () => inspector.refresh(),
   zoomed: () => {
-    $("zoom-level").textContent = `${Math.round(editor?.stage.view.zoom * 100)} %`;
+    $("zoom-level").textContent = `${Math.round(editor?.stage.canvas.getZoom() * 100)} %`;
     rulers.draw();
   },
 });
@@ -105,11 +105,11 @@ const tasks: Commands = {
   "select-all": () => stage.select(stage.objects.filter((o) => !o.locked && o.visible)),
   group: () => edits.group(),
   ungroup: () => edits.ungroup(),
-  lock: edits.lock,
-  hide: edits.hide,
+  lock: () => edits.switch("locked"),
+  hide: () => edits.switch("visible"),
   rename: () => layers.rename(),
-  "flip-x": () => edits.flip("flipX"),
-  "flip-y": () => edits.flip("flipY"),
+  "flip-x": () => edits.changeWhole((o) => o.toggle("flipX")),
+  "flip-y": () => edits.changeWhole((o) => o.toggle("flipY")),
   proportions: () => ($("proportions").ariaPressed = String($("proportions").ariaPressed !== "true")),
   crop: () => edits.crop(),
   rulers: () => rulers.switch(),
@@ -120,7 +120,7 @@ const tasks: Commands = {
   /** Goes into what is selected: a group, the points of an outline, a text. */
   enter: () => {
     const { active } = stage;
-    if (active?.isType("Group")) return stage.groups.enter(active);
+    if (active?.isType("Group")) return stage.enterGroup(active);
     points.switch(active);
     stage.editText();
   },
@@ -128,8 +128,8 @@ const tasks: Commands = {
   fit: () => stage.view.fit(),
   "zoom-selection": () => stage.view.fitSelection(),
   "zoom-100": () => stage.view.zoomTo(1),
-  "zoom-in": () => stage.view.zoomTo(stage.view.zoom * 1.25),
-  "zoom-out": () => stage.view.zoomTo(stage.view.zoom / 1.25),
+  "zoom-in": () => stage.view.zoomTo(stage.canvas.getZoom() * 1.25),
+  "zoom-out": () => stage.view.zoomTo(stage.canvas.getZoom() / 1.25),
   "page-add": () => editor.addPage(),
   "page-duplicate": () => editor.addPage(true),
   "page-delete": () => editor.deletePage(),

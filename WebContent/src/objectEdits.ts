@@ -85,17 +85,12 @@ export class ObjectEdits {
       }
     });
   }
-  flip(key: "flipX" | "flipY"): void {
-    this.changeWhole((o) => o.toggle(key));
-  }
   /** Switches a property on for all selected objects, or off if all have it. */
-  #switch(key: "locked" | "visible"): void {
+  switch(key: "locked" | "visible"): void {
     const { selection } = this.editor.stage;
     const to = !selection.every((o) => o[key]);
     this.#place(() => selection.forEach((o) => applyLock(o.set(key, to))));
   }
-  lock = (): void => this.#switch("locked");
-  hide = (): void => this.#switch("visible");
   renameObject(object: FabricObject, name: string): void {
     object.set("name", name);
     this.editor.commit();

@@ -1,12 +1,11 @@
 // PDF: a document with a drawing for each page, which the shell prints into a file. Shadows go into it as pictures, since
 // the engine prints filters coarsely, and images no finer than they are to be seen.
-import { FabricImage, type FabricObject, Group, Shadow, StaticCanvas, util } from "fabric";
+import { FabricImage, type FabricObject, Group, Shadow, type StaticCanvas, util } from "fabric";
 import { drawnBox, visiblePart } from "./bounds";
 import { AssetImage } from "./images";
-import { createObjects } from "./objects";
 import { imageType, type PageData } from "./project";
 import { freeSheet, newSheet } from "./sheets";
-import { drawing } from "./svg";
+import { canvasOf, drawing } from "./svg";
 
 const POINTS_PER_UNIT = 0.75; // 96 units and 72 points are an inch
 const MAX_SHADOW_PIXELS = 2 ** 21;
@@ -67,10 +66,8 @@ function pixelsOf(image: AssetImage, finest: number): string {
 }
 
 async function printed(page: PageData, finest: number, step: (share: number) => Promise<void>): Promise<string> {
-  const objects = await createObjects(page.objects);
-  const canvas = new StaticCanvas(undefined, { width: page.width, height: page.height, renderOnAddRemove: false, skipOffscreen: false });
-  canvas.add(...objects);
-  const parts = partsOf(objects);
+  const canvas = await canvasOf(page);
+  const parts = partsOf(canvas.getObjects());
   const shadows = new Map<FabricObject, string>();
   for (const [i, o] of parts.entries()) {
     if (!o.shadow && !(o instanceof FabricImage)) continue;

@@ -5,8 +5,6 @@ import { type Box, drawnBox } from "./bounds";
 import { createObjects } from "./objects";
 import type { PageData } from "./project";
 
-const STRIP_PIXELS = 2 ** 21;
-
 export class PagePicture {
   readonly width: number;
   readonly height: number;
@@ -31,10 +29,6 @@ export class PagePicture {
   /** `background` fills in where the page is transparent. */
   static async of(page: PageData, scale: number, background = ""): Promise<PagePicture> {
     return new PagePicture(page, await createObjects(page.objects), scale, background);
-  }
-
-  get stripHeight(): number {
-    return Math.min(this.height, Math.max(1, Math.floor(STRIP_PIXELS / this.width)));
   }
 
   /** Draws some rows, from `top` on; the canvas is the same each time. */

@@ -11,7 +11,7 @@ export function listenToPanning(stage: Stage): void {
   let from: Point | null = null;
   host.addEventListener("wheel", (e) => {
     e.preventDefault();
-    if (e.ctrlKey) view.zoomTo(view.zoom * 1.0015 ** -e.deltaY, new Point(e.offsetX, e.offsetY));
+    if (e.ctrlKey) view.zoomTo(canvas.getZoom() * 1.0015 ** -e.deltaY, new Point(e.offsetX, e.offsetY));
     else view.pan(e.shiftKey ? new Point(-e.deltaY, 0) : new Point(-e.deltaX, -e.deltaY));
   }, { passive: false });
   host.addEventListener("keydown", (e) => {

@@ -32,10 +32,7 @@ export interface Project {
   pages: readonly PageData[];
   assets: Assets;
 }
-export interface Clipboard {
-  objects: ObjectData[];
-  assets: Assets;
-}
+export type Clipboard = { objects: ObjectData[]; assets: Assets };
 
 /** Says why a text was refused, in words for the user. */
 export class FormatError extends Error {}

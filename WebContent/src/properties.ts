@@ -48,8 +48,7 @@ export const PAGE: Record<string, { get(page: PageData): Value; change(value: ne
     get: (page) => ($("page-preset").querySelector(`[value="${pageSize(page)}"]`) ? pageSize(page) : "custom"),
     change: (size: string) => {
       const [width, height] = size.split("x").map(Number);
-      if (size === "custom") $("page-width").focus();
-      return size === "custom" ? {} : { width, height };
+      return height ? { width, height } : ($("page-width").focus(), {});
     },
   },
   background: { get: (page) => page.background, change: (background: string | null) => ({ background }) },

@@ -1,5 +1,6 @@
 // Rulers along the canvas, in pixels or millimetres of the page; 96 pixels are an inch.
 import type { Stage } from "./stage";
+import { $ } from "./ui";
 
 const THICK = 18;
 const FEWEST = 56; // pixels of the screen between two numbers
@@ -8,13 +9,9 @@ const SHOWN = [undefined, "px", "mm"] as const;
 
 export class Rulers {
   #unit: keyof typeof PER_UNIT | undefined;
-  readonly #canvas = document.createElement("canvas");
+  readonly #canvas = $<HTMLCanvasElement>("rulers");
 
   constructor(private readonly stage: Stage) {
-    this.#canvas.id = "rulers";
-    this.#canvas.setAttribute("aria-hidden", "true");
-    stage.host.append(this.#canvas);
-    new ResizeObserver(() => this.draw()).observe(stage.host);
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.draw());
   }
 

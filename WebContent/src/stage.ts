@@ -1,6 +1,5 @@
 // The view of one page: a fabric canvas that fills the middle of the window, its objects and what of them is selected.
-import { ActiveSelection, type FabricObject, type Group } from "fabric";
-import { EnteredGroups } from "./enteredGroups";
+import { ActiveSelection, type FabricObject, Group } from "fabric";
 import { Guides } from "./guides";
 import { AssetImage } from "./images";
 import { bakeScale, createObjects, groupAround } from "./objects";
@@ -16,7 +15,8 @@ export type StageEvents = Record<"selected" | "moving" | "zoomed", () => void> &
 export class Stage {
   readonly canvas: PageCanvas;
   readonly view: Viewport;
-  readonly groups: EnteredGroups;
+  /** Groups whose parts are selected one by one, until something outside of them is. */
+  readonly #entered = new Set<Group>();
   #loading = 0;
   #selecting = false;
 
@@ -32,7 +32,7 @@ export class Stage {
     for (const name of ["selection:created", "selection:updated", "selection:cleared"] as const) {
       canvas.on(name, () => {
         this.#styleControls();
-        queueMicrotask(() => this.groups.leave());
+        queueMicrotask(() => this.#leaveGroups());
         if (!this.#loading && !this.#selecting) events.selected();
       });
     }
@@ -52,7 +52,7 @@ export class Stage {
       host.focus({ preventScroll: true });
     });
     new Guides(canvas);
-    this.groups = new EnteredGroups(canvas);
+    canvas.on("mouse:dblclick", ({ target, subTargets }) => this.enterGroup(target, subTargets?.[0]));
     this.view = new Viewport(canvas, host, () => events.zoomed());
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => canvas.useTheme());
     canvas.useTheme();
@@ -155,6 +155,22 @@ export class Stage {
     this.#selecting = false;
     this.canvas.requestRenderAll();
     this.events.selected();
+  }
+
+  enterGroup(group: FabricObject | undefined, part?: FabricObject): void {
+    if (!(group instanceof Group) || group instanceof ActiveSelection || group.interactive || group.locked) return;
+    group.set({ interactive: true });
+    this.#entered.add(group);
+    const first = part ?? group.getObjects()[0];
+    if (first) this.canvas.setActiveObject(first);
+    this.canvas.requestRenderAll();
+  }
+  #leaveGroups(): void {
+    for (const group of this.#entered) {
+      if (this.canvas.isSelected(group) && group !== this.active) continue;
+      group.set({ interactive: false });
+      this.#entered.delete(group);
+    }
   }
 
   /** Adds an object on top, selected. */

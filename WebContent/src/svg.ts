@@ -92,8 +92,10 @@ export function drawing(page: PageData, canvas: StaticCanvas, before: (o: Fabric
   return canvas.toSVG({ suppressPreamble: true });
 }
 
-export async function writeSvg(page: PageData): Promise<Blob> {
-  const canvas = new StaticCanvas(undefined, { width: page.width, height: page.height, renderOnAddRemove: false });
-  canvas.add(...(await createObjects(page.objects)));
-  return new Blob(['<?xml version="1.0" encoding="UTF-8"?>\n', drawing(page, canvas)], { type: "image/svg+xml" });
+export async function canvasOf({ width, height, objects }: PageData): Promise<StaticCanvas> {
+  const canvas = new StaticCanvas(undefined, { width, height, renderOnAddRemove: false, skipOffscreen: false });
+  canvas.add(...(await createObjects(objects)));
+  return canvas;
 }
+export const writeSvg = async (page: PageData): Promise<Blob> =>
+  new Blob(['<?xml version="1.0" encoding="UTF-8"?>\n', drawing(page, await canvasOf(page))], { type: "image/svg+xml" });

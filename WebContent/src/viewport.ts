@@ -13,10 +13,6 @@ export class Viewport {
     new ResizeObserver(() => this.#resize()).observe(host);
   }
 
-  get zoom(): number {
-    return this.canvas.getZoom();
-  }
-
   fit(): void {
     const { width, height } = this.canvas.page;
     this.#fill({ left: 0, top: 0, width, height }, Math.min(MARGIN, this.canvas.height / 20));
@@ -58,6 +54,6 @@ export class Viewport {
     const middle = this.canvas.getVpCenter();
     this.canvas.setDimensions({ width: this.host.clientWidth, height: this.host.clientHeight });
     if (this.#fitted) this.fit();
-    else this.#show(this.zoom, middle);
+    else this.#show(this.canvas.getZoom(), middle);
   }
 }
