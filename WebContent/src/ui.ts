@@ -59,7 +59,6 @@ export async function withProgress<T>(
 ): Promise<T> {
   const dialog = $<HTMLDialogElement>("progress");
   const bar = $<HTMLProgressElement>("progress-bar");
-  const start = performance.now();
   let paintedAt = -Infinity;
   let cancel: () => void;
   const cancelled = new Promise<never>((_, reject) => (cancel = () => reject(new Cancelled("Cancelled"))));
@@ -68,10 +67,9 @@ export async function withProgress<T>(
   const show = () => {
     if (!dialog.open) void openDialog(dialog).then((how) => how !== "done" && cancel());
   };
-  const timer = setTimeout(show, PROGRESS_AFTER);
+  const timer = setTimeout(show, long ? 0 : PROGRESS_AFTER);
   try {
     const result = work(async (done, total) => {
-      if (long || performance.now() - start > PROGRESS_AFTER) show();
       bar.value = done / total;
       if (total > 1) $("progress-text").textContent = t("{label}: page {page} of {total}", { label, page: Math.floor(done) + 1, total });
       if (performance.now() - paintedAt < PAINT_EVERY) return;
