@@ -91,8 +91,8 @@ def BindShortcuts(self, session, shortcuts, _window, options, sender):
 
 
 @dbus.service.method(SHORTCUTS, in_signature="osa{sv}", sender_keyword="sender")
-def ConfigureShortcuts(_self, session, window, _options, sender):
-    say("ConfigureShortcuts", sender, "", session, window)
+def ConfigureShortcuts(_self, session, window, options, sender):
+    say("ConfigureShortcuts", sender, "", session, window, options)
 
 
 @dbus.service.method(MOCK_IFACE, in_signature="b")

@@ -28,7 +28,7 @@ ORANGE = (0xFF, 0x9F, 0x5A)  # a new ellipse
 BUTTON = (0x2F, 0x6F, 0xED)
 PANEL = (0xFB, 0xFB, 0xFC)
 ERROR = (0xC0, 0x1C, 0x28)
-DISK, BLOCK = 1 << 20, 4096  # bytes
+DISK = 1 << 20  # bytes
 
 
 def has(picture, colour, length):
@@ -136,15 +136,10 @@ def editor(desktop, tree_of_the_editor, tmp_path):
     return Editor(desktop, tree_of_the_editor, env)
 
 
-def png(width, height, colour):
-    """A PNG file of one colour."""
+def png(picture):
     file = io.BytesIO()
-    Image.new("RGB", (width, height), colour).save(file, "PNG")
+    picture.save(file, "PNG")
     return file.getvalue()
-
-
-def data_url(content):
-    return "data:image/png;base64," + base64.b64encode(content).decode()
 
 
 def project(*pages, assets=None):
@@ -280,9 +275,8 @@ def test_unsaved_work_gives_way_only_when_told_to(editor, tmp_path):
         wait_for(lambda: editor.screen().getpixel(editor.at(250, 200)) != BLUE, "the question, and the page dimmed")
 
     def fill_disk():
-        with contextlib.suppress(OSError), open(disk / "rest", "wb", 0) as rest:
-            for _ in range(DISK // BLOCK):
-                rest.write(bytes(BLOCK))
+        with contextlib.suppress(OSError):
+            (disk / "rest").write_bytes(bytes(DISK))
 
     def is_told_of_the_full_disk():
         editor.log.wait("❌ Error saving file: No space left on device")
@@ -414,10 +408,8 @@ def test_the_edit_menu_and_its_keys_work_on_the_canvas(editor, tmp_path):
 
 
 def test_exports_match_the_canvas_in_every_feature(editor, tmp_path):
-    sun = Image.linear_gradient("L")
-    sun = Image.merge("RGB", (sun, sun.rotate(90), Image.new("L", sun.size, 90))).resize((64, 48))
-    sun.save(tmp_path / "sun.png")
-    sun = data_url((tmp_path / "sun.png").read_bytes())
+    bands = [Image.linear_gradient("L").rotate(angle).resize((64, 48)) for angle in (0, 90, 180)]
+    sun = "data:image/png;base64," + base64.b64encode(png(Image.merge("RGB", bands))).decode()
     plain = in_cells([o for o, _ in FEATURES.values()])
     sheets = {**SHEET, "objects": in_cells([{**o, **feature} for o, feature in FEATURES.values()]), "background": GROUND}, {
         **SHEET, "objects": plain, "background": None}
@@ -500,7 +492,7 @@ def kept(editor, what):
 
 def test_an_image_is_pasted_another_picked_and_both_outlive_a_crash_of_the_page(editor, tmp_path):
     Image.new("RGB", (64, 64), (200, 30, 30)).save(tmp_path / "red.tiff")  # which the engine does not know
-    editor.desktop.copy("image/png", png(300, 200, (20, 160, 60)))
+    editor.desktop.copy("image/png", png(Image.new("RGB", (300, 200), (20, 160, 60))))
     editor.key("ctrl+v")
     editor.wait_colour((20, 160, 60), 540, 540)
     editor.key("i")

@@ -14,7 +14,7 @@ from programs import KeyWindow
 
 ROUNDS = int(os.environ.get("QUILLORY_ROUNDS", "1"))
 SIZE = 100 << 20
-BLOCK = "it's a \"line\" with \\ and \\' and caf\u00e9, \u65e5\u672c, \U0001f58a\ufe0f, \u2028, \0 and\ttab,\r\n" * 700
+BLOCK = "it's a \"line\" with \\ and \\' and caf\u00e9, \u65e5\u672c, \U0001f58a\ufe0f, \u2028, \0, ${x}, </script> and\ttab,\r\n" * 700
 COUNT = SIZE // len(BLOCK.encode()) + 1
 SENT = "✅ File content sent to JavaScript"
 

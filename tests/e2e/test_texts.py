@@ -145,8 +145,7 @@ def test_a_locale_with_decimal_commas(launch, desktop, locale):
     app.post("nativeDownload", {"filename": "a.png", "data": "data:," + "AAAA" * 1000})
     app.log.wait("✅ Decoded 3000 bytes")  # not 3.000
     desktop.cancel_panel("Speichern")
-    about = desktop.geometry(desktop.open_about("Über Quillory"))
-    assert (about["WIDTH"], about["HEIGHT"]) == (400, 550)
+    desktop.open_about("Über Quillory")
     # A size of type that was written with a comma would be refused by the style sheet parser.
     assert not [line for line in app.errors.lines if "Theme parser" in line or "CssProvider" in line]
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <memory>
 #include <thread>
 
 #include "TemporaryFolder.h"
@@ -21,22 +22,16 @@ namespace {
 namespace fs = std::filesystem;
 using Error = std::optional<std::string>;
 
-// Files of this process cannot grow beyond a size while this object lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t size)
-    {
-        std::signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit limit {size, m_old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(FileSizeLimit&&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_old); }
-
-private:
-    rlimit m_old {};
-};
+// Files of this process cannot grow beyond a size as long as what this gives is held.
+std::shared_ptr<void> limitFileSize(rlim_t size)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit old {};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit limit {size, old.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    return {nullptr, [old](void*) { setrlimit(RLIMIT_FSIZE, &old); }};
+}
 
 // Does `work` in a thread in which the call ends with an error.
 template<typename Work> void without(std::uint32_t call, std::uint32_t error, Work work)
@@ -101,7 +96,7 @@ TEST_F(FileWriter, LeavesTheOldContentWholeWhenTheNewOneDoesNotFit)
     folder.write("old", "precious");
     fs::create_symlink("target", path / "link");
     const std::string large(1 << 20, 'x');
-    const FileSizeLimit limit(64 << 10);
+    const auto limit = limitFileSize(64 << 10);
     for (const char* name : {"old", "new", "link"})
         EXPECT_EQ(write(name, large), "File too large");
     EXPECT_EQ(folder.read("old"), "precious");
