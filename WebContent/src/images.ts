@@ -139,8 +139,7 @@ export class AssetImage extends FabricImage {
     return this._element instanceof HTMLCanvasElement ? this._element.toDataURL() : (images.assets[this.asset] ?? "");
   }
 }
-classRegistry.setClass(AssetImage, "Image");
-classRegistry.setClass(AssetImage, "image");
+classRegistry.setClass(AssetImage);
 
 export const readAsDataURL = (blob: Blob): Promise<string> =>
   new Promise((resolve, reject) => {

@@ -153,7 +153,7 @@ export function announceSelection(stage: Stage): void {
 /** What no button or menu item names. */
 const COMMAND_NAMES: Record<string, string> = {
   "save-as": t("Save under another name"), "select-all": t("Select all"), escape: t("Select nothing"), "page-previous": t("Previous page"),
-  "page-next": t("Next page"), "zoom-selection": t("Zoom to selection"), rulers: t("Rulers: pixels, millimetres, none"),
+  "page-next": t("Next page"), rulers: t("Rulers: pixels, millimetres, none"),
   "pane-next": t("Next part of the window"), "pane-previous": t("Previous part of the window"),
 };
 /** Of the canvas, whatever is going on there. */

@@ -64,7 +64,10 @@ export class Layers {
     Object.assign(field, { type: "text", value: nameOf(object), maxLength: 200, ariaLabel: t("Name of the object") });
     name.replaceWith(field);
     this.#shown = "";
-    field.addEventListener("change", () => this.edits.renameObject(object, field.value.trim()));
+    field.addEventListener("change", () => {
+      object.set("name", field.value.trim());
+      this.editor.commit();
+    });
     field.addEventListener("blur", () => {
       field.remove();
       this.refresh();

@@ -91,10 +91,6 @@ export class ObjectEdits {
     const to = !selection.every((o) => o[key]);
     this.#place(() => selection.forEach((o) => applyLock(o.set(key, to))));
   }
-  renameObject(object: FabricObject, name: string): void {
-    object.set("name", name);
-    this.editor.commit();
-  }
 
   nudge({ x, y }: Point): void {
     if (this.editor.stage.selection.some((o) => o.locked)) return;

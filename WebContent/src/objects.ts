@@ -46,9 +46,10 @@ export function createShape(shape: Shape, from: Point, to: Point): FabricObject 
   }
 }
 
-/** The objects themselves, and of groups what is in them. */
-export const leavesOf = (objects: readonly FabricObject[]): FabricObject[] =>
-  objects.flatMap((o) => (o instanceof Group ? leavesOf(o.getObjects()) : [o]));
+/** The objects, each group followed by what is in it. */
+export const partsOf = (objects: readonly FabricObject[]): FabricObject[] =>
+  objects.flatMap((o) => (o instanceof Group ? [o, ...partsOf(o.getObjects())] : [o]));
+export const leavesOf = (objects: readonly FabricObject[]): FabricObject[] => partsOf(objects).filter((o) => !(o instanceof Group));
 
 /** The group that an object is edited in, or several are. */
 export const groupAround = (active: FabricObject | undefined): Group | undefined =>

@@ -1,8 +1,9 @@
 // PDF: a document with a drawing for each page, which the shell prints into a file. Shadows go into it as pictures, since
 // the engine prints filters coarsely, and images no finer than they are to be seen.
-import { FabricImage, type FabricObject, Group, Shadow, type StaticCanvas, util } from "fabric";
+import { FabricImage, type FabricObject, Shadow, type StaticCanvas, util } from "fabric";
 import { drawnBox, visiblePart } from "./bounds";
 import { AssetImage } from "./images";
+import { partsOf } from "./objects";
 import { imageType, type PageData } from "./project";
 import { freeSheet, newSheet } from "./sheets";
 import { canvasOf, drawing } from "./svg";
@@ -15,9 +16,6 @@ const JPEG_QUALITY = 0.95;
 
 /** Called as often as there is something to show of what is done, of `total`; throws to stop. */
 export type Step = (done: number, total: number) => Promise<void>;
-
-const partsOf = (objects: readonly FabricObject[]): FabricObject[] =>
-  objects.flatMap((o) => [o, ...(o instanceof Group ? partsOf(o.getObjects()) : [])]);
 
 /** An object's shadow alone, as a picture of the page's part that it falls on: it is drawn while the object is out of sight. */
 function shadowOf(o: FabricObject, canvas: StaticCanvas, finest: number): string | undefined {

@@ -14,7 +14,6 @@ interface Node {
 }
 const NEAR = 8; // pixels of the screen
 const NOWHERE = new Point(0, 0);
-const length = ({ x, y }: Point): number => Math.hypot(x, y);
 
 /** The line through the points, and back to the first where it is closed. */
 function outline(nodes: readonly Node[], closed: boolean): TComplexPathData {
@@ -23,7 +22,7 @@ function outline(nodes: readonly Node[], closed: boolean): TComplexPathData {
   const step = (to: Node, i: number): TComplexPathData[number] => {
     const from = nodes[i]!;
     const [a, b] = [from.at.add(from.way), to.at.subtract(to.way)];
-    return length(from.way) + length(to.way) === 0 ? ["L", to.at.x, to.at.y] : ["C", a.x, a.y, b.x, b.y, to.at.x, to.at.y];
+    return from.way.eq(NOWHERE) && to.way.eq(NOWHERE) ? ["L", to.at.x, to.at.y] : ["C", a.x, a.y, b.x, b.y, to.at.x, to.at.y];
   };
   const way = [...nodes.slice(1), ...(closed ? [first] : [])].map(step);
   return [["M", first.at.x, first.at.y], ...way, ...(closed ? ([["Z"]] as TComplexPathData) : [])];

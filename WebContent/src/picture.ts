@@ -4,6 +4,7 @@ import { type FabricObject, StaticCanvas, util } from "fabric";
 import { type Box, drawnBox } from "./bounds";
 import { createObjects } from "./objects";
 import type { PageData } from "./project";
+import { freeSheet } from "./sheets";
 
 export class PagePicture {
   readonly width: number;
@@ -44,7 +45,6 @@ export class PagePicture {
   }
 
   free(): void {
-    const element = this.#canvas.getElement();
-    element.width = element.height = 0;
+    freeSheet(this.#canvas.getContext());
   }
 }

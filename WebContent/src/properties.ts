@@ -1,11 +1,9 @@
 // What can be read and changed of objects by a field of the inspector.
-import type { FabricImage, FabricObject, Rect } from "fabric";
+import type { FabricImage, FabricObject } from "fabric";
 import { bakeScale } from "./objects";
 import { type Adjustment, ADJUSTMENTS, type AssetImage } from "./images";
-import type { CanvasLine } from "./line";
 import { angleOf, changeFill, colourAt, kindOf, setShadow, shadowOf, type Value } from "./paint";
 import type { PageData } from "./project";
-import type { Star } from "./star";
 import { CanvasText, type CharacterKey, keepTopLeft } from "./text";
 import { $ } from "./ui";
 
@@ -18,6 +16,8 @@ export interface Property {
 const single = (get: (o: FabricObject) => Value, set: Property["set"]): Property => ({ get: (o) => [get(o)], set });
 const number = (get: (o: FabricObject) => number, set: (o: FabricObject, value: number) => void, digits = 1): Property =>
   single((o) => Math.round(get(o) * 10 ** digits) / 10 ** digits, set);
+const scaled = (key: string, factor = 1, digits = 1): Property =>
+  number((o) => o.get(key) * factor, (o, v) => void o.set(key, v / factor), digits);
 const plain = (key: string): Property => single((o) => o.get(key) as Value, (o, value: Value) => void o.set(key, value));
 /** Of a shape as a whole, but of every letter of a text. */
 const letters = (key: CharacterKey, shown: (value: unknown) => Value = (v) => v as Value): Property => ({
@@ -63,14 +63,14 @@ export const WHOLE: Record<string, Property> = {
   y: number((o) => o.top - height(o) / 2, (o, v) => void o.set("top", v + height(o) / 2)),
   w: number(width, (o, v) => resize(o, v, undefined)),
   h: number(height, (o, v) => resize(o, undefined, v)),
-  angle: number((o) => o.angle, (o, v) => void o.set("angle", v)),
+  angle: scaled("angle"),
 };
 const shadow = (key: Parameters<typeof shadowOf>[1]): Property => single((o) => shadowOf(o, key), (o, v: Value) => setShadow(o, key, v));
 /** Of every selected object. */
 export const OBJECT: Record<string, Property> = {
   blend: plain("globalCompositeOperation"),
   shadow: shadow("color"), shadowBlur: shadow("blur"), shadowX: shadow("offsetX"), shadowY: shadow("offsetY"),
-  opacity: number((o) => o.opacity * 100, (o, v) => void o.set("opacity", v / 100), 0),
+  opacity: scaled("opacity", 100, 0),
 };
 const DASHES: Record<string, number[]> = { dashed: [3, 2], dotted: [1, 1] };
 const dashOf = ({ strokeDashArray: dash }: FabricObject): string => (!dash?.length ? "solid" : dash[0]! > dash[1]! ? "dashed" : "dotted");
@@ -101,7 +101,7 @@ export const LEAF: Record<string, Property> = {
   fillSecond: single((o) => colourAt(o.fill, 1), (o, second: Value) => changeFill(o, { kind: kindOf(o) === "plain" ? "linear" : kindOf(o), second })),
   fillAngle: single(angleOf, (o, angle: number) => changeFill(o, { angle })),
   corners: plain("corners"),
-  inset: number((o) => (o as Star).inset * 100, (o, v) => void o.set("inset", v / 100), 0),
+  inset: scaled("inset", 100, 0),
   letterSpacing: plain("charSpacing"),
   ...Object.fromEntries(ADJUSTMENTS.map((key) => [key, adjustment(key)])),
   ...Object.fromEntries((["cropX", "cropY", "width", "height"] as const).map((key) => [key, crop(key)])),
@@ -120,14 +120,14 @@ export const LEAF: Record<string, Property> = {
       dash(o, kind);
     },
   },
-  dash: single(dashOf, (o, v: string) => dash(o, v)),
-  arrow: single((o) => (o as CanvasLine).arrow ?? "none", (o, v: string) => void o.set("arrow", v === "none" ? undefined : v)),
-  radius: number((o) => (o as Rect).rx, (o, v) => void o.set({ rx: v, ry: v })),
+  dash: single(dashOf, dash),
+  arrow: single((o) => o.get("arrow") ?? "none", (o, v: string) => void o.set("arrow", v === "none" ? undefined : v)),
+  radius: number((o) => o.get("rx"), (o, v) => void o.set({ rx: v, ry: v })),
   fontFamily: letters("fontFamily"),
   fontSize: letters("fontSize", round),
   bold: letters("fontWeight", (v) => v === "bold"),
   italic: letters("fontStyle", (v) => v === "italic"),
   underline: letters("underline"),
   textAlign: plain("textAlign"),
-  lineHeight: number((o) => (o as CanvasText).lineHeight, (o, v) => void o.set("lineHeight", v), 2),
+  lineHeight: scaled("lineHeight", 1, 2),
 };

@@ -11,7 +11,6 @@ export function tell(message: string, kind: "note" | "error" = "note"): void {
   const toast = Object.assign(document.createElement("div"), { className: `toast ${kind}`, textContent: message });
   if (kind === "error") toast.role = "alert";
   $("toasts").append(toast);
-  while ($("toasts").childElementCount > 3) $("toasts").firstElementChild!.remove();
   setTimeout(() => toast.remove(), TOAST_TIME);
 }
 
