@@ -51,7 +51,7 @@ STATUS_REPORT = [
     "RunLoop source exists: true", "Event tap enabled: true", "============================",
 ]
 # GIO calls it critical when a bus has ended.
-COMPLAINT = re.compile(r"Sanitizer|runtime error|(?<!GLib-GIO)-CRITICAL \*\*|GLib\S*-WARNING \*\*")
+COMPLAINT = re.compile(r"Sanitizer|runtime error|(?<!GLib-GIO)-CRITICAL \*\*|GLib\S*-WARNING \*\*|Theme parser")
 LAUNCH = ["Global hotkey Cmd+Shift+E registered", "Main window created"]
 
 

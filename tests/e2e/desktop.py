@@ -1,4 +1,5 @@
 """Sessions of the tests' own. `Session` is what all have; `Desktop` is one on X11, plasma.py has one on Wayland."""
+import contextlib
 import os
 import pathlib
 import re
@@ -32,7 +33,7 @@ def wait_for(condition, what, timeout=PATIENCE):
         time.sleep(0.02)
 
 
-class Session:
+class Session(contextlib.AbstractContextManager):
     """A session bus, and folders of its own for everything a program keeps; a child adds a display in `_start_display`.
 
     A child also has, for windows that it names by their ids: windows, active_window, geometry, minimize, close_window,
@@ -59,9 +60,6 @@ class Session:
         except BaseException:
             self.close()
             raise
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         self.close()

@@ -1,5 +1,6 @@
 """Programs of the tests' own, run beside the one under test."""
 import base64
+import contextlib
 import json
 import os
 import pathlib
@@ -14,15 +15,12 @@ from application import Log
 FOLDER = os.path.dirname(os.path.abspath(__file__))
 
 
-class Program:
+class Program(contextlib.AbstractContextManager):
     """A program that prints what happens to it and reads commands; it ends with the block that it is used for."""
 
     def __init__(self, session, *command):
         self.process = session.start(sys.executable, *command, cwd=FOLDER, stdin=subprocess.PIPE, stdout=subprocess.PIPE)
         self.log = Log(self.process.stdout)
-
-    def __enter__(self):
-        return self
 
     def __exit__(self, *_):
         self.kill()

@@ -164,49 +164,39 @@ GROUP = {"type": "Group", "width": 72, "height": 56, "objects": PARTS}
 ACROSS = gradient("linear", x1=0, y1=0, x2=1, y2=1)
 SHADOW = {"shadow": {"color": "#000000", "blur": 6, "offsetX": 8, "offsetY": 8}}
 BLENDS = ("multiply", "screen", "overlay", "darken", "lighten", "color-dodge", "color-burn", "difference", "luminosity")
+
+
+def of(plain, **features):
+    return {name.replace("_", " "): (plain, feature) for name, feature in features.items()}
+
+
 # What the canvas can show: an object, and what the feature changes of it.
 FEATURES = {
-    "fill": ({**RECT, "fill": None}, {"fill": "#123456"}),
-    "linear gradient": (RECT, ACROSS),
-    "radial gradient": (RECT, gradient("radial", x1=0.5, y1=0.5, r1=0, x2=0.5, y2=0.5, r2=0.5)),
-    "shadow": (RECT, SHADOW),
-    "opacity": (EDGED, {"opacity": 0.5}),
-    "stroke": (RECT, {"stroke": "#204080", "strokeWidth": 8}),
-    "dashes": (EDGED, {"strokeDashArray": [18, 12]}),
-    "round corners": (RECT, {"rx": 24, "ry": 24}),
-    "rotation": (RECT, {"angle": 30}),
-    "skew": (RECT, {"skewX": 25}),
-    "flip": (PATH, {"flipY": True}),
-    "hidden": (RECT, {"visible": False}),
-    "ellipse": (RECT, {"type": "Ellipse", "rx": 36, "ry": 28}),
-    "polygon": (RECT, {"type": "Star", "corners": 3, "inset": 0}),
-    "star": (RECT, {"type": "Star", "corners": 5, "inset": 0.5}),
-    "pen": (PATH, {"path": [["M", -36, 28], ["C", -36, -60, 36, -60, 36, 28], ["Z"]]}),
-    "free line": ({**PATH, "fill": None, "stroke": "#204080", "strokeWidth": 10},
-                  {"path": [["M", -36, 28], ["Q", 0, -60, 36, 28]], "strokeLineCap": "round"}),
-    "line": (LINE, {"y1": 20, "y2": -20}),
-    "arrows": (LINE, {"arrow": "both"}),
-    "dashed arrow": (LINE, {"arrow": "end", "strokeDashArray": [8, 8]}),
-    "crop": (IMAGE, {"cropX": 16, "cropY": 12, "width": 40, "height": 30}),
-    "flipped image": (IMAGE, {"flipX": True}),
-    "scaled image": (IMAGE, {"scaleX": 1.5, "angle": 45}),
-    **{name: (IMAGE, {name: 0.5}) for name in ("brightness", "contrast", "saturation")},
-    "half transparent group": ({**GROUP, "objects": [{**part, "opacity": 0.5} for part in PARTS]}, {"opacity": 0.5, "objects": PARTS}),
-    "shadow of a group": (GROUP, SHADOW),
-    "blending in a group": (GROUP, {"objects": [PARTS[0], {**PARTS[1], "globalCompositeOperation": "screen"}]}),
-    "letter spacing": (TEXT, {"charSpacing": 200}),
-    "line height": (TEXT, {"lineHeight": 2}),
-    "underline": (TEXT, {"underline": True}),
-    "bold": (TEXT, {"fontWeight": "bold"}),
-    "italic": ({**TEXT, "fontSize": 44, "text": "Hill"}, {"fontStyle": "italic"}),
-    "alignment": (TEXT, {"textAlign": "right"}),
-    "font": (TEXT, {"fontFamily": "DejaVu Sans Mono"}),
-    "styled part": (TEXT, {"styles": [{"start": 1, "end": 8, "style": {"fill": "#ff2020", "fontSize": 34, "underline": True}}]}),
-    "outline of a text": (TEXT, {"stroke": "#ff2020", "strokeWidth": 2}),
-    "gradient of a text": ({**TEXT, "fontSize": 72, "fontWeight": "bold", "text": "I"}, ACROSS),  # across its box, which is wider
-    "shadow of a text": (TEXT, SHADOW),
-    "other scripts": (TEXT, {"text": "日本語\nمرحبا"}),
-    **{f"blending: {mode}": ({**RECT, **ACROSS}, {"globalCompositeOperation": mode}) for mode in BLENDS},
+    **of({**RECT, "fill": None}, fill={"fill": "#123456"}),
+    **of(RECT, linear_gradient=ACROSS, radial_gradient=gradient("radial", x1=0.5, y1=0.5, r1=0, x2=0.5, y2=0.5, r2=0.5),
+         shadow=SHADOW, stroke={"stroke": "#204080", "strokeWidth": 8}, round_corners={"rx": 24, "ry": 24}, rotation={"angle": 30},
+         skew={"skewX": 25}, hidden={"visible": False}, ellipse={"type": "Ellipse", "rx": 36, "ry": 28},
+         polygon={"type": "Star", "corners": 3, "inset": 0}, star={"type": "Star", "corners": 5, "inset": 0.5}),
+    **of(EDGED, opacity={"opacity": 0.5}, dashes={"strokeDashArray": [18, 12]}),
+    **of(PATH, flip={"flipY": True}, pen={"path": [["M", -36, 28], ["C", -36, -60, 36, -60, 36, 28], ["Z"]]}),
+    **of({**PATH, "fill": None, "stroke": "#204080", "strokeWidth": 10},
+         free_line={"path": [["M", -36, 28], ["Q", 0, -60, 36, 28]], "strokeLineCap": "round"}),
+    **of(LINE, line={"y1": 20, "y2": -20}, arrows={"arrow": "both"}, dashed_arrow={"arrow": "end", "strokeDashArray": [8, 8]}),
+    **of(IMAGE, crop={"cropX": 16, "cropY": 12, "width": 40, "height": 30}, flipped_image={"flipX": True},
+         scaled_image={"scaleX": 1.5, "angle": 45}, brightness={"brightness": 0.5}, contrast={"contrast": 0.5},
+         saturation={"saturation": 0.5}),
+    **of({**GROUP, "objects": [{**part, "opacity": 0.5} for part in PARTS]}, half_transparent_group={"opacity": 0.5, "objects": PARTS}),
+    **of(GROUP, shadow_of_a_group=SHADOW,
+         blending_in_a_group={"objects": [PARTS[0], {**PARTS[1], "globalCompositeOperation": "screen"}]}),
+    **of(TEXT, letter_spacing={"charSpacing": 200}, line_height={"lineHeight": 2}, underline={"underline": True},
+         bold={"fontWeight": "bold"}, alignment={"textAlign": "right"}, font={"fontFamily": "DejaVu Sans Mono"},
+         styled_part={"styles": [{"start": 1, "end": 8, "style": {"fill": "#ff2020", "fontSize": 34, "underline": True}}]},
+         outline_of_a_text={"stroke": "#ff2020", "strokeWidth": 2}, shadow_of_a_text=SHADOW,
+         other_scripts={"text": "日本語\nمرحبا"}),
+    **of({**TEXT, "fontSize": 44, "text": "Hill"}, italic={"fontStyle": "italic"}),
+    # Across its box, which is wider than the letter.
+    **of({**TEXT, "fontSize": 72, "fontWeight": "bold", "text": "I"}, gradient_of_a_text=ACROSS),
+    **of({**RECT, **ACROSS}, **{f"blending: {mode}": {"globalCompositeOperation": mode} for mode in BLENDS}),
 }
 CELL, COLUMNS, GROUND = 100, 8, "#e0d0b0"
 SHEET = {"width": CELL * COLUMNS, "height": CELL * -(-len(FEATURES) // COLUMNS)}

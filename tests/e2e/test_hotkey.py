@@ -251,15 +251,8 @@ def bare():
 
 @pytest.fixture
 def start_portal(bare):
-    portals = []
-
-    def start(*arguments, **options):
-        portals.append(Portal(bare, *arguments, **options))
-        return portals[-1]
-
-    yield start
-    for program in portals:
-        program.kill()
+    with contextlib.ExitStack() as portals:
+        yield lambda *arguments, **options: portals.enter_context(Portal(bare, *arguments, **options))
 
 
 def comes_with(session, activate):
