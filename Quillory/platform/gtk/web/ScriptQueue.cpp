@@ -53,8 +53,8 @@ void send(WebKitWebView* view, std::string_view script, ScriptQueue::Completion 
 struct ScriptQueue::Call {
     Script script;
     Completion completion;
-    std::string buffer {}; // for what is sent, again and again
-    bool hasMore = true; // of the text
+    std::string buffer {}; // the next piece, but for its tail; empty behind the last
+    bool hasMore = true; // of the text, behind that
     int piecesUnderWay = 0;
 };
 
@@ -75,7 +75,6 @@ void ScriptQueue::sendCalls()
         if (call->hasMore) {
             send(m_view, prepare, [](const auto&) {});
             buffer.replace(0, call->script.head.size(), pieceHead);
-            sendPiece(call);
             return sendPieces();
         }
         buffer.append(call->script.tail).append(plainValue);
@@ -88,12 +87,17 @@ void ScriptQueue::sendPieces()
 {
     const auto call = m_calls.front();
     auto& buffer = call->buffer;
-    while (call->hasMore && call->piecesUnderWay < mostPiecesUnderWay) {
-        buffer = pieceHead;
-        call->hasMore = call->script.appendNext(buffer);
-        sendPiece(call);
+    while (!buffer.empty() && call->piecesUnderWay < mostPiecesUnderWay) {
+        ++call->piecesUnderWay;
+        send(m_view, buffer.append(pieceTail), [self = shared_from_this(), call](auto error) {
+            --call->piecesUnderWay;
+            self->pieceEvaluated(*call, std::move(error));
+        });
+        // The next one is there when the page is ready for it.
+        buffer = call->hasMore ? pieceHead : "";
+        call->hasMore = call->hasMore && call->script.appendNext(buffer);
     }
-    if (call->hasMore)
+    if (!buffer.empty())
         return;
     // What became of the last pieces shows in the call, which cannot do without them.
     const auto& [head, appendNext, tail] = call->script;
@@ -104,20 +108,16 @@ void ScriptQueue::sendPieces()
     sendCalls();
 }
 
-// The one in the buffer.
-void ScriptQueue::sendPiece(const std::shared_ptr<Call>& call)
+void ScriptQueue::pieceEvaluated(const Call& call, std::optional<std::string> error)
 {
-    ++call->piecesUnderWay;
-    send(m_view, call->buffer.append(pieceTail), [self = shared_from_this(), call](auto error) {
-        --call->piecesUnderWay;
-        if (self->m_calls.empty() || self->m_calls.front() != call)
-            return;
-        if (!error)
-            return self->sendPieces();
-        self->m_calls.pop_front();
-        self->sendCalls();
-        call->completion(std::move(error));
-    });
+    if (m_calls.empty() || m_calls.front().get() != &call)
+        return;
+    if (!error)
+        return sendPieces();
+    const auto completion = std::move(m_calls.front()->completion);
+    m_calls.pop_front();
+    sendCalls();
+    completion(std::move(error));
 }
 
 }

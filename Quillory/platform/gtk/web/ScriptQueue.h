@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/WebView.h"
@@ -32,7 +33,7 @@ private:
 
     void sendCalls();
     void sendPieces();
-    void sendPiece(const std::shared_ptr<Call>& call);
+    void pieceEvaluated(const Call& call, std::optional<std::string> error);
 
     WebKitWebView* m_view;
     std::deque<std::shared_ptr<Call>> m_calls; // the first is on its way
