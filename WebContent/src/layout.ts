@@ -75,7 +75,11 @@ export class LaidOutText extends Textbox {
     const oneStyle = this.hasOneStyle && !this.splitByGrapheme;
     const paragraphs = lines.map((line) => this.paragraphs.get(line) ?? this.takeApart(line, oneStyle));
     this.paragraphs = new Map(oneStyle ? paragraphs.map((p, i) => [lines[i]!, p]) : []);
-    const graphemeText = paragraphs.flatMap(({ letters }, i) => (i > 0 ? ["\n", ...letters] : letters));
+    const graphemeText: string[] = [];
+    for (const [i, { letters }] of paragraphs.entries()) {
+      if (i > 0) graphemeText.push("\n");
+      for (const letter of letters) graphemeText.push(letter);
+    }
     if (oneStyle) this.breakRows(paragraphs);
     const graphemeLines = oneStyle ? paragraphs.flatMap((p) => p.rows) : this._wrapText(lines, this.width);
     const texts = oneStyle ? paragraphs.flatMap((p) => p.texts) : graphemeLines.map((row) => row.join(""));
