@@ -2,34 +2,12 @@ import assert from "node:assert/strict";
 import { test } from "node:test";
 import { History } from "../src/history";
 
-const filled = (steps, limit) => {
-  const history = new History(0, limit);
-  for (let i = 1; i <= steps; i++) history.push(i);
-  return history;
-};
-
 const undoneSteps = (history) => {
   const steps = [];
   for (let step = history.undo(); step !== undefined; step = history.undo()) steps.push(step);
   assert.equal(history.canUndo, false);
   return steps;
 };
-
-test("steps are undone and done again in order, as many as the limit allows", () => {
-  for (const [pushed, limit, kept] of [[100, undefined, 100], [25, 10, 10]]) {
-    const history = filled(pushed, limit);
-    const steps = Array.from({ length: kept }, (_, i) => pushed - i);
-    assert.deepEqual(undoneSteps(history), steps, "gives the step that is undone");
-    assert.equal(history.current, pushed - kept);
-    for (const step of steps.reverse()) assert.equal(history.redo(), step);
-    assert.equal(history.redo(), undefined);
-    assert.equal(history.current, pushed);
-    history.undo();
-    history.push("new");
-    assert.equal(history.canRedo, false, "what was undone is gone");
-    assert.equal(history.undo(), "new");
-  }
-});
 
 test("steps merge only when they follow each other closely under one tag", () => {
   const within = History.mergeWithin - 1;
