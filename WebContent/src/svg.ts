@@ -64,8 +64,14 @@ function underlinesOf(text: FabricText): string {
   return drawn.join("");
 }
 
-/** What a drawing says otherwise than a canvas draws: blending, underlines, and a gradient across a text's letters, not its box. */
+/** What a drawing says otherwise than a canvas draws: blending, strokes, underlines, and a gradient across a text's letters, not its box. */
 function asOnCanvas(o: FabricObject, before: (o: FabricObject) => string): void {
+  // A stroke that keeps its width whatever the object's scale would keep it whatever the drawing's as well.
+  const { x, y } = o.getObjectScaling();
+  if (!o.stroke) o.strokeUniform = false;
+  else if (x > 0 && Math.abs(x - y) < x / 1000) {
+    Object.assign(o, { strokeUniform: false, strokeWidth: o.strokeWidth / x, strokeDashArray: o.strokeDashArray?.map((dash) => dash / x) });
+  }
   const fill = o.fill as Gradient<"linear"> | string | null;
   if (o instanceof FabricText && fill instanceof Gradient) {
     o.fill = new Gradient({ ...fill.toObject(), gradientUnits: "pixels", gradientTransform: [o.width, 0, 0, o.height, 0, 0] });
