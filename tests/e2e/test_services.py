@@ -178,6 +178,7 @@ def test_dropped_files_reach_the_page(app, desktop, tmp_path):
     names = {"n.txt": b"left alone", "a.jpg": b"jpeg", "p.json": b"{}"}
     for name, content in names.items():
         (tmp_path / name).write_bytes(content)
+    app.run_script("window.drags = 0; addEventListener('dragenter', () => ++drags)")
     with KeyWindow(desktop) as source:
         source.tell("files", *(str(tmp_path / name) for name in names))
         source.log.wait("files")
@@ -196,7 +197,7 @@ def test_dropped_files_reach_the_page(app, desktop, tmp_path):
         page = desktop.geometry("Quillory")
         places = app.run_script("const ask = () => fetch('quillory:dropped'); return [await (await ask()).json(), (await ask(), await ask(), await ask()).status]")
         assert places == [{"clientX": at - page["X"], "clientY": pytest.approx(at - page["Y"], abs=40)}, 410]  # below the menu bar
-        assert app.run_script("return document.title") == "Test page"
+        assert app.run_script("return [document.title, drags]") == ["Test page", 0], "the engine took part"
         # A source that is told "move" deletes the files.
         source.log.wait("ended: copy")
 

@@ -94,16 +94,31 @@ bool hasFiles(GdkDrop* drop)
     return gdk_content_formats_contain_gtype(formats.get(), GDK_TYPE_FILE_LIST) != 0;
 }
 
-// The engine would tell the source of a drag that it may move the files, in between what the page's own drop
-// target says.
+// The engine would tell the source of a drag that it may move the files, in between what the page's own drop target
+// says and even after the end. Whether it takes a drag is asked of the first handler alone, which is the engine's: it
+// is blocked, and asked for what has no files.
 void leaveFilesOutOf(GtkWidget* view)
 {
+    const auto accept = g_signal_lookup("accept", GTK_TYPE_DROP_TARGET_ASYNC);
     const GObjectPtr<GListModel> controllers(gtk_widget_observe_controllers(view));
     for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
         const GObjectPtr<GObject> controller(G_OBJECT(g_list_model_get_item(controllers.get(), i)));
-        if (GTK_IS_DROP_TARGET_ASYNC(controller.get()))
-            connectSignal<gboolean(GdkDrop*)>(controller.get(), "accept",
-                                              [](GdkDrop* drop) { return !hasFiles(drop); });
+        auto* target = controller.get();
+        const auto engine = GTK_IS_DROP_TARGET_ASYNC(target)
+            ? g_signal_handler_find(target, G_SIGNAL_MATCH_ID, accept, 0, nullptr, nullptr, nullptr)
+            : 0;
+        if (engine == 0)
+            continue;
+        g_signal_handler_block(target, engine);
+        connectSignal<gboolean(GdkDrop*)>(target, "accept", [target, engine, accept](GdkDrop* drop) {
+            if (hasFiles(drop))
+                return FALSE;
+            gboolean takes = FALSE;
+            g_signal_handler_unblock(target, engine);
+            g_signal_emit(target, accept, 0, drop, &takes);
+            g_signal_handler_block(target, engine);
+            return takes;
+        });
     }
 }
 
