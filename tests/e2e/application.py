@@ -50,8 +50,8 @@ STATUS_REPORT = [
     "=== HotkeyManager Status ===", "Accessibility trusted: true", "Event tap exists: true",
     "RunLoop source exists: true", "Event tap enabled: true", "============================",
 ]
-# GIO calls it critical when a bus has ended.
-COMPLAINT = re.compile(r"Sanitizer|runtime error|(?<!GLib-GIO)-CRITICAL \*\*|GLib\S*-WARNING \*\*|Theme parser")
+# GIO calls it critical when a bus has ended; the engine's processes warn of the same.
+COMPLAINT = re.compile(r"Sanitizer|runtime error|(?<!GLib-GIO)-CRITICAL \*\*|^\(com.quillory.Quillory:\d+\): GLib\S*-WARNING|Theme parser")
 LAUNCH = ["Global hotkey Cmd+Shift+E registered", "Main window created"]
 
 
