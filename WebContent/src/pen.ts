@@ -43,7 +43,9 @@ export class Pen {
       this.#pressed = this.#set();
     });
     canvas.on("mouse:move", ({ scenePoint, e }) => {
-      if (this.mode() === "pen") this.#follow(scenePoint, e.shiftKey);
+      // The engine repeats a pointer that rests, when the page below it may have changed: the cursor of the keys stays.
+      const moves = !(e instanceof MouseEvent) || e.movementX !== 0 || e.movementY !== 0;
+      if (moves && this.mode() === "pen") this.#follow(scenePoint, e.shiftKey);
     });
     canvas.on("mouse:up", () => (this.#pressed = false));
     canvas.on("after:render", ({ ctx }) => ctx === canvas.getContext() && this.#draw(ctx));
